@@ -1,0 +1,319 @@
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "Renderer/RendererState.h"
+#include "Renderer/GLCallCounter.h"
+#include "Renderer/GLTestContext.h"
+
+using namespace ArdentisEngine;
+using Data::BlendFactor;
+using Data::DepthFunction;
+using Data::Pipeline;
+
+namespace ArdentisEngine {
+// Readable failures instead of a byte dump.
+void PrintTo(const RendererState::State& s, std::ostream* out) {
+    *out << "{blend " << s.blend << " " << std::hex << s.blendSourceColor << "/" << s.blendDestinationColor << "/"
+         << s.blendSourceAlpha << "/" << s.blendDestinationAlpha << " eq " << s.blendEquationColor << "/"
+         << s.blendEquationAlpha << " depth " << s.depthTest << s.depthWrite << " " << s.depthFunction << " mask "
+         << int(s.colorMask) << " cull " << s.cullFace << " " << s.cullFaceMode << " " << s.frontFace << " offset "
+         << s.polygonOffset << std::dec << " " << s.polygonOffsetFactor << " " << s.polygonOffsetUnits << " scissor "
+         << s.scissorTest << " stencil " << s.stencilTest << " viewport " << s.viewport.min.x << "," << s.viewport.min.y
+         << " " << s.viewport.sizeX() << "x" << s.viewport.sizeY() << " program " << s.program << " vao "
+         << s.vertexArray << " fb " << s.drawFramebuffer << "/" << s.readFramebuffer << " unit "
+         << s.activeTextureUnit << " textures";
+    for(UnsignedInt u = 0; u != RendererState::TextureUnitCount; ++u)
+        for(GLuint t: s.textures[u]) if(t) *out << " " << u << ":" << t;
+    *out << " ubos";
+    for(UnsignedInt i = 0; i != RendererState::UniformBufferBindingCount; ++i)
+        if(s.uniformBuffers[i].buffer)
+            *out << " " << i << ":" << s.uniformBuffers[i].buffer << "+" << s.uniformBuffers[i].offset << "/"
+                 << s.uniformBuffers[i].size;
+    *out << "}";
+}
+}
+
+namespace {
+
+class RendererStateGLTest: public testing::Test {
+public:
+    static void SetUpTestSuite() {
+        context = std::make_unique<TestSupport::GLTestContext>();
+        ASSERT_TRUE(context->create());
+    }
+    static void TearDownTestSuite() { context.reset(); }
+
+    void SetUp() override { ASSERT_TRUE(context) << "no GL context"; }
+    void TearDown() override { EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR)); }
+
+    static inline std::unique_ptr<TestSupport::GLTestContext> context;
+};
+
+// GL's initial values for what apply() leaves alone, so that each case starts from the same place.
+void resetLeftovers() {
+    glBlendFuncSeparate(GL_ONE, GL_ZERO, GL_ONE, GL_ZERO);
+    glBlendEquation(GL_FUNC_ADD);
+    glPolygonOffset(0.0f, 0.0f);
+    glDepthFunc(GL_LESS);
+}
+
+Pipeline with(auto change) {
+    Pipeline p;
+    change(p);
+    return p;
+}
+
+struct ApplyCase {
+    const char* name;
+    Pipeline from, to;
+    // Calls that must reach GL when going from `from` to `to`; any other call is a failure.
+    std::map<std::string, int> calls;
+};
+
+const ApplyCase ApplyCases[]{
+    {"same record", {}, {}, {}},
+    {"blend on", {}, Pipeline::alphaBlended(),
+        {{"glEnable", 1}, {"glBlendFuncSeparate", 1}}},
+    {"blend off keeps factors", Pipeline::alphaBlended(), {}, {{"glDisable", 1}}},
+    {"depth write off", {}, with([](Pipeline& p) { p.depthWrite = false; }), {{"glDepthMask", 1}}},
+    {"depth test off skips function", {},
+        with([](Pipeline& p) { p.depthTest = false; p.depthFunction = DepthFunction::Greater; }),
+        {{"glDisable", 1}}},
+    {"depth function", {}, with([](Pipeline& p) { p.depthFunction = DepthFunction::LessEqual; }),
+        {{"glDepthFunc", 1}}},
+    {"double sided", {}, with([](Pipeline& p) { p.doubleSided = true; }), {{"glDisable", 1}}},
+    {"colour mask", {}, with([](Pipeline& p) { p.colorMask = 0; }), {{"glColorMask", 1}}},
+    {"polygon offset", {}, with([](Pipeline& p) { p.polygonOffsetFactor = 1; p.polygonOffsetUnits = 2; }),
+        {{"glEnable", 1}, {"glPolygonOffset", 1}}},
+    {"shader and type are not GL state", {},
+        with([](Pipeline& p) { p.shader = 7; p.type = Data::PipelineType::Transparent; }), {}},
+};
+
+}
+
+TEST_F(RendererStateGLTest, ApplyIssuesOnlyTheCallsThatDiffer) {
+    for(const ApplyCase& c: ApplyCases) {
+        SCOPED_TRACE(c.name);
+        resetLeftovers();
+        RendererState state;
+        state.apply(c.from);
+        TestSupport::GLCallCounter counter;
+        state.apply(c.to);
+        int expectedTotal = 0;
+        for(const auto& [name, count]: c.calls) {
+            EXPECT_EQ(counter.count(name), count) << name;
+            expectedTotal += count;
+        }
+        EXPECT_EQ(counter.total(), expectedTotal);
+        EXPECT_EQ(int(state.statistics().calls) >= expectedTotal, true);
+
+        counter.reset();
+        state.apply(c.to);
+        EXPECT_EQ(counter.total(), 0) << "a repeated apply reached GL";
+        EXPECT_EQ(state.state(), RendererState::query());
+    }
+}
+
+TEST_F(RendererStateGLTest, StatisticsCountExactlyTheCallsIssued) {
+    RendererState state;
+    state.apply();
+    TestSupport::GLCallCounter counter;
+    state.resetStatistics();
+    state.apply(Pipeline::alphaBlended());
+    state.bindTexture(3, RendererState::TextureTarget::Texture2D, 0);
+    state.setViewport(Range2Di::fromSize({0, 0}, {7, 5}));
+    state.setViewport(Range2Di::fromSize({0, 0}, {7, 5}));
+    state.setColorWrite(false);
+    state.setColorWrite(true);
+    EXPECT_EQ(int(state.statistics().calls), counter.total());
+    EXPECT_GT(state.statistics().skipped, 0u);
+}
+
+struct BindCase {
+    const char* name;
+    void (*change)(RendererState&, GLuint object);
+    const char* call;
+};
+
+const BindCase BindCases[]{
+    {"program", [](RendererState& s, GLuint o) { s.useProgram(o); }, "glUseProgram"},
+    {"vertex array", [](RendererState& s, GLuint o) { s.bindVertexArray(o); }, "glBindVertexArray"},
+    {"framebuffer", [](RendererState& s, GLuint o) { s.bindFramebuffer(o); }, "glBindFramebuffer"},
+    {"texture unit 5", [](RendererState& s, GLuint o) { s.bindTexture(5, RendererState::TextureTarget::Texture2D, o); },
+        "glBindTexture"},
+    {"array texture", [](RendererState& s, GLuint o) { s.bindTexture(0, RendererState::TextureTarget::Texture2DArray, o); },
+        "glBindTexture"},
+    {"uniform buffer", [](RendererState& s, GLuint o) { s.bindUniformBuffer(1, o); }, "glBindBufferBase"},
+};
+
+TEST_F(RendererStateGLTest, BindingsGoThroughTheCache) {
+    std::string log;
+    const GLuint program = TestSupport::compileProgram("#version 330 core\nvoid main() { gl_Position = vec4(0.0); }\n",
+        "#version 330 core\nout vec4 c;\nvoid main() { c = vec4(1.0); }\n", log);
+    ASSERT_TRUE(program) << log;
+    GLuint vao = 0, fb = 0, textures[2]{}, buffer = 0;
+    glGenVertexArrays(1, &vao);
+    glGenFramebuffers(1, &fb);
+    glGenTextures(2, textures);
+    glBindTexture(GL_TEXTURE_2D_ARRAY, textures[1]);  // give the name its target
+    glBindTexture(GL_TEXTURE_2D_ARRAY, 0);
+    glGenBuffers(1, &buffer);
+    glBindBuffer(GL_UNIFORM_BUFFER, buffer);
+    glBufferData(GL_UNIFORM_BUFFER, 256, nullptr, GL_STATIC_DRAW);
+    glBindBuffer(GL_UNIFORM_BUFFER, 0);
+    const GLuint objects[]{program, vao, fb, textures[0], textures[1], buffer};
+
+    for(std::size_t i = 0; i != std::size(BindCases); ++i) {
+        const BindCase& c = BindCases[i];
+        SCOPED_TRACE(c.name);
+        RendererState state;
+        TestSupport::GLCallCounter counter;
+        c.change(state, objects[i]);
+        EXPECT_EQ(counter.count(c.call), 1);
+        c.change(state, objects[i]);
+        c.change(state, objects[i]);
+        EXPECT_EQ(counter.count(c.call), 1) << "a redundant bind reached GL";
+        counter.reset();
+        EXPECT_EQ(state.state(), RendererState::query());
+        c.change(state, 0);
+    }
+
+    glDeleteBuffers(1, &buffer);
+    glDeleteTextures(2, textures);
+    glDeleteFramebuffers(1, &fb);
+    glDeleteVertexArrays(1, &vao);
+    glDeleteProgram(program);
+}
+
+TEST_F(RendererStateGLTest, ResyncPicksUpChangesMadeBehindTheCache) {
+    RendererState state;
+    state.apply();
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+
+    // What a UI backend typically leaves behind.
+    glEnable(GL_BLEND);
+    glBlendEquation(GL_FUNC_ADD);
+    glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    glDisable(GL_CULL_FACE);
+    glDisable(GL_DEPTH_TEST);
+    glEnable(GL_SCISSOR_TEST);
+    glActiveTexture(GL_TEXTURE0);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glViewport(3, 4, 50, 60);
+    EXPECT_NE(state.state(), RendererState::query());
+
+    state.resync();
+    EXPECT_EQ(state.state(), RendererState::query());
+    EXPECT_TRUE(state.state().scissorTest);
+    EXPECT_EQ(state.state().textures[0][0], texture);
+    EXPECT_EQ(state.state().blendSourceAlpha, GLenum(GL_ONE));
+
+    // Back to a pipeline: every leftover is undone in GL, not just in the cache.
+    state.apply(Pipeline::alphaBlended());
+    const RendererState::State real = RendererState::query();
+    EXPECT_FALSE(real.scissorTest);
+    EXPECT_TRUE(real.depthTest);
+    EXPECT_TRUE(real.cullFace);
+    EXPECT_EQ(real.blendSourceAlpha, GLenum(GL_SRC_ALPHA));
+    EXPECT_EQ(state.state(), real);
+
+    state.bindTexture(0, RendererState::TextureTarget::Texture2D, 0);
+    glDeleteTextures(1, &texture);
+}
+
+TEST_F(RendererStateGLTest, SaveAndRestoreReturnToTheSavedGLState) {
+    GLuint texture = 0, buffer = 0;
+    glGenTextures(1, &texture);
+    glGenBuffers(1, &buffer);
+    glBindBuffer(GL_UNIFORM_BUFFER, buffer);
+    glBufferData(GL_UNIFORM_BUFFER, 512, nullptr, GL_STATIC_DRAW);
+    glBindBuffer(GL_UNIFORM_BUFFER, 0);
+
+    RendererState state;
+    state.apply(with([](Pipeline& p) { p.depthFunction = DepthFunction::GreaterEqual; p.colorMask = Data::ColorMaskRed; }));
+    state.bindUniformBuffer(2, buffer, 256, 128);
+    state.setViewport(Range2Di::fromSize({1, 2}, {30, 40}));
+    const RendererState::State before = RendererState::query();
+
+    state.save();
+    state.apply(Pipeline::alphaBlended());
+    state.setDoubleSided(true);
+    state.setPolygonOffset(2.0f, 1.0f);
+    state.bindTexture(7, RendererState::TextureTarget::CubeMap, texture);
+    state.bindUniformBuffer(2, buffer);
+    state.setViewport(Range2Di::fromSize({0, 0}, {8, 8}));
+    ASSERT_NE(RendererState::query(), before);
+    state.restore();
+
+    EXPECT_EQ(RendererState::query(), before);
+    EXPECT_EQ(state.state(), before);
+
+    TestSupport::GLCallCounter counter;
+    state.restore(before);
+    EXPECT_EQ(counter.total(), 0) << "restoring the current state reached GL";
+
+    state.bindUniformBuffer(2, 0);
+    glDeleteBuffers(1, &buffer);
+    glDeleteTextures(1, &texture);
+}
+
+TEST_F(RendererStateGLTest, DeletedNamesAreBoundAgainWhenReused) {
+    RendererState state;
+    GLuint first = 0;
+    glGenTextures(1, &first);
+    state.bindTexture(2, RendererState::TextureTarget::Texture2D, first);
+    glDeleteTextures(1, &first);
+    state.textureDeleted(first);
+
+    GLuint second = 0;
+    glGenTextures(1, &second);
+    state.bindTexture(2, RendererState::TextureTarget::Texture2D, second);
+    EXPECT_EQ(RendererState::query().textures[2][0], second);
+    EXPECT_EQ(state.state(), RendererState::query());
+
+    state.bindTexture(2, RendererState::TextureTarget::Texture2D, 0);
+    glDeleteTextures(1, &second);
+}
+
+// The engine's codes 4 / 6 must blend a half-transparent colour over the background on real pixels.
+TEST_F(RendererStateGLTest, AlphaBlendCodesBlendPixels) {
+    TestSupport::OffscreenTarget target{4, 4};
+    std::string log;
+    const GLuint program = TestSupport::compileProgram(
+        "#version 330 core\nvoid main() { vec2 p = vec2((gl_VertexID << 1) & 2, gl_VertexID & 2);\n"
+        "gl_Position = vec4(p*2.0 - 1.0, 0.0, 1.0); }\n",
+        "#version 330 core\nout vec4 color;\nvoid main() { color = vec4(1.0, 0.0, 0.0, 0.25); }\n", log);
+    ASSERT_TRUE(program) << log;
+    GLuint vao = 0;
+    glGenVertexArrays(1, &vao);
+
+    RendererState state;
+    state.bindFramebuffer(target.framebuffer);
+    state.apply();
+    glClearColor(0.0f, 0.0f, 1.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+
+    Pipeline p;
+    p.blend = true;
+    p.sourceColor = BlendFactor(4);
+    p.destinationColor = BlendFactor(6);
+    p.depthTest = false;
+    state.apply(p);
+    state.useProgram(program);
+    state.bindVertexArray(vao);
+    glDrawArrays(GL_TRIANGLES, 0, 3);
+
+    // 0.25 red over blue: (64, 0, 191); one unit of rounding either way.
+    const auto pixel = target.pixel(1, 1);
+    EXPECT_NEAR(pixel[0], 64, 1);
+    EXPECT_EQ(pixel[1], 0);
+    EXPECT_NEAR(pixel[2], 191, 1);
+
+    state.bindVertexArray(0);
+    state.useProgram(0);
+    state.bindFramebuffer(0);
+    glDeleteVertexArrays(1, &vao);
+    glDeleteProgram(program);
+}
