@@ -1,0 +1,75 @@
+#include "Editor/Camera/OrbitController.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ArdentisEngine {
+
+namespace {
+
+// Yaw and pitch of a rotation without roll: the right axis stays horizontal, so it gives the yaw,
+// and the view direction's height gives the pitch.
+void yawPitch(const Quaternion& rotation, float& yaw, float& pitch) {
+    const Quaternion q = glm::normalize(rotation);
+    const Vector3 right = q*Vector3{1.0f, 0.0f, 0.0f};
+    const Vector3 forward = q*Vector3{0.0f, 0.0f, -1.0f};
+    const Vector3 up = q*Vector3{0.0f, 1.0f, 0.0f};
+    pitch = std::asin(std::clamp(forward.y, -1.0f, 1.0f));
+    // Upside-down input keeps its heading by reading the right axis reversed.
+    yaw = up.y >= 0.0f ? std::atan2(-right.z, right.x) : std::atan2(right.z, -right.x);
+}
+
+}
+
+Quaternion OrbitController::rotation() const {
+    return glm::angleAxis(_yaw, Vector3{0.0f, 1.0f, 0.0f})*glm::angleAxis(_pitch, Vector3{1.0f, 0.0f, 0.0f});
+}
+
+void OrbitController::setRotation(const Quaternion& rotation) {
+    yawPitch(rotation, _yaw, _pitch);
+}
+
+void OrbitController::setDistance(float distance) {
+    if(std::isfinite(distance) && distance > 0.0f) _distance = distance;
+}
+
+void OrbitController::reset(const DualQuaternion& camera) {
+    const Vector3 position = camera.translation();
+    setRotation(camera.rotation());
+    const Vector3 forward = rotation()*Vector3{0.0f, 0.0f, -1.0f};
+    // Ground hits further than this are too flat to orbit about usefully.
+    constexpr float MaxGroundDistance = 1000.0f;
+    if(forward.y < -0.05f) {
+        const float t = -position.y/forward.y;
+        if(t > 0.01f && t < MaxGroundDistance) _distance = t;
+    }
+    _target = position + forward*_distance;
+}
+
+void OrbitController::pan(const Vector2& delta) {
+    const Quaternion q = rotation();
+    const Vector3 right = q*Vector3{1.0f, 0.0f, 0.0f};
+    const Vector3 up = q*Vector3{0.0f, 1.0f, 0.0f};
+    _target -= (right*delta.x + up*delta.y)*_distance;
+}
+
+void OrbitController::zoom(float amount, float near, float far) {
+    if(!std::isfinite(amount)) return;
+    float lo = std::max(near, 1.0e-4f)*2.0f;
+    float hi = far > 0.0f ? far*0.5f : 1.0e6f;
+    if(lo > hi) lo = hi;
+    _distance = std::clamp(_distance*std::exp(-amount), lo, hi);
+}
+
+void OrbitController::rotate2d(float yaw, float pitch) {
+    if(!std::isfinite(yaw) || !std::isfinite(pitch)) return;
+    _yaw = std::remainder(_yaw + yaw, 2.0f*Pi);
+    _pitch = std::clamp(_pitch + pitch, -MaxPitch, MaxPitch);
+}
+
+DualQuaternion OrbitController::update() const {
+    const Quaternion q = rotation();
+    return DualQuaternion::fromRotationTranslation(q, _target + q*Vector3{0.0f, 0.0f, _distance});
+}
+
+}
