@@ -1,0 +1,72 @@
+#pragma once
+// What every GL object wrapper shares: deferred creation, wrapping names we do not own, labels.
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <epoxy/gl.h>
+
+namespace ArdentisEngine::GL {
+
+// Constructs a wrapper without a GL object; assign a real one later. Safe without a context.
+struct NoCreateT { explicit constexpr NoCreateT() = default; };
+inline constexpr NoCreateT NoCreate{};
+
+// Wrapped names are deleted on destruction only when ownership was taken.
+enum class ObjectOwnership: bool { Borrowed, Owned };
+
+// Object labels go through KHR_debug (or GL 4.3) when the context has it; elsewhere only the
+// copy kept on our side exists, which is what error messages use.
+bool hasDebugLabels();
+void setObjectLabel(GLenum identifier, GLuint id, std::string_view label);
+
+// Drains glGetError() and returns the first error, GL_NO_ERROR when there was none.
+GLenum takeError();
+const char* errorName(GLenum error);
+
+// A named region in debug captures for a render pass, closed when the scope ends.
+class DebugGroup {
+public:
+    explicit DebugGroup(std::string_view name);
+    ~DebugGroup();
+    DebugGroup(const DebugGroup&) = delete;
+    DebugGroup& operator=(const DebugGroup&) = delete;
+private:
+    bool _pushed;
+};
+
+namespace Implementation {
+
+// Holds the name, the ownership and the label; the owners give it their delete function.
+template<void(*Delete)(GLuint)> class ObjectHandle {
+public:
+    ObjectHandle() = default;
+    ObjectHandle(GLuint id, ObjectOwnership ownership): _id{id}, _owned{ownership == ObjectOwnership::Owned} {}
+    ObjectHandle(ObjectHandle&& other) noexcept:
+        _id{std::exchange(other._id, 0)}, _owned{std::exchange(other._owned, false)}, _label{std::move(other._label)} {}
+    ObjectHandle& operator=(ObjectHandle&& other) noexcept {
+        std::swap(_id, other._id);
+        std::swap(_owned, other._owned);
+        std::swap(_label, other._label);
+        return *this;
+    }
+    ObjectHandle(const ObjectHandle&) = delete;
+    ObjectHandle& operator=(const ObjectHandle&) = delete;
+    ~ObjectHandle() { if(_id && _owned) Delete(_id); }
+
+    GLuint id() const { return _id; }
+    bool owned() const { return _owned; }
+    // Gives up ownership and returns the name; the wrapper then holds nothing.
+    GLuint release() { _owned = false; return std::exchange(_id, 0); }
+    const std::string& label() const { return _label; }
+    std::string& label() { return _label; }
+
+private:
+    GLuint _id{0};
+    bool _owned{false};
+    std::string _label;
+};
+
+}
+
+}

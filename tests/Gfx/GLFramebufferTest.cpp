@@ -1,0 +1,346 @@
+#include <array>
+
+#include "GLTestFixture.h"
+
+#include "Gfx/GL/Buffer.h"
+#include "Gfx/Log.h"
+
+namespace ArdentisEngine::Test {
+namespace {
+
+class ContextGLTest: public GLTestFixture {};
+
+TEST_F(ContextGLTest, ReportsACoreContextOfAtLeast33) {
+    const Gfx::HeadlessContext& c = *context();
+    EXPECT_FALSE(c.renderer().empty());
+    EXPECT_FALSE(c.version().empty());
+    EXPECT_TRUE(c.platform() == "surfaceless" || c.platform() == "device") << c.platform();
+    EXPECT_TRUE(Gfx::isVersionAtLeast(3, 3)) << c.description();
+    EXPECT_FALSE(Gfx::isVersionAtLeast(99, 0));
+    EXPECT_FALSE(Gfx::hasExtension("GL_ARDENTIS_no_such_extension"));
+    GLint profile = 0;
+    glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &profile);
+    EXPECT_TRUE(profile & GL_CONTEXT_CORE_PROFILE_BIT);
+}
+
+TEST_F(ContextGLTest, UnknownPlatformOverrideFailsWithAMessage) {
+    ::setenv("ARDENTIS_EGL_PLATFORM", "teapot", 1);
+    Log::Capture errors{Log::Channel::Error};
+    const auto other = Gfx::HeadlessContext::create();
+    ::unsetenv("ARDENTIS_EGL_PLATFORM");
+    EXPECT_FALSE(other);
+    EXPECT_TRUE(errors.contains("teapot")) << errors.text();
+    ASSERT_TRUE(context()->makeCurrent());
+}
+
+class FramebufferGLTest: public GLTestFixture {};
+
+struct IncompleteCase {
+    const char* name;
+    // Builds a framebuffer that is incomplete in one specific way.
+    void(*build)(GL::Framebuffer&, GL::Renderbuffer&, GL::Renderbuffer&);
+    GL::FramebufferStatus expected;
+    const char* statusName;
+};
+
+const IncompleteCase IncompleteCases[]{
+    {"NoAttachments", [](GL::Framebuffer&, GL::Renderbuffer&, GL::Renderbuffer&) {},
+        GL::FramebufferStatus::IncompleteMissingAttachment, "GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT"},
+    {"ZeroSizedAttachment", [](GL::Framebuffer& fb, GL::Renderbuffer& a, GL::Renderbuffer&) {
+            // A renderbuffer without storage is an incomplete attachment.
+            fb.attachRenderbuffer(GL::Framebuffer::Attachment::color(0), a);
+        }, GL::FramebufferStatus::IncompleteAttachment, "GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT"},
+    {"MixedSampleCounts", [](GL::Framebuffer& fb, GL::Renderbuffer& a, GL::Renderbuffer& b) {
+            a.setStorageMultisample(4, GL::TextureFormat::RGBA8, {8, 8});
+            b.setStorage(GL::TextureFormat::Depth24Stencil8, {8, 8});
+            fb.attachRenderbuffer(GL::Framebuffer::Attachment::color(0), a)
+              .attachRenderbuffer(GL::Framebuffer::DepthStencil, b);
+        }, GL::FramebufferStatus::IncompleteMultisample, "GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE"},
+    {"DepthFormatAsColor", [](GL::Framebuffer& fb, GL::Renderbuffer& a, GL::Renderbuffer&) {
+            a.setStorage(GL::TextureFormat::Depth24Stencil8, {8, 8});
+            fb.attachRenderbuffer(GL::Framebuffer::Attachment::color(0), a);
+        }, GL::FramebufferStatus::IncompleteAttachment, "GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT"},
+};
+
+class FramebufferIncompleteGLTest: public GLTestFixtureWithParam<IncompleteCase> {};
+
+TEST_P(FramebufferIncompleteGLTest, StatusIsReportedWithLabel) {
+    const IncompleteCase& data = GetParam();
+    GL::Renderbuffer a, b;
+    GL::Framebuffer fb{Range2Di{{0, 0}, {8, 8}}};
+    fb.setLabel("Probe FB");
+    data.build(fb, a, b);
+    EXPECT_EQ(fb.checkStatus(), data.expected) << GL::framebufferStatusName(fb.checkStatus());
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(Gfx::checkFramebufferComplete(fb));
+    EXPECT_TRUE(errors.contains("Probe FB")) << errors.text();
+    EXPECT_TRUE(errors.contains(data.statusName)) << errors.text();
+}
+
+INSTANTIATE_TEST_SUITE_P(, FramebufferIncompleteGLTest, ::testing::ValuesIn(IncompleteCases),
+    [](const auto& info) { return std::string{info.param.name}; });
+
+TEST_F(FramebufferGLTest, CompleteFramebufferLogsNothing) {
+    RenderTarget target{{4, 4}};
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_TRUE(Gfx::checkFramebufferComplete(target.framebuffer));
+    EXPECT_TRUE(errors.text().empty()) << errors.text();
+}
+
+// Every pixel gets a distinct value so that an offset or flipped row shows up.
+Image patternImage(Vector2i size) {
+    Image image{PixelFormat::RGBA8, size};
+    for(int y = 0; y != size.y; ++y)
+        for(int x = 0; x != size.x; ++x)
+            image.setPixel(x, y, Rgba8{x*10, y*10, x + y, 255});
+    return image;
+}
+
+struct ReadRangeCase {
+    const char* name;
+    Range2Di range;
+    PixelFormat format;
+};
+
+const ReadRangeCase ReadRangeCases[]{
+    {"Whole", {{0, 0}, {7, 5}}, PixelFormat::RGBA8},
+    {"InteriorRange", {{2, 1}, {5, 4}}, PixelFormat::RGBA8},
+    {"SingleCorner", {{6, 4}, {7, 5}}, PixelFormat::RGBA8},
+    // RGB8 rows of 3 pixels are 9 bytes, padded to 12 by the 4-byte alignment.
+    {"PaddedRowsRgb", {{1, 1}, {4, 4}}, PixelFormat::RGB8},
+    {"PaddedRowsRed", {{3, 0}, {6, 5}}, PixelFormat::R8},
+};
+
+class FramebufferReadGLTest: public GLTestFixtureWithParam<ReadRangeCase> {};
+
+TEST_P(FramebufferReadGLTest, SubRangeReturnsThoseBytes) {
+    const ReadRangeCase& data = GetParam();
+    const Vector2i size{7, 5};
+    RenderTarget target{size};
+    const Image source = patternImage(size);
+    target.color.setSubImage(0, {0, 0}, source);
+
+    const Image read = target.framebuffer.read(data.range, data.format);
+    ASSERT_EQ(read.size(), data.range.size());
+    ASSERT_EQ(read.format(), data.format);
+    const std::size_t channels = std::size_t(channelCount(data.format));
+    for(int y = 0; y != read.size().y; ++y)
+        for(int x = 0; x != read.size().x; ++x) {
+            const Rgba8 expected = source.pixel<Rgba8>(data.range.min.x + x, data.range.min.y + y);
+            const std::byte* actual = read.row(y).data() + std::size_t(x)*channels;
+            for(std::size_t c = 0; c != channels; ++c)
+                ASSERT_EQ(int(actual[c]), int(expected[int(c)])) << "pixel " << x << ", " << y << " channel " << c;
+        }
+}
+
+INSTANTIATE_TEST_SUITE_P(, FramebufferReadGLTest, ::testing::ValuesIn(ReadRangeCases),
+    [](const auto& info) { return std::string{info.param.name}; });
+
+TEST_F(FramebufferGLTest, ClearsEachAttachmentKind) {
+    GL::Texture2D color, ids;
+    color.setStorage(1, GL::TextureFormat::RGBA8, {4, 4});
+    ids.setStorage(1, GL::TextureFormat::R32UI, {4, 4});
+    GL::Renderbuffer depth;
+    depth.setStorage(GL::TextureFormat::DepthComponent32F, {4, 4});
+    GL::Framebuffer fb{Range2Di{{0, 0}, {4, 4}}};
+    fb.attachTexture(GL::Framebuffer::Attachment::color(0), color)
+      .attachTexture(GL::Framebuffer::Attachment::color(1), ids)
+      .attachRenderbuffer(GL::Framebuffer::Depth, depth)
+      .mapForDraw({0, 1});
+    ASSERT_TRUE(Gfx::checkFramebufferComplete(fb));
+    fb.clearColor(0, Color4{1.0f, 0.5f, 0.0f, 1.0f})
+      .clearColor(1, glm::uvec4{0xdeadbeefu, 0, 0, 0})
+      .clearDepth(0.25f);
+
+    const Image c = color.image();
+    EXPECT_TRUE(pixelNear(c, {3, 3}, Rgba8{255, 128, 0, 255}, 1));
+    const Image i = ids.image();
+    ASSERT_EQ(i.format(), PixelFormat::R32UI);
+    EXPECT_EQ(i.pixel<UnsignedInt>(2, 1), 0xdeadbeefu);
+
+    // Depth has no CPU image format; read the one value directly.
+    fb.bind(GL::FramebufferTarget::Read);
+    float value = 0.0f;
+    glReadPixels(1, 1, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &value);
+    EXPECT_NEAR(value, 0.25f, 1e-6f);
+}
+
+TEST_F(FramebufferGLTest, DefaultFramebufferIsWrappedNotOwned) {
+    GL::Framebuffer& fb = GL::defaultFramebuffer();
+    EXPECT_EQ(fb.id(), 0u);
+    // Surfaceless contexts have no default framebuffer: GL reports it as undefined.
+    EXPECT_EQ(fb.checkStatus(), GL::FramebufferStatus::Undefined);
+}
+
+class ObjectGLTest: public GLTestFixture {};
+
+TEST_F(ObjectGLTest, MovesDeleteEachNameOnce) {
+    GLuint textureId, bufferId, fbId;
+    {
+        GL::Texture2D a;
+        textureId = a.id();
+        GL::Texture2D b = std::move(a);
+        EXPECT_EQ(a.id(), 0u);
+        EXPECT_EQ(b.id(), textureId);
+        GL::Texture2D c{GL::NoCreate};
+        c = std::move(b);
+        EXPECT_EQ(c.id(), textureId);
+
+        GL::Buffer buffer;
+        bufferId = buffer.id();
+        std::vector<GL::Buffer> buffers;
+        buffers.push_back(std::move(buffer));
+        buffers.emplace_back();
+        buffers.emplace_back(); // reallocation moves the earlier ones
+
+        GL::Framebuffer fb{Range2Di{{0, 0}, {1, 1}}};
+        fbId = fb.id();
+        GL::Framebuffer other{GL::NoCreate};
+        other = std::move(fb);
+        EXPECT_TRUE(glIsTexture(textureId));
+        EXPECT_TRUE(glIsBuffer(bufferId));
+        EXPECT_TRUE(glIsFramebuffer(fbId));
+    }
+    EXPECT_FALSE(glIsTexture(textureId));
+    EXPECT_FALSE(glIsBuffer(bufferId));
+    EXPECT_FALSE(glIsFramebuffer(fbId));
+}
+
+TEST_F(ObjectGLTest, WrappedNamesSurviveTheWrapper) {
+    GLuint id;
+    glGenTextures(1, &id);
+    glBindTexture(GL_TEXTURE_2D, id);
+    { GL::Texture2D borrowed = GL::Texture2D::wrap(id); }
+    EXPECT_TRUE(glIsTexture(id));
+    { GL::Texture2D owned = GL::Texture2D::wrap(id, GL::ObjectOwnership::Owned); }
+    EXPECT_FALSE(glIsTexture(id));
+}
+
+TEST_F(ObjectGLTest, LabelsReachTheDriver) {
+    if(!GL::hasDebugLabels()) {
+        ADD_FAILURE() << "labels need KHR_debug, which every context we support has";
+        return;
+    }
+    GL::Renderbuffer r;
+    r.setLabel("SceneView FB MSAA depth");
+    char label[64]{};
+    glGetObjectLabel(GL_RENDERBUFFER, r.id(), sizeof(label), nullptr, label);
+    EXPECT_STREQ(label, "SceneView FB MSAA depth");
+    EXPECT_EQ(r.label(), "SceneView FB MSAA depth");
+    { GL::DebugGroup group{"Outline"}; }
+}
+
+TEST_F(ObjectGLTest, BufferRoundTripsAndRejectsOutOfRange) {
+    GL::Buffer buffer;
+    const std::array<UnsignedInt, 4> values{1, 2, 3, 4};
+    buffer.setData(std::span<const UnsignedInt>{values});
+    EXPECT_EQ(buffer.size(), 16u);
+    const std::array<UnsignedInt, 1> patch{99};
+    buffer.setSubData(8, std::span<const UnsignedInt>{patch});
+    auto* mapped = static_cast<UnsignedInt*>(buffer.map(4, 8, GL::MapAccess::Read));
+    ASSERT_NE(mapped, nullptr);
+    EXPECT_EQ(mapped[0], 2u);
+    EXPECT_EQ(mapped[1], 99u);
+    EXPECT_TRUE(buffer.unmap());
+
+    Log::Capture errors{Log::Channel::Error};
+    buffer.setSubData(12, std::span<const UnsignedInt>{values});
+    EXPECT_EQ(buffer.map(8, 16, GL::MapAccess::Read), nullptr);
+    EXPECT_TRUE(errors.contains("outside")) << errors.text();
+    const std::vector<std::byte> bytes = buffer.subData(12, 4);
+    ASSERT_EQ(bytes.size(), 4u);
+    EXPECT_EQ(int(bytes[0]), 4);
+}
+
+struct TextureFormatCase {
+    const char* name;
+    GL::TextureFormat format;
+    PixelFormat upload;
+};
+
+const TextureFormatCase TextureFormatCases[]{
+    {"R8", GL::TextureFormat::R8, PixelFormat::R8},
+    {"RG8", GL::TextureFormat::RG8, PixelFormat::RG8},
+    {"RGB8", GL::TextureFormat::RGB8, PixelFormat::RGB8},
+    {"RGBA8", GL::TextureFormat::RGBA8, PixelFormat::RGBA8},
+    {"R16F", GL::TextureFormat::R16F, PixelFormat::R16F},
+    {"RG16F", GL::TextureFormat::RG16F, PixelFormat::RG16F},
+    {"RGBA16F", GL::TextureFormat::RGBA16F, PixelFormat::RGBA16F},
+    {"R32F", GL::TextureFormat::R32F, PixelFormat::R32F},
+    {"RGBA32F", GL::TextureFormat::RGBA32F, PixelFormat::RGBA32F},
+    {"RG16UI", GL::TextureFormat::RG16UI, PixelFormat::RG16UI},
+    {"R32UI", GL::TextureFormat::R32UI, PixelFormat::R32UI},
+};
+
+class TextureFormatGLTest: public GLTestFixtureWithParam<TextureFormatCase> {};
+
+// Odd sizes make rows of 1- and 3-byte formats need padding.
+TEST_P(TextureFormatGLTest, SubImageRoundTripsThroughStorage) {
+    const TextureFormatCase& data = GetParam();
+    const Vector2i size{5, 3};
+    Image source{data.upload, size};
+    // Byte patterns valid in every format: small values avoid half-float NaN and infinity encodings.
+    for(std::size_t i = 0; i != source.mutableData().size(); ++i)
+        source.mutableData()[i] = std::byte(i % 4 == 3 ? 0x3c : (i*7) % 61);
+    GL::Texture2D texture;
+    texture.setStorage(1, data.format, size);
+    texture.setSubImage(0, {0, 0}, source);
+    const Image back = texture.image();
+    ASSERT_EQ(back.format(), data.upload);
+    ASSERT_EQ(back.size(), size);
+    for(int y = 0; y != size.y; ++y) {
+        const auto a = source.row(y), b = back.row(y);
+        ASSERT_TRUE(std::equal(a.begin(), a.end(), b.begin())) << "row " << y;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, TextureFormatGLTest, ::testing::ValuesIn(TextureFormatCases),
+    [](const auto& info) { return std::string{info.param.name}; });
+
+class TextureGLTest: public GLTestFixture {};
+
+TEST_F(TextureGLTest, MipChainAndRejectedRegions) {
+    GL::Texture2D texture;
+    texture.setStorage(GL::mipLevelCount({8, 4}), GL::TextureFormat::RGBA8, {8, 4});
+    EXPECT_EQ(texture.levelCount(), 4);
+    EXPECT_EQ(texture.size(3), Vector2i(1, 1));
+    Image white{PixelFormat::RGBA8, {8, 4}};
+    for(auto& b: white.mutableData()) b = std::byte{255};
+    texture.setSubImage(0, {0, 0}, white).generateMipmap();
+    EXPECT_TRUE(pixelNear(texture.image(2), {0, 0}, Rgba8{255, 255, 255, 255}, 0));
+
+    Log::Capture errors{Log::Channel::Error};
+    texture.setSubImage(1, {1, 0}, white);
+    texture.setSubImage(7, {0, 0}, white);
+    EXPECT_TRUE(errors.contains("does not fit")) << errors.text();
+    EXPECT_TRUE(errors.contains("level 7 does not exist")) << errors.text();
+}
+
+TEST_F(TextureGLTest, ArrayLayersAndCubeFacesAreSeparate) {
+    GL::Texture2DArray array;
+    array.setStorage(1, GL::TextureFormat::RGBA8, {2, 2, 3});
+    GL::CubeMapTexture cube;
+    cube.setStorage(1, GL::TextureFormat::RGBA8, {2, 2});
+    for(int layer = 0; layer != 3; ++layer) {
+        Image image{PixelFormat::RGBA8, {2, 2}};
+        for(int i = 0; i != 4; ++i) image.setPixel(i % 2, i/2, Rgba8{layer*50, i, 7, 255});
+        array.setSubImage(0, layer, {0, 0}, image);
+        cube.setSubImage(GL::CubeMapFace(GL_TEXTURE_CUBE_MAP_POSITIVE_X + layer), 0, {0, 0}, image);
+    }
+    for(int layer = 0; layer != 3; ++layer) {
+        EXPECT_TRUE(pixelNear(array.image(0, layer), {1, 1}, Rgba8{layer*50, 3, 7, 255}, 0)) << layer;
+        EXPECT_TRUE(pixelNear(cube.image(GL::CubeMapFace(GL_TEXTURE_CUBE_MAP_POSITIVE_X + layer)), {1, 0},
+            Rgba8{layer*50, 1, 7, 255}, 0)) << layer;
+    }
+
+    // A layer can be a render target of its own.
+    GL::Framebuffer fb{Range2Di{{0, 0}, {2, 2}}};
+    fb.attachTextureLayer(GL::Framebuffer::Attachment::color(0), array, 1);
+    ASSERT_TRUE(Gfx::checkFramebufferComplete(fb));
+    fb.clearColor(0, Color4{0.0f, 0.0f, 1.0f, 1.0f});
+    EXPECT_TRUE(pixelNear(array.image(0, 1), {0, 0}, Rgba8{0, 0, 255, 255}, 0));
+    EXPECT_TRUE(pixelNear(array.image(0, 2), {0, 0}, Rgba8{100, 0, 7, 255}, 0));
+}
+
+}
+}

@@ -1,0 +1,111 @@
+#pragma once
+// Shared base for every *GLTest suite: one headless context per suite, a GL error check after
+// each case, and helpers to render into an offscreen target and compare pixels with tolerances.
+// A missing context fails every case; GL tests never skip.
+#include <cmath>
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Gfx/GL/Framebuffer.h"
+#include "Gfx/GL/Renderbuffer.h"
+#include "Gfx/GL/Texture.h"
+#include "Gfx/HeadlessContext.h"
+#include "Gfx/Image.h"
+
+namespace ArdentisEngine::Test {
+
+class GLTestFixture: public ::testing::Test {
+public:
+    static void SetUpTestSuite() {
+        context().reset();
+        context() = Gfx::HeadlessContext::create();
+    }
+    static void TearDownTestSuite() { context().reset(); }
+
+    static std::optional<Gfx::HeadlessContext>& context() {
+        static std::optional<Gfx::HeadlessContext> instance;
+        return instance;
+    }
+
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(context() && context()->isValid())
+            << "no headless OpenGL context could be created; see the error log above";
+        ASSERT_TRUE(context()->makeCurrent());
+        // Errors left by an earlier case must not be blamed on this one.
+        while(glGetError() != GL_NO_ERROR) {}
+    }
+    void TearDown() override {
+        if(!context()) return;
+        const GLenum error = GL::takeError();
+        EXPECT_EQ(error, GLenum(GL_NO_ERROR)) << "GL error at the end of the case: " << GL::errorName(error);
+    }
+};
+
+template<class T> class GLTestFixtureWithParam: public GLTestFixture, public ::testing::WithParamInterface<T> {};
+
+// An RGBA8 colour texture with a depth-stencil renderbuffer, bound and cleared by clear().
+struct RenderTarget {
+    explicit RenderTarget(Vector2i size_, GL::TextureFormat colorFormat = GL::TextureFormat::RGBA8):
+        size{size_}, framebuffer{Range2Di{{0, 0}, size_}} {
+        color.setStorage(1, colorFormat, size);
+        depth.setStorage(GL::TextureFormat::Depth24Stencil8, size);
+        framebuffer.attachTexture(GL::Framebuffer::Attachment::color(0), color)
+            .attachRenderbuffer(GL::Framebuffer::DepthStencil, depth)
+            .mapForDraw({0}).mapForRead(0)
+            .setLabel("test target");
+    }
+    RenderTarget& clear(const Color4& colorValue = Color4{0.0f, 0.0f, 0.0f, 1.0f}) {
+        framebuffer.bind();
+        framebuffer.clearColor(0, colorValue).clearDepthStencil(1.0f, 0);
+        return *this;
+    }
+    Image read(PixelFormat format = PixelFormat::RGBA8) {
+        return framebuffer.read(Range2Di{{0, 0}, size}, format);
+    }
+
+    Vector2i size;
+    GL::Texture2D color;
+    GL::Renderbuffer depth;
+    GL::Framebuffer framebuffer;
+};
+
+using Rgba8 = glm::u8vec4;
+
+// Largest per-channel difference between two RGBA8 pixels.
+inline int channelDifference(Rgba8 a, Rgba8 b) {
+    int d = 0;
+    for(int i = 0; i != 4; ++i) d = std::max(d, std::abs(int(a[i]) - int(b[i])));
+    return d;
+}
+
+inline ::testing::AssertionResult pixelNear(const Image& image, Vector2i at, Rgba8 expected, int tolerance) {
+    if(image.format() != PixelFormat::RGBA8)
+        return ::testing::AssertionFailure() << "image is not RGBA8";
+    if(at.x < 0 || at.y < 0 || at.x >= image.size().x || at.y >= image.size().y)
+        return ::testing::AssertionFailure() << "pixel (" << at.x << ", " << at.y << ") is outside the image";
+    const Rgba8 actual = image.pixel<Rgba8>(at.x, at.y);
+    if(channelDifference(actual, expected) <= tolerance) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "pixel (" << at.x << ", " << at.y << ") is ("
+        << int(actual.r) << ", " << int(actual.g) << ", " << int(actual.b) << ", " << int(actual.a)
+        << "), expected (" << int(expected.r) << ", " << int(expected.g) << ", " << int(expected.b) << ", "
+        << int(expected.a) << ") within " << tolerance;
+}
+
+inline Rgba8 toRgba8(const Color4& c) {
+    const Color4 s = glm::clamp(c, 0.0f, 1.0f)*255.0f + 0.5f;
+    return Rgba8{glm::u8vec4{s}};
+}
+
+// Number of pixels within `tolerance` of `color`.
+inline int countPixels(const Image& image, Rgba8 color, int tolerance = 2) {
+    int n = 0;
+    for(int y = 0; y != image.size().y; ++y)
+        for(int x = 0; x != image.size().x; ++x)
+            if(channelDifference(image.pixel<Rgba8>(x, y), color) <= tolerance) ++n;
+    return n;
+}
+
+}
