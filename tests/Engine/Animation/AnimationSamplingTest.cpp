@@ -22,6 +22,8 @@ struct Vector3Case {
     float time;
     Vector3 expected;
 };
+// Names the case in failure output instead of dumping its bytes.
+void PrintTo(const Vector3Case& c, std::ostream* os) { *os << c.name; }
 
 const Vector3Case Vector3Cases[] = {
     {"BeforeFirstKey", Interpolation::Linear, -3.0f, {0, 0, 0}},
@@ -135,6 +137,8 @@ struct ValidateCase {
     KeyTrack keys;
     const char* problem;  // nullptr: valid
 };
+// Names the case in failure output instead of dumping its bytes.
+void PrintTo(const ValidateCase& c, std::ostream* os) { *os << c.name; }
 
 class KeyValidation: public testing::TestWithParam<ValidateCase> {};
 

@@ -29,6 +29,8 @@ struct ConversionCase {
     std::vector<const char*> expectedProperties;
     bool expectError;
 };
+// Names the case in failure output instead of dumping its bytes.
+void PrintTo(const ConversionCase& c, std::ostream* os) { *os << c.name; }
 
 const ConversionCase ConversionCases[] = {
     {"AllMapped", {7, 7, 5, 9, 7}, {7, 5, 9}, {"TRW", "T", "S"}, false},
