@@ -1,5 +1,7 @@
 #include "Editor/Camera/FlyController.h"
 
+#include "Editor/Camera/YawPitch.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -17,12 +19,7 @@ FlyController::FlyController(): _look{defaultLookSource()} {}
 void FlyController::setDefaultLookSource(LookSource source) { defaultLookSource() = std::move(source); }
 
 void FlyController::reset(const DualQuaternion& camera) {
-    const Quaternion q = glm::normalize(camera.rotation());
-    const Vector3 forward = q*Vector3{0.0f, 0.0f, -1.0f};
-    const Vector3 right = q*Vector3{1.0f, 0.0f, 0.0f};
-    const Vector3 up = q*Vector3{0.0f, 1.0f, 0.0f};
-    _pitch = std::asin(std::clamp(forward.y, -1.0f, 1.0f));
-    _yaw = up.y >= 0.0f ? std::atan2(-right.z, right.x) : std::atan2(right.z, -right.x);
+    Implementation::yawPitch(camera.rotation(), _yaw, _pitch);
     _position = camera.translation();
     _velocity = Vector3{0.0f};
     _moves = 0;
@@ -47,7 +44,7 @@ void FlyController::rotate(float yaw, float pitch) {
 }
 
 Quaternion FlyController::rotation() const {
-    return glm::angleAxis(_yaw, Vector3{0.0f, 1.0f, 0.0f})*glm::angleAxis(_pitch, Vector3{1.0f, 0.0f, 0.0f});
+    return Implementation::fromYawPitch(_yaw, _pitch);
 }
 
 Vector3 FlyController::targetVelocity() const {

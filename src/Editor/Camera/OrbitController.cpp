@@ -1,32 +1,18 @@
 #include "Editor/Camera/OrbitController.h"
 
+#include "Editor/Camera/YawPitch.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace ArdentisEngine {
 
-namespace {
-
-// Yaw and pitch of a rotation without roll: the right axis stays horizontal, so it gives the yaw,
-// and the view direction's height gives the pitch.
-void yawPitch(const Quaternion& rotation, float& yaw, float& pitch) {
-    const Quaternion q = glm::normalize(rotation);
-    const Vector3 right = q*Vector3{1.0f, 0.0f, 0.0f};
-    const Vector3 forward = q*Vector3{0.0f, 0.0f, -1.0f};
-    const Vector3 up = q*Vector3{0.0f, 1.0f, 0.0f};
-    pitch = std::asin(std::clamp(forward.y, -1.0f, 1.0f));
-    // Upside-down input keeps its heading by reading the right axis reversed.
-    yaw = up.y >= 0.0f ? std::atan2(-right.z, right.x) : std::atan2(right.z, -right.x);
-}
-
-}
-
 Quaternion OrbitController::rotation() const {
-    return glm::angleAxis(_yaw, Vector3{0.0f, 1.0f, 0.0f})*glm::angleAxis(_pitch, Vector3{1.0f, 0.0f, 0.0f});
+    return Implementation::fromYawPitch(_yaw, _pitch);
 }
 
 void OrbitController::setRotation(const Quaternion& rotation) {
-    yawPitch(rotation, _yaw, _pitch);
+    Implementation::yawPitch(rotation, _yaw, _pitch);
 }
 
 void OrbitController::setDistance(float distance) {

@@ -1,0 +1,127 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "Editor/App/ArdentisEditor.h"
+#include "Editor/App/Preferences.h"
+#include "Gfx/Log.h"
+
+using namespace ArdentisEngine;
+
+namespace {
+
+std::filesystem::path scratch(const char* name) {
+    const char* root = std::getenv("ARDENTIS_TEST_TMP");
+    std::filesystem::path dir = std::filesystem::path{root ? root : "/tmp"}/"preferences-test";
+    std::filesystem::create_directories(dir);
+    std::filesystem::path file = dir/name;
+    std::filesystem::remove(file);
+    return file;
+}
+
+void write(const std::filesystem::path& path, std::string_view text) {
+    std::ofstream{path, std::ios::binary} << text;
+}
+
+TEST(PreferencesTest, SaveLoadRoundTrip) {
+    const std::filesystem::path path = scratch("nested/dir/preferences.json");
+    Preferences preferences;
+    preferences.cameraRotationSensitivity = 0.75f;
+    preferences.cameraPanSensitivity = 0.01f;
+    preferences.uiScale = 1.5f;
+    preferences.shortcuts["SceneView/Box select"] = "Ctrl+Shift+B";
+    preferences.shortcuts["Editor/Undo"] = "Alt+Z";
+    ASSERT_TRUE(savePreferences(preferences, path));
+    EXPECT_FALSE(std::filesystem::exists(path.string() + ".tmp"));
+    EXPECT_EQ(loadPreferences(path), preferences);
+}
+
+struct BrokenCase {
+    const char* name;
+    const char* text;
+    const char* message;
+    float rotation;  // what cameraRotationSensitivity reads afterwards
+};
+
+const BrokenCase Broken[]{
+    {"NotJson", "{ \"cameraRotationSensitivity\": ", "not valid JSON at offset", 0.4f},
+    {"NotAnObject", "[1, 2]", "expected a JSON object", 0.4f},
+    {"WrongType", "{\"cameraRotationSensitivity\": \"fast\"}", "\"cameraRotationSensitivity\" must be a number", 0.4f},
+    {"OutOfRange", "{\"cameraRotationSensitivity\": -1}", "is outside", 0.4f},
+    {"UnknownKeyKeepsTheRest", "{\"colour\": 1, \"cameraRotationSensitivity\": 2}", "unknown preference \"colour\"", 2.0f},
+    {"ShortcutsNotObject", "{\"shortcuts\": 3, \"cameraRotationSensitivity\": 1}", "\"shortcuts\" must be an object", 1.0f},
+};
+
+class BrokenPreferences: public testing::TestWithParam<BrokenCase> {};
+
+TEST_P(BrokenPreferences, ReportedOnOneLineAndDefaulted) {
+    const BrokenCase& c = GetParam();
+    const std::filesystem::path path = scratch((std::string{c.name} + ".json").c_str());
+    write(path, c.text);
+    Log::Capture errors{Log::Channel::Error};
+    const Preferences preferences = loadPreferences(path);
+    EXPECT_TRUE(errors.contains(c.message)) << errors.text();
+    EXPECT_TRUE(errors.contains(path.string())) << "the message names the file: " << errors.text();
+    EXPECT_FLOAT_EQ(preferences.cameraRotationSensitivity, c.rotation);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, BrokenPreferences, testing::ValuesIn(Broken),
+                         [](const testing::TestParamInfo<BrokenCase>& info) { return std::string{info.param.name}; });
+
+TEST(PreferencesTest, MissingFileIsSilent) {
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_EQ(loadPreferences(scratch("absent.json")), Preferences{});
+    EXPECT_TRUE(errors.text().empty());
+}
+
+TEST(PreferencesTest, SaveIntoUnwritablePlaceFails) {
+    const std::filesystem::path blocker = scratch("blocker");
+    write(blocker, "a file where a folder is needed");
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(savePreferences(Preferences{}, blocker/"preferences.json"));
+    EXPECT_TRUE(errors.contains("preferences not saved")) << errors.text();
+}
+
+TEST(PreferencesTest, DefaultPathFollowsXdg) {
+    const char* previous = std::getenv("XDG_CONFIG_HOME");
+    const std::string saved = previous ? previous : "";
+    setenv("XDG_CONFIG_HOME", "/somewhere/config", 1);
+    EXPECT_EQ(defaultPreferencesPath(), std::filesystem::path{"/somewhere/config/ardentis/preferences.json"});
+    setenv("XDG_CONFIG_HOME", "", 1);
+    setenv("HOME", "/home/someone", 1);
+    EXPECT_EQ(defaultPreferencesPath(), std::filesystem::path{"/home/someone/.config/ardentis/preferences.json"});
+    if(previous) setenv("XDG_CONFIG_HOME", saved.c_str(), 1); else unsetenv("XDG_CONFIG_HOME");
+}
+
+TEST(ProgressTest, RecordsLiveUntilFinishedAndReleased) {
+    ArdentisEditor editor;
+    Progress& bake = editor.pushProgress("Baking irradiance volume");
+    Progress& other = editor.pushProgress("Importing");
+    {
+        ProgressHandle handle{bake};
+        bake.setTotal(10);
+        bake.advance(4);
+        EXPECT_FLOAT_EQ(bake.fraction(), 0.4f);
+        EXPECT_FALSE(bake.finish()) << "first finish sees it unfinished";
+        EXPECT_TRUE(bake.finish());
+        editor.collectProgress();
+        EXPECT_EQ(editor.progress().size(), 2u) << "still held by a handle";
+        ProgressHandle moved = std::move(handle);
+        EXPECT_EQ(bake.references(), 1u);
+    }
+    editor.collectProgress();
+    ASSERT_EQ(editor.progress().size(), 1u);
+    EXPECT_EQ(editor.progress().front().get(), &other);
+}
+
+TEST(ApplicationTest, ViewSwitchRow) {
+    EXPECT_EQ(ArdentisEditor::SwitchNames.size(), 13u);
+    EXPECT_EQ(ArdentisEditor::SwitchNames[ArdentisEditor::CollisionShapes], "Collision Shapes");
+    EXPECT_EQ(ArdentisEditor::SwitchNames[ArdentisEditor::FreezeCullingFrustum], "Freeze Culling Frustum");
+    EXPECT_EQ(ArdentisEditor::SwitchNames[ArdentisEditor::SimulatePhysX], "Simulate PhysX");
+    EXPECT_EQ(int(ArdentisEditor::SimulatePhysX), 12);
+}
+
+}
