@@ -1,0 +1,132 @@
+#pragma once
+// The open project: one JSON document holding every record, the folder it lives in, its cache
+// folder, the revision counters that tell the engine side what changed, and the runtime data
+// (imported scenes, decoded images) resolved for records.
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <typeindex>
+#include <utility>
+#include <vector>
+
+#include "Editor/Project/Access.h"
+
+namespace ArdentisEngine {
+
+template<class Record> class ResourceSection;
+
+// What an edit touched, for incremental rebuilds. At most twenty categories, one per scene stamp.
+enum class ChangeCategory: std::uint8_t {
+    Objects, Meshes, Materials, Textures, Images, Shaders, Fonts, Animations, Files,
+    Lights, Texts, EnvironmentSettings, RenderSettings, EnvironmentProbe, ProbeVolume,
+    Physics, ImageSettings, Settings,
+    Count
+};
+static_assert(std::size_t(ChangeCategory::Count) <= 20);
+using ChangeCategories = std::uint32_t;
+constexpr ChangeCategories categoryBit(ChangeCategory c) { return 1u << unsigned(c); }
+
+class ProjectFile {
+public:
+    static constexpr const char* FileName = "project.ardentis.json";
+    static constexpr const char* CacheFolder = "cache";
+    static constexpr const char* Format = "ardentis-project";
+    static constexpr std::uint32_t Version = 1;
+    // Record sections, in the order the format document lists them.
+    static const std::array<const char*, 10> Sections;
+
+    // An empty project that lives nowhere until create() or load().
+    ProjectFile();
+    ProjectFile(const ProjectFile&) = delete;
+    ProjectFile& operator=(const ProjectFile&) = delete;
+
+    // Makes folder (and its parents) a new empty project and writes its file.
+    bool create(std::string_view folder);
+    // Opens the project in folder, or the project file itself. A broken or foreign file is
+    // reported with the file and the JSON location and leaves this project as it was.
+    bool load(std::string_view path);
+    // Replaces the records with those in text, checked as load() checks a file; name is used in
+    // messages. The folder stays.
+    bool loadText(std::string_view text, std::string_view name);
+    // Writes beside the project file, then renames over it: a failed save leaves the old file.
+    bool save();
+    // The bytes save() writes.
+    std::string text() const;
+
+    const std::string& folder() const { return _folder; }
+    std::string filePath() const;
+    std::string cachePath() const;
+    // Creates the cache folder when missing; false (with a message) when it cannot be made.
+    bool makeCachePath() const;
+    // path (absolute, or relative to the project folder) as a normalised path relative to the
+    // project folder; empty, with a message, when it points outside the folder.
+    std::optional<std::string> relativePath(std::string_view path) const;
+    std::string absolutePath(std::string_view relative) const;
+
+    JsonDocument& document() { return _document; }
+    const JsonDocument& document() const { return _document; }
+    RecordAccess root() { return {*this, ""}; }
+    RecordAccess settings() { return {*this, "/settings"}; }
+    template<class Record> ResourceSection<Record> section();
+
+    // Bumped by every applied edit (including undo and redo) and by load.
+    std::uint32_t revision() const { return _revision; }
+    // The revision at which a category last changed.
+    std::uint32_t stamp(ChangeCategory category) const { return _stamps[std::size_t(category)]; }
+    const std::array<std::uint32_t, 20>& stamps() const { return _stamps; }
+    // Categories an edit at path touches (reads the document to tell a light component from a mesh).
+    ChangeCategories categoriesOf(std::string_view path) const;
+    // Called by the undo service after it changed the value at path.
+    void touched(std::string_view path, ChangeCategories extra = 0);
+
+    using ChangeListener = std::function<void(std::string_view path, ChangeCategories)>;
+    // Listeners see every edit after it is applied; load reports the root path and all categories.
+    int addChangeListener(ChangeListener listener);
+    void removeChangeListener(int handle);
+
+    // Runtime data of a record, typed; replaced or dropped by the importer and compiler.
+    template<class T> void setData(const char* section, ResourceId id, std::shared_ptr<T> data) {
+        _data.insert_or_assign(std::pair<std::string, std::uint32_t>{section, id.value},
+            std::pair<std::shared_ptr<void>, std::type_index>{std::move(data), std::type_index(typeid(T))});
+    }
+    template<class T> T* data(const char* section, ResourceId id) const {
+        auto found = _data.find({section, id.value});
+        if(found == _data.end() || found->second.second != std::type_index(typeid(T))) return nullptr;
+        return static_cast<T*>(found->second.first.get());
+    }
+    void removeData(const char* section, ResourceId id) { _data.erase({section, id.value}); }
+
+private:
+    bool adopt(JsonDocument& document, std::string_view name);
+    void touchAll();
+
+    std::string _folder;
+    JsonDocument _document;
+    std::uint32_t _revision = 0;
+    std::array<std::uint32_t, 20> _stamps{};
+    std::vector<std::pair<int, ChangeListener>> _listeners;
+    int _nextListener = 1;
+    std::map<std::pair<std::string, std::uint32_t>, std::pair<std::shared_ptr<void>, std::type_index>> _data;
+};
+
+// Checks that document is a project of ours: the format marker, sections of records keyed by ids,
+// field types, file references inside the project. Returns "JSON pointer: reason" on failure.
+std::optional<std::string> validateProject(const JsonValue& document);
+// Whether a project-relative path stays inside the project folder.
+bool isInsideProject(std::string_view relativePath);
+
+// The open project's folders, for code that has no project at hand.
+struct WorkspaceData {
+    static std::string projectPath();
+    static std::string projectCachePath();
+    static void setProjectPath(std::string path);
+};
+
+}
+
+#include "Editor/Project/ResourceSection.h"
