@@ -1,0 +1,11 @@
+# Writes a C++ table of the internal shader files: cmake -DOUTPUT=... -DBASE_DIR=... -DFILES=a;b -P this
+set(content "// Generated from src/Renderer/Shaders by EmbedShaders.cmake; do not edit.\n#include \"Renderer/InternalShaders.h\"\n\nnamespace ArdentisEngine::Shaders::Implementation {\n\nconst InternalShaderFile InternalShaderFiles[]{\n")
+foreach(file IN LISTS FILES)
+  file(READ ${BASE_DIR}/${file} text)
+  string(APPEND content "    {\"${file}\", R\"ardentis_glsl(${text})ardentis_glsl\"},\n")
+endforeach()
+list(LENGTH FILES count)
+string(APPEND content "};\nconst std::size_t InternalShaderFileCount = ${count};\n\n}\n")
+file(WRITE ${OUTPUT}.tmp "${content}")
+file(COPY_FILE ${OUTPUT}.tmp ${OUTPUT} ONLY_IF_DIFFERENT)
+file(REMOVE ${OUTPUT}.tmp)

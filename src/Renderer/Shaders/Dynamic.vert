@@ -1,0 +1,90 @@
+#define SHADER_INTERNAL
+// The vertex stage of every mesh pipeline. The fragment stage's SHADER_TYPE_* define is given to this
+// stage too, and decides what is passed on (see lib/Inputs.glsl).
+//
+// Per-object data, three RGBA32F texels per object id in `transformations` (row-major, wrapping at
+// the texture's width): rotation quaternion, dual part, (scaling xyz, material id as float bits).
+// With PRETRANSFORMED (meshes written by the skinning pass) positions are already in world space.
+
+#include "lib/Uniforms.glsl"
+#include "lib/Inputs.glsl"
+#include "lib/Quaternion.glsl"
+#ifdef MORPH_TARGETS
+#include "lib/MorphTargets.glsl"
+#endif
+
+uniform sampler2D transformations;
+uniform uint idOffset;
+
+vec4 objectTexel(uint object, int k) {
+    int i = int(object)*3 + k;
+    int w = textureSize(transformations, 0).x;
+    return texelFetch(transformations, ivec2(i % w, i/w), 0);
+}
+
+void main() {
+    uint object = vertexObjectId;
+#ifdef MULTIDRAW
+    uint drawId = uint(gl_DrawID);
+#else
+    uint drawId = object - idOffset;
+#endif
+
+    vec3 position = vertexPosition;
+#ifdef NORMAL
+    vec3 normal = vertexNormal;
+#else
+    vec3 normal = vec3(0.0, 0.0, 1.0);
+#endif
+#ifdef MORPH_TARGETS
+    applyMorphTargets(drawId, gl_VertexID, position, normal);
+#endif
+
+    vec4 rotation = objectTexel(object, 0);
+    vec4 scalingMaterial = objectTexel(object, 2);
+#ifdef PRETRANSFORMED
+    vec3 world = position;
+#else
+    vec3 world = dualQuatTransformPoint(rotation, objectTexel(object, 1), position*scalingMaterial.xyz);
+#endif
+    gl_Position = views[viewIndex].viewProjectionMatrix*vec4(world, 1.0);
+
+#if defined(PASS_SURFACE) || defined(SHADER_TYPE_COMPONENT_ID)
+    surfaceComponent = drawId;
+#endif
+#ifdef PASS_SURFACE
+    surfacePosition = world;
+    surfaceObject = object;
+    surfaceMaterial = floatBitsToUint(scalingMaterial.w);
+#ifdef PRETRANSFORMED
+    surfaceNormal = normal;
+#else
+    // Non-uniform scaling: normals transform by the inverse scaling before the rotation.
+    surfaceNormal = quatRotate(rotation, normal/scalingMaterial.xyz);
+#endif
+#ifdef TANGENT
+#ifdef PRETRANSFORMED
+    surfaceTangent = vertexTangent;
+#else
+    surfaceTangent = vec4(quatRotate(rotation, vertexTangent.xyz*scalingMaterial.xyz), vertexTangent.w);
+#endif
+#endif
+#ifdef TEXTURE_COORDS
+    surfaceUV = vertexTextureCoordinates;
+#else
+    surfaceUV = vec2(0.0);
+#endif
+#ifdef TEXTURE_COORDS_1
+    surfaceUV1 = vertexTextureCoordinates1;
+#endif
+#ifdef WIREFRAME
+    int corner = gl_VertexID % 3;
+    surfaceBarycentric = vec3(corner == 0, corner == 1, corner == 2);
+#endif
+#ifdef COLOR
+    surfaceColor = vertexColor;
+#else
+    surfaceColor = vec4(1.0);
+#endif
+#endif
+}
