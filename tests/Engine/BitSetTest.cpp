@@ -1,0 +1,151 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <vector>
+
+#include "Engine/BitSet.h"
+
+using namespace ArdentisEngine;
+
+namespace {
+
+std::vector<std::size_t> collect(ConstBitSetView bits) {
+    std::vector<std::size_t> out;
+    for(std::size_t i: bits) out.push_back(i);
+    return out;
+}
+
+struct BitsCase {
+    const char* name;
+    std::size_t size;
+    std::vector<std::size_t> set;
+};
+
+const BitsCase BitsCases[]{
+    {"Empty", 0, {}},
+    {"OneWordNoBits", 10, {}},
+    {"FirstAndLastOfWord", 64, {0, 63}},
+    {"AcrossWordBoundary", 130, {63, 64, 127, 128, 129}},
+    {"LastBitOfPartialWord", 65, {64}},
+    {"SparseInLongSet", 1000, {5, 200, 511, 512, 999}},
+};
+
+class BitSetBits: public testing::TestWithParam<BitsCase> {};
+
+}
+
+TEST_P(BitSetBits, SetBitsAreReportedEverywhere) {
+    const BitsCase& c = GetParam();
+    BitSet bits{c.size};
+    for(std::size_t i: c.set) bits.set(i);
+
+    EXPECT_EQ(bits.size(), c.size);
+    EXPECT_EQ(bits.countSet(), c.set.size());
+    EXPECT_EQ(bits.isClear(), c.set.empty());
+    EXPECT_EQ(collect(bits), c.set);
+    if(c.set.empty()) EXPECT_FALSE(bits.findFirstSet());
+    else EXPECT_EQ(bits.findFirstSet(), c.set.front());
+
+    const std::set<std::size_t> expected(c.set.begin(), c.set.end());
+    for(std::size_t i = 0; i != c.size; ++i) EXPECT_EQ(bits.isSet(i), expected.count(i) == 1) << i;
+    EXPECT_FALSE(bits.isSetSafe(c.size));
+    EXPECT_FALSE(bits.isSetSafe(c.size + 1000));
+
+    for(std::size_t i: c.set) bits.clear(i);
+    EXPECT_TRUE(bits.isClear());
+    EXPECT_EQ(bits.countSet(), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(, BitSetBits, testing::ValuesIn(BitsCases),
+    [](const testing::TestParamInfo<BitsCase>& i) { return std::string{i.param.name}; });
+
+namespace {
+
+struct ResizeCase {
+    const char* name;
+    std::size_t from, to;
+    bool fill;
+};
+
+const ResizeCase ResizeCases[]{
+    {"GrowInsideWord", 10, 40, false},
+    {"GrowAcrossWords", 60, 200, false},
+    {"GrowFilledFromPartialWord", 70, 300, true},
+    {"GrowFilledFromFullWord", 64, 130, true},
+    {"ShrinkInsideWord", 50, 20, false},
+    {"ShrinkAcrossWords", 300, 65, true},
+    {"ShrinkToZero", 100, 0, false},
+};
+
+class BitSetResize: public testing::TestWithParam<ResizeCase> {};
+
+}
+
+TEST_P(BitSetResize, KeepsOldBitsAndFillsNewOnes) {
+    const ResizeCase& c = GetParam();
+    BitSet bits{c.from};
+    // Every third bit set, so that neighbours of kept bits are clear.
+    for(std::size_t i = 0; i < c.from; i += 3) bits.set(i);
+    bits.resize(c.to, c.fill);
+    ASSERT_EQ(bits.size(), c.to);
+    std::size_t expectedCount = 0;
+    for(std::size_t i = 0; i != c.to; ++i) {
+        const bool expected = i < c.from ? i%3 == 0 : c.fill;
+        EXPECT_EQ(bits.isSet(i), expected) << i;
+        expectedCount += expected;
+    }
+    EXPECT_EQ(bits.countSet(), expectedCount);
+    // Bits dropped by a shrink must not come back on a later grow.
+    bits.resize(c.to + 100);
+    for(std::size_t i = c.to; i != c.to + 100; ++i) EXPECT_FALSE(bits.isSet(i)) << i;
+}
+
+INSTANTIATE_TEST_SUITE_P(, BitSetResize, testing::ValuesIn(ResizeCases),
+    [](const testing::TestParamInfo<ResizeCase>& i) { return std::string{i.param.name}; });
+
+TEST(BitSet, SetAllStopsAtSize) {
+    BitSet bits{70};
+    bits.setAll();
+    EXPECT_EQ(bits.countSet(), 70u);
+    bits.resize(140);
+    EXPECT_EQ(bits.countSet(), 70u);
+    EXPECT_FALSE(bits.isSet(70));
+}
+
+TEST(BitSet, FindNextSetWalksAcrossWords) {
+    BitSet bits{300};
+    bits.set(3);
+    bits.set(64);
+    bits.set(299);
+    EXPECT_EQ(bits.findNextSet(0), 3u);
+    EXPECT_EQ(bits.findNextSet(4), 64u);
+    EXPECT_EQ(bits.findNextSet(65), 299u);
+    EXPECT_FALSE(bits.findNextSet(300));
+}
+
+TEST(BitSet, CopiesAndMovesOwnTheirWords) {
+    BitSet a{100};
+    a.set(99);
+    BitSet b = a;
+    b.clear(99);
+    b.set(1);
+    EXPECT_TRUE(a.isSet(99));
+    EXPECT_FALSE(a.isSet(1));
+    BitSet c = std::move(b);
+    EXPECT_TRUE(c.isSet(1));
+    EXPECT_EQ(b.size(), 0u);
+    a = c;
+    EXPECT_TRUE(a == c);
+    c.set(50);
+    EXPECT_FALSE(a.isSet(50));
+}
+
+TEST(BitSetView, WritesThroughToTheOwner) {
+    BitSet bits{128};
+    BitSetView view = bits.view();
+    view.set(127);
+    EXPECT_TRUE(bits.isSet(127));
+    ConstBitSetView constView = bits;
+    EXPECT_EQ(constView.countSet(), 1u);
+    EXPECT_EQ(*constView.begin(), 127u);
+}
