@@ -1,0 +1,209 @@
+#include <gtest/gtest.h>
+
+#include "Engine/Physics/PhysicsManager.h"
+#include "Engine/SceneGraph.h"
+#include "Gfx/Log.h"
+
+using namespace ArdentisEngine;
+using namespace ArdentisEngine::Data;
+
+namespace {
+
+RigidBody body(BodyType type, CollisionShape shape) {
+    RigidBody b;
+    b.type = type;
+    b.shape = std::move(shape);
+    return b;
+}
+
+// A floor whose top is at y = 0 and two unit boxes above it, one of them under a moved and scaled
+// parent.
+struct Scene {
+    SceneGraph graph{16};
+    PhysicsManager physics{8};
+    Id floor, box, holder, held;
+    Id floorBody, boxBody, heldBody;
+
+    Scene() {
+        graph.setComponentManager(physics);
+        floor = graph.addObject();
+        graph.setLocalTransformation(floor, DualQuaternion::translation({0, -0.5f, 0}));
+        box = graph.addObject();
+        graph.setLocalTransformation(box, DualQuaternion::translation({-2, 3, 0}));
+        holder = graph.addObject();
+        graph.setLocalTransformation(holder, DualQuaternion::fromRotationTranslation(
+            glm::angleAxis(0.5f, Vector3{0, 1, 0}), {3, 1, 0}));
+        graph.setLocalScaling(holder, Vector3{2});
+        held = graph.addObject(holder);
+        graph.setLocalTransformation(held, DualQuaternion::translation({0, 1, 0}));
+        graph.setLocalScaling(held, Vector3{0.5f});
+
+        floorBody = physics.addComponent(floor);
+        boxBody = physics.addComponent(box);
+        heldBody = physics.addComponent(held);
+        EXPECT_TRUE(physics.setBody(floorBody, body(BodyType::Static, CollisionShape::box({10, 0.5f, 10}))));
+        EXPECT_TRUE(physics.setBody(boxBody, body(BodyType::Dynamic, CollisionShape::box(Vector3{0.5f}))));
+        EXPECT_TRUE(physics.setBody(heldBody, body(BodyType::Dynamic, CollisionShape::box(Vector3{0.5f}))));
+        graph.computeAbsoluteTransformations();
+        physics.activateInScene();
+    }
+
+    void run(float seconds) {
+        for(float t = 0.0f; t < seconds; t += 1.0f/60.0f) {
+            physics.update(1.0/60.0);
+            graph.computeAbsoluteTransformations();
+        }
+    }
+};
+
+TEST(PhysicsManager, DroppedBoxesComeToRestOnFloor) {
+    Scene s;
+    EXPECT_EQ(s.physics.world().bodyCount(), 3u);
+    s.run(4.0f);
+    // The graph carries the simulated poses, the held box relative to its scaled, turned parent.
+    EXPECT_NEAR(s.graph.localTransformation(s.box).translation().y, 0.5f, 0.03f);
+    EXPECT_NEAR(s.graph.localTransformation(s.box).translation().x, -2.0f, 0.03f);
+    EXPECT_LT(glm::length(s.physics.world().linearVelocity(*s.physics.worldHandle(s.boxBody))), 0.05f);
+
+    const DualQuaternion held = s.graph.absoluteTransformation(s.held);
+    // Held box: parent scaling 2 x own 0.5 makes it a unit cube again, resting at y = 0.5.
+    EXPECT_NEAR(held.translation().y, 0.5f, 0.03f);
+    const DualQuaternion body = s.physics.world().pose(*s.physics.worldHandle(s.heldBody));
+    EXPECT_NEAR(glm::distance(held.translation(), body.translation()), 0.0f, 1e-4f);
+    EXPECT_NEAR(std::abs(glm::dot(held.rotation(), body.rotation())), 1.0f, 1e-5f);
+    // Its local translation is in the parent's scaled space: 0.5 below the parent's origin at y = 1
+    // is -0.25 in parent units.
+    EXPECT_NEAR(s.graph.localTransformation(s.held).translation().y, -0.25f, 0.02f);
+    // The floor stays.
+    EXPECT_EQ(s.graph.localTransformation(s.floor).translation(), Vector3(0, -0.5f, 0));
+}
+
+TEST(PhysicsManager, SimulatedObjects) {
+    Scene s;
+    EXPECT_TRUE(s.physics.isSimulated(s.box));
+    EXPECT_TRUE(s.physics.isSimulated(s.held));
+    EXPECT_FALSE(s.physics.isSimulated(s.floor));
+    EXPECT_FALSE(s.physics.isSimulated(s.holder));  // no body
+    EXPECT_FALSE(s.physics.isSimulated(200));        // no object
+    s.physics.deactivate(s.boxBody);
+    EXPECT_FALSE(s.physics.isSimulated(s.box));
+}
+
+TEST(PhysicsManager, FalseUpdatePlacesMovedBodiesWithoutTime) {
+    Scene s;
+    s.run(0.5f);  // both boxes in mid-fall
+    const std::uint32_t boxHandle = *s.physics.worldHandle(s.boxBody);
+    const std::uint32_t heldHandle = *s.physics.worldHandle(s.heldBody);
+    const DualQuaternion heldBefore = s.physics.world().pose(heldHandle);
+    const Vector3 heldVelocity = s.physics.world().linearVelocity(heldHandle);
+    ASSERT_LT(heldVelocity.y, -1.0f);
+    const double time = s.physics.world().simulatedTime();
+
+    s.graph.setLocalTransformation(s.box, DualQuaternion::translation({5, 8, -1}));
+    s.graph.setLocalTransformation(s.floor, DualQuaternion::translation({0, -2.5f, 0}));
+    s.physics.doFalseUpdate();
+
+    EXPECT_EQ(s.physics.world().simulatedTime(), time);
+    EXPECT_NEAR(glm::distance(s.physics.world().pose(boxHandle).translation(), Vector3(5, 8, -1)), 0.0f, 1e-5f);
+    EXPECT_EQ(s.physics.world().linearVelocity(boxHandle), Vector3(0));
+    EXPECT_NEAR(s.physics.world().pose(*s.physics.worldHandle(s.floorBody)).translation().y, -2.5f, 1e-5f);
+    // The untouched box neither moved nor lost its speed.
+    EXPECT_EQ(s.physics.world().pose(heldHandle), heldBefore);
+    EXPECT_EQ(s.physics.world().linearVelocity(heldHandle), heldVelocity);
+
+    // From there the moved box falls onto the moved floor.
+    s.run(4.0f);
+    EXPECT_NEAR(s.graph.absoluteTransformation(s.box).translation().y, -1.5f, 0.03f);
+}
+
+TEST(PhysicsManager, ResetReturnsToAuthoredPoses) {
+    Scene s;
+    const DualQuaternion boxAuthored = s.graph.localTransformation(s.box);
+    const DualQuaternion heldAuthored = s.graph.localTransformation(s.held);
+    s.run(2.0f);
+    ASSERT_LT(s.graph.localTransformation(s.box).translation().y, 1.0f);
+
+    s.physics.resetToAuthoredPoses();
+    EXPECT_EQ(s.graph.localTransformation(s.box), boxAuthored);
+    EXPECT_EQ(s.graph.localTransformation(s.held), heldAuthored);
+    EXPECT_EQ(s.graph.localScaling(s.held), Vector3(0.5f));
+    const std::uint32_t boxHandle = *s.physics.worldHandle(s.boxBody);
+    EXPECT_NEAR(glm::distance(s.physics.world().pose(boxHandle).translation(), Vector3(-2, 3, 0)), 0.0f, 1e-5f);
+    EXPECT_EQ(s.physics.world().linearVelocity(boxHandle), Vector3(0));
+}
+
+TEST(PhysicsManager, ActivateInSceneTakesNewAuthoredPoses) {
+    Scene s;
+    s.run(1.0f);
+    // What the host does when simulation stops: put the objects back, activate, false update.
+    s.graph.setLocalTransformation(s.box, DualQuaternion::translation({0, 6, 0}));
+    s.physics.activateInScene();
+    s.physics.doFalseUpdate();
+    s.run(0.5f);
+    s.physics.resetToAuthoredPoses();
+    EXPECT_NEAR(glm::distance(s.graph.localTransformation(s.box).translation(), Vector3(0, 6, 0)), 0.0f, 1e-6f);
+}
+
+TEST(PhysicsManager, BodiesExistOnlyWhileActive) {
+    Scene s;
+    s.physics.deactivate(s.heldBody);
+    EXPECT_EQ(s.physics.world().bodyCount(), 2u);
+    EXPECT_FALSE(s.physics.worldHandle(s.heldBody));
+    EXPECT_NE(s.physics.body(s.heldBody), nullptr);  // the description stays
+
+    // An inactive held box does not fall.
+    const DualQuaternion before = s.graph.localTransformation(s.held);
+    s.run(0.5f);
+    EXPECT_EQ(s.graph.localTransformation(s.held), before);
+
+    s.physics.removeComponent(s.boxBody);
+    EXPECT_EQ(s.physics.world().bodyCount(), 1u);
+    s.physics.activate(s.heldBody);
+    EXPECT_EQ(s.physics.world().bodyCount(), 2u);
+}
+
+TEST(PhysicsManager, ReplacingBodyKeepsOneInWorld) {
+    Scene s;
+    EXPECT_TRUE(s.physics.setBody(s.boxBody, body(BodyType::Kinematic, CollisionShape::sphere(0.5f))));
+    EXPECT_EQ(s.physics.world().bodyCount(), 3u);
+    EXPECT_FALSE(s.physics.isSimulated(s.box));
+    EXPECT_EQ(s.physics.world().simulatedType(*s.physics.worldHandle(s.boxBody)), BodyType::Kinematic);
+}
+
+TEST(PhysicsManager, InvalidBodyIsLoggedAndKeepsOld) {
+    Scene s;
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(s.physics.setBody(s.boxBody, body(BodyType::Dynamic, CollisionShape::sphere(0.0f))));
+    EXPECT_TRUE(errors.contains("Physics body of object 2: sphere radius 0 must be positive")) << errors.text();
+    EXPECT_EQ(s.physics.body(s.boxBody)->shape.type, ShapeType::Box);
+    EXPECT_EQ(s.physics.world().bodyCount(), 3u);
+}
+
+TEST(PhysicsManager, KinematicBodyFollowsGraph) {
+    Scene s;
+    EXPECT_TRUE(s.physics.setBody(s.boxBody, body(BodyType::Kinematic, CollisionShape::box(Vector3{0.5f}))));
+    s.graph.setLocalTransformation(s.box, DualQuaternion::translation({1, 2, 3}));
+    s.run(0.1f);
+    EXPECT_NEAR(glm::distance(s.physics.world().pose(*s.physics.worldHandle(s.boxBody)).translation(), Vector3(1, 2, 3)), 0.0f, 1e-5f);
+    EXPECT_EQ(s.graph.localTransformation(s.box).translation(), Vector3(1, 2, 3));
+}
+
+TEST(PhysicsManager, DebugVisualizationFollowsBodies) {
+    Scene s;
+    const DebugLines lines = s.physics.renderDebugVisualization();
+    EXPECT_EQ(lines.segmentCount(), 36u);  // three boxes of 12 edges
+
+    // The lines of the dynamic boxes lie within their cubes, wherever those fall.
+    s.run(1.0f);
+    const DebugLines after = s.physics.renderDebugVisualization();
+    const Vector3 box = s.graph.absoluteTransformation(s.box).translation();
+    std::size_t nearBox = 0;
+    for(const Vector3& p: after.positions)
+        if(glm::distance(p, box) <= std::sqrt(3.0f)*0.5f + 1e-4f) ++nearBox;
+    EXPECT_EQ(nearBox, 24u);  // 12 segments, both ends
+
+    s.physics.deactivate(s.floorBody);
+    EXPECT_EQ(s.physics.renderDebugVisualization().segmentCount(), 24u);
+}
+
+}
