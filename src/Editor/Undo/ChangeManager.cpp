@@ -31,9 +31,16 @@ struct ChangeManager::Step {
 
 namespace {
 
+// A copy that owns all its strings: RapidJSON's own copy keeps a top-level string reference as a
+// reference, which would dangle once the caller's string is gone.
+void copyInto(JsonValue& out, const JsonValue& value, JsonAllocator& allocator) {
+    if(value.IsString()) out.SetString(value.GetString(), value.GetStringLength(), allocator);
+    else out.CopyFrom(value, allocator);
+}
+
 std::unique_ptr<JsonDocument> copyOf(const JsonValue& value) {
     auto out = std::make_unique<JsonDocument>();
-    out->CopyFrom(value, out->GetAllocator());
+    copyInto(*out, value, out->GetAllocator());
     return out;
 }
 
@@ -146,7 +153,7 @@ bool setValue(JsonDocument& document, const std::string& path, const JsonValue& 
     }
     if(before && created.empty()) *before = copyOf(*target);
     if(createdRoot) *createdRoot = created;
-    target->CopyFrom(value, allocator);
+    copyInto(*target, value, allocator);
     return true;
 }
 
@@ -183,7 +190,8 @@ bool insertValue(JsonDocument& document, const std::string& path, const JsonValu
     auto& allocator = document.GetAllocator();
     if(parent->IsObject()) {
         const std::string& name = segments.back();
-        parent->AddMember(JsonValue{name.data(), rapidjson::SizeType(name.size()), allocator}, JsonValue{value, allocator}, allocator);
+        parent->AddMember(JsonValue{name.data(), rapidjson::SizeType(name.size()), allocator}, JsonValue{}, allocator);
+        copyInto((parent->MemberEnd() - 1)->value, value, allocator);
         for(auto it = parent->MemberEnd() - 1; it != parent->MemberBegin() && std::size_t(it - parent->MemberBegin()) > position; --it) {
             it->name.Swap((it - 1)->name);
             it->value.Swap((it - 1)->value);
@@ -192,7 +200,8 @@ bool insertValue(JsonDocument& document, const std::string& path, const JsonValu
     }
     std::size_t index;
     if(!parseIndex(segments.back(), index) || index > parent->Size()) { error = path + " is not an element of the list"; return false; }
-    parent->PushBack(JsonValue{value, allocator}, allocator);
+    parent->PushBack(JsonValue{}, allocator);
+    copyInto((*parent)[parent->Size() - 1], value, allocator);
     for(std::size_t i = parent->Size() - 1; i > index; --i) (*parent)[rapidjson::SizeType(i)].Swap((*parent)[rapidjson::SizeType(i - 1)]);
     return true;
 }

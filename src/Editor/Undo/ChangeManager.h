@@ -29,7 +29,8 @@ public:
     void pushChange(const ValueAccess<void>& target, const JsonValue& value, bool merge = false, unsigned group = 0);
     void pushChange(const ValueAccess<void>& target, ResourceId id, bool merge = false);
     void pushChange(const ValueAccess<void>& target, std::string_view text, bool merge = false);
-    template<class T> requires(!std::is_convertible_v<const T&, std::string_view> && !std::is_base_of_v<ResourceId, T>)
+    template<class T> requires(!std::is_convertible_v<const T&, std::string_view> && !std::is_base_of_v<ResourceId, T> &&
+        !std::is_base_of_v<JsonValue, T>)
     void pushChange(const ValueAccess<void>& target, const T& value, bool merge = false, unsigned group = 0) {
         JsonDocument scratch;
         pushChange(target, toJsonValue(value, scratch.GetAllocator()), merge, group);
