@@ -7,15 +7,13 @@
 #include <vector>
 
 #include "Engine/Animation/AnimationData.h"
+#include "Engine/Id.h"
 #include "Math/DualQuaternion.h"
 
 namespace ArdentisEngine::Data {
 
-// Same type as the scene graph's object id; repeating an alias of one type is allowed.
-using Id = std::uint16_t;
-
 // Track entries of an imported animation that lead to no scene object.
-constexpr std::uint16_t UnmappedTrack = 0xffff;
+constexpr std::uint16_t UnmappedTrack = InvalidId;
 
 // Every property animated on one target; a property without keys stays as the scene has it.
 struct TargetTracks {

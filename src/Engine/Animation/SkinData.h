@@ -6,11 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "Engine/Id.h"
 #include "Math/Types.h"
 
 namespace ArdentisEngine::Data {
-
-using Id = std::uint16_t;
 
 class SkinData {
 public:
