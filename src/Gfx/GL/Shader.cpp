@@ -35,10 +35,18 @@ Shader::Shader(ShaderStage stage, std::string_view label): _stage{stage} {
     setObjectLabel(GL_SHADER, id(), label);
 }
 
+namespace {
+// Mesa ignores the source-string number of "#line", so each later source starts its line count
+// at a multiple of this instead and messages are decoded from the line alone.
+constexpr unsigned long SourceLineStride = 100000;
+}
+
 Shader& Shader::addSource(std::string_view source, std::string_view name) {
-    // "#line 1 N" makes the driver report source string N, line L of that source. It cannot
-    // come before the #version line, which the first source carries.
-    if(!_sourceNames.empty()) _source += "\n#line 1 " + std::to_string(_sourceNames.size()) + "\n";
+    // "#line" cannot come before the #version line, which the first source carries.
+    if(!_sourceNames.empty()) {
+        const std::size_t index = _sourceNames.size();
+        _source += "\n#line " + std::to_string(index*SourceLineStride + 1) + " " + std::to_string(index) + "\n";
+    }
     _source += source;
     _sourceNames.emplace_back(name.empty() ? label() : std::string{name});
     return *this;
@@ -80,8 +88,9 @@ void Shader::logMessages(const std::string& log) const {
         if(line.find_first_not_of(" \t\r") == std::string::npos) continue;
         std::smatch m;
         if(std::regex_match(line, m, located)) {
-            const std::size_t string = std::stoul(m[1].str());
-            const std::string lineNumber = m[2].matched ? m[2].str() : m[3].matched ? m[3].str() : m[4].str();
+            unsigned long lineNumber = std::stoul(m[2].matched ? m[2].str() : m[3].matched ? m[3].str() : m[4].str());
+            const std::size_t string = lineNumber/SourceLineStride;
+            lineNumber %= SourceLineStride;
             const std::string& name = string < _sourceNames.size() ? _sourceNames[string] : label();
             Log::error("{}:{}: {}", name, lineNumber, m[5].str());
         } else {

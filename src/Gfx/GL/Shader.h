@@ -36,8 +36,8 @@ public:
     ShaderStage stage() const { return _stage; }
     const std::string& label() const { return _handle.label(); }
 
-    // Sources are joined in order. Each after the first restarts line numbering so messages name
-    // it and its own line; `name` defaults to the shader's label.
+    // Sources are joined in order. Messages name the source and its own line; `name` defaults
+    // to the shader's label.
     Shader& addSource(std::string_view source, std::string_view name = {});
 
     // Hands the sources to the driver; with parallel compile this returns at once.
