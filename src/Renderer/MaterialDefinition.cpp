@@ -126,12 +126,15 @@ std::optional<MaterialDefinition> MaterialDefinition::parse(std::string_view sou
                                         TypeNames[std::size_t(*type)]));
             defaults[int(i)] = value;
         }
-        Log::Capture errors{Log::Channel::Error};
-        if(!definition.addParam((*w)[1], *type, defaults)) {
-            std::string message = errors.text();
-            if(!message.empty() && message.back() == '\n') message.pop_back();
-            fail(message);
+        // addParam's own message lacks the file and line; take it and report it with them.
+        std::string message;
+        {
+            Log::Capture errors{Log::Channel::Error};
+            if(definition.addParam((*w)[1], *type, defaults)) return;
+            message = errors.text();
         }
+        if(!message.empty() && message.back() == '\n') message.pop_back();
+        fail(message);
     });
     if(!ok) return std::nullopt;
     return definition;

@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+
+#include "Gfx/Log.h"
+#include "Renderer/DefaultPipelines.h"
+#include "Renderer/InternalShaders.h"
+#include "Renderer/ShaderSource.h"
+
+using namespace ArdentisEngine;
+using Shaders::ShaderType;
+
+namespace {
+
+struct HeaderCase {
+    const char* name;
+    const char* source;
+    ShaderType type;
+    bool internal;
+    const char* error;
+};
+
+const HeaderCase HeaderCases[]{
+    {"none", "void main() {}\n", ShaderType::Unknown, false, nullptr},
+    {"depth, internal", "#define SHADER_INTERNAL\n#define SHADER_TYPE_DEPTH\n", ShaderType::Depth, true, nullptr},
+    {"commented internal", "// #define SHADER_INTERNAL\n#define SHADER_TYPE_TILE_FEEDBACK\n", ShaderType::TileFeedback, false, nullptr},
+    {"indented and spaced", "  #  define   SHADER_TYPE_SKINNING\n", ShaderType::Skinning, false, nullptr},
+    {"screen-space quad", "#define SHADER_TYPE_SCREENSPACE_QUAD\n", ShaderType::ScreenSpaceQuad, false, nullptr},
+    {"component id", "#define SHADER_TYPE_COMPONENT_ID\n", ShaderType::ComponentId, false, nullptr},
+    {"prefix is not the define", "#define SHADER_TYPE_FORWARD_PLUS\n", ShaderType::Unknown, false, nullptr},
+    {"two types", "#define SHADER_TYPE_FORWARD\n#define SHADER_TYPE_DEPTH\n", ShaderType::Forward, false,
+        "X.frag:2: SHADER_TYPE_DEPTH after SHADER_TYPE_FORWARD"},
+};
+
+}
+
+TEST(ShaderSourceTest, HeaderDefines) {
+    for(const HeaderCase& c: HeaderCases) {
+        SCOPED_TRACE(c.name);
+        Log::Capture errors{Log::Channel::Error};
+        const Shaders::ShaderHeader h = Shaders::parseShaderHeader(c.source, "X.frag");
+        EXPECT_EQ(h.type, c.type);
+        EXPECT_EQ(h.internal, c.internal);
+        if(c.error) EXPECT_TRUE(errors.contains(c.error)) << errors.text();
+        else EXPECT_EQ(errors.text(), "");
+    }
+}
+
+// Project files store these as role bytes.
+TEST(ShaderSourceTest, RoleBytes) {
+    EXPECT_EQ(UnsignedByte(ShaderType::Depth), 2);
+    EXPECT_EQ(UnsignedByte(ShaderType::TileFeedback), 3);
+    EXPECT_EQ(UnsignedByte(ShaderType::Skinning), 4);
+}
+
+TEST(ShaderSourceTest, Preamble) {
+    const std::vector<std::string> defines{"NORMAL", "MAX_LIGHTS 4", "MULTIDRAW"};
+    const std::string desktopVertex = Shaders::shaderPreamble(Shaders::ShaderStage::Vertex, defines, Shaders::GlslDialect::Glsl330);
+    EXPECT_EQ(desktopVertex.rfind("#version 330 core\n", 0), 0u);
+    EXPECT_NE(desktopVertex.find("#extension GL_ARB_shader_draw_parameters : require\n"), std::string::npos);
+    EXPECT_NE(desktopVertex.find("#define VERTEX_SHADER\n#define NORMAL\n#define MAX_LIGHTS 4\n"), std::string::npos);
+
+    const std::string esFragment = Shaders::shaderPreamble(Shaders::ShaderStage::Fragment, defines, Shaders::GlslDialect::Essl300);
+    EXPECT_EQ(esFragment.rfind("#version 300 es\nprecision highp float;\n", 0), 0u);
+    EXPECT_NE(esFragment.find("precision highp sampler2DArray;\n"), std::string::npos);
+    EXPECT_NE(esFragment.find("#define FRAGMENT_SHADER\n"), std::string::npos);
+    // gl_DrawID exists only in vertex stages.
+    EXPECT_EQ(esFragment.find("#extension"), std::string::npos);
+}
+
+TEST(ShaderSourceTest, EmbeddedGroup) {
+    const std::vector<std::string_view> files = Shaders::internalShaderFiles();
+    for(const char* required: {"lib/Uniforms.glsl", "lib/Inputs.glsl", "lib/Math.glsl", "lib/CoordinateSystems.glsl",
+                               "lib/GI.glsl", "lib/Color.glsl", "lib/Equirect.glsl", "lib/PhysicalBSDF.glsl",
+                               "lib/Quaternion.glsl", "lib/Packing.glsl", "lib/MorphTargets.glsl", "lib/Textures.glsl",
+                               "Dynamic.vert", "FullScreenTriangle.vert", "ComponentId.frag"})
+        EXPECT_NE(std::find(files.begin(), files.end(), required), files.end()) << required;
+
+    const auto componentId = Shaders::loadEmbeddedShaderSource(Shaders::InternalShaderGroup, "ComponentId.frag");
+    ASSERT_TRUE(componentId);
+    EXPECT_EQ(Shaders::parseShaderHeader(*componentId).type, ShaderType::ComponentId);
+
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(Shaders::loadEmbeddedShaderSource(Shaders::InternalShaderGroup, "Nope.frag"));
+    EXPECT_TRUE(errors.contains("no file \"Nope.frag\" in group \"ArdentisEngineInternalShaders\"")) << errors.text();
+    EXPECT_FALSE(Shaders::loadEmbeddedShader("NoSuchGroup", "Outline.frag"));
+    EXPECT_TRUE(errors.contains("unknown shader group \"NoSuchGroup\"")) << errors.text();
+}
+
+TEST(ShaderSourceTest, DefaultPipelines) {
+    const char* const names[]{"Phong Opaque", "Phong Opaque Textured", "Physical Opaque", "Physical Opaque Textured",
+                              "Flat Opaque", "Flat Transparent", "Text", "Sky", "MeshVisualizer"};
+    const auto& pipelines = Shaders::defaultPipelines();
+    ASSERT_EQ(pipelines.size(), std::size(names));
+    for(std::size_t i = 0; i != std::size(names); ++i) {
+        SCOPED_TRACE(names[i]);
+        EXPECT_EQ(pipelines[i].name, names[i]);
+        EXPECT_EQ(Shaders::findDefaultPipeline(names[i]), &pipelines[i]);
+        EXPECT_TRUE(Data::isValid(pipelines[i].pipeline));
+        const auto source = Shaders::loadPipelineShader(pipelines[i]);
+        ASSERT_TRUE(source);
+        EXPECT_EQ(Shaders::parseShaderHeader(source->fragment).type, ShaderType::Forward);
+        // A blended pipeline must not write depth, or it hides what lies behind it.
+        const Data::Pipeline& p = pipelines[i].pipeline;
+        if(p.blend) {
+            EXPECT_EQ(p.type, Data::PipelineType::Transparent);
+            EXPECT_FALSE(p.depthWrite);
+            EXPECT_EQ(UnsignedByte(p.sourceColor), 4);
+            EXPECT_EQ(UnsignedByte(p.destinationColor), 6);
+        }
+    }
+    EXPECT_EQ(Shaders::findDefaultPipeline("Phong"), nullptr);
+    EXPECT_EQ(Shaders::findDefaultPipeline("Sky")->pipeline.type, Data::PipelineType::Sky);
+}
+
+struct PipelineValidityCase {
+    const char* name;
+    Data::Pipeline pipeline;
+    bool valid;
+};
+
+TEST(ShaderSourceTest, PipelineRecordValidity) {
+    auto with = [](auto change) { Data::Pipeline p; change(p); return p; };
+    const PipelineValidityCase cases[]{
+        {"default", {}, true},
+        {"alpha blended", Data::Pipeline::alphaBlended(), true},
+        {"last blend factor", with([](Data::Pipeline& p) { p.sourceAlpha = Data::BlendFactor(14); }), true},
+        {"blend factor past the table", with([](Data::Pipeline& p) { p.destinationAlpha = Data::BlendFactor(15); }), false},
+        {"unknown equation", with([](Data::Pipeline& p) { p.alphaEquation = Data::BlendEquation(5); }), false},
+        {"unknown depth function", with([](Data::Pipeline& p) { p.depthFunction = Data::DepthFunction(8); }), false},
+        {"unknown type", with([](Data::Pipeline& p) { p.type = Data::PipelineType(4); }), false},
+        {"mask bits past alpha", with([](Data::Pipeline& p) { p.colorMask = 0x10; }), false},
+    };
+    for(const auto& c: cases) EXPECT_EQ(Data::isValid(c.pipeline), c.valid) << c.name;
+    EXPECT_EQ(Data::glBlendFactor(Data::BlendFactor(4)), GLenum(GL_SRC_ALPHA));
+    EXPECT_EQ(Data::glBlendFactor(Data::BlendFactor(6)), GLenum(GL_ONE_MINUS_SRC_ALPHA));
+    EXPECT_EQ(Data::glDepthFunction(Data::DepthFunction::GreaterEqual), GLenum(GL_GEQUAL));
+}
