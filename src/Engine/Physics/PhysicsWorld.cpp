@@ -194,6 +194,15 @@ PhysicsWorld::~PhysicsWorld() {
 void PhysicsWorld::setGravity(const Vector3& gravity) { _parts->world.setGravity(toBullet(gravity)); }
 Vector3 PhysicsWorld::gravity() const { return fromBullet(_parts->world.getGravity()); }
 
+void PhysicsWorld::applyScaling(Body& b) {
+    b.shape->setLocalScaling(toBullet(b.scaling));
+    // A hull's face list is computed from its scaled points once and does not follow later
+    // scalings by itself. The faces give the debug drawing real edges instead of a zigzag through
+    // the points.
+    if(b.description.shape.type == ShapeType::ConvexHull)
+        static_cast<btConvexHullShape&>(*b.shape).initializePolyhedralFeatures();
+}
+
 PhysicsWorld::Body& PhysicsWorld::body(std::uint32_t handle) {
     AE_ASSERT(isValid(handle));
     return *_bodies[handle];
@@ -243,8 +252,6 @@ std::optional<std::uint32_t> PhysicsWorld::addBody(const RigidBody& description,
             for(const Vector3& p: shape.points) hull->addPoint(toBullet(p), false);
             hull->recalcLocalAabb();
             hull->setMargin(HullMargin);
-            // Gives the debug drawing real faces instead of point-to-point zigzags.
-            hull->initializePolyhedralFeatures();
             b->shape = std::move(hull);
             break;
         }
@@ -262,7 +269,7 @@ std::optional<std::uint32_t> PhysicsWorld::addBody(const RigidBody& description,
             break;
         }
     }
-    b->shape->setLocalScaling(toBullet(scaling));
+    applyScaling(*b);
 
     const float mass = b->simulated == BodyType::Dynamic ? description.mass : 0.0f;
     btVector3 inertia{0, 0, 0};
@@ -302,7 +309,7 @@ void PhysicsWorld::setPose(std::uint32_t handle, const DualQuaternion& pose, con
     btRigidBody& rb = *b.rigidBody;
     if(scaling != b.scaling) {
         b.scaling = scaling;
-        b.shape->setLocalScaling(toBullet(scaling));
+        applyScaling(b);
         if(b.simulated == BodyType::Dynamic) {
             btVector3 inertia;
             b.shape->calculateLocalInertia(b.description.mass, inertia);

@@ -21,7 +21,8 @@ enum class ShapeType: std::uint8_t { Box, Sphere, Capsule, ConvexHull, TriangleM
 const char* bodyTypeName(BodyType type);
 const char* shapeTypeName(ShapeType type);
 
-// Shape in the body's local space, before the object's scaling.
+// Shape in the body's local space, before the object's scaling. Spheres take the scaling's x
+// component; capsules x for the radius and y for the height.
 struct CollisionShape {
     ShapeType type = ShapeType::Box;
     Vector3 halfExtents{0.5f};   // box
@@ -108,6 +109,7 @@ private:
     struct Body;
     Body& body(std::uint32_t handle);
     const Body& body(std::uint32_t handle) const;
+    static void applyScaling(Body& body);
 
     std::unique_ptr<PhysicsWorldParts> _parts;
     std::vector<std::unique_ptr<Body>> _bodies;  // null where removed

@@ -249,8 +249,8 @@ float triangleDistance(const Vector3& p, const Vector3& a, const Vector3& b, con
     return std::min({segmentDistance(p, a, b), segmentDistance(p, b, c), segmentDistance(p, c, a)});
 }
 
-// A tetrahedron: every point of its surface lies on one of its four faces.
-const std::vector<Vector3> Tetrahedron{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+// A tetrahedron away from the origin, so that a scaled copy shares no face with it.
+const std::vector<Vector3> Tetrahedron{{1, 1, 1}, {2, 1, 1}, {1, 2, 1}, {1, 1, 2}};
 const std::vector<std::uint32_t> TetrahedronFaces{0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3};
 
 float tetrahedronDistance(const Vector3& p) {
@@ -284,6 +284,8 @@ const LinesCase LinesCases[] = {
         [](const Vector3& p) { return std::abs(segmentDistance(p, {0, -1, 0}, {0, 1, 0}) - 0.5f); }, PhysicsWorld::DynamicColor},
     {"ConvexHull", BodyType::Dynamic, CollisionShape::convexHull(Tetrahedron), Vector3{1},
         tetrahedronDistance, PhysicsWorld::DynamicColor},
+    {"ScaledConvexHull", BodyType::Dynamic, CollisionShape::convexHull(Tetrahedron), Vector3{2},
+        [](const Vector3& p) { return 2.0f*tetrahedronDistance(p/2.0f); }, PhysicsWorld::DynamicColor},
     {"TriangleMesh", BodyType::Static, CollisionShape::triangleMesh(Tetrahedron, TetrahedronFaces), Vector3{1},
         tetrahedronDistance, PhysicsWorld::StaticColor},
     {"ScaledTriangleMesh", BodyType::Static, CollisionShape::triangleMesh(Tetrahedron, TetrahedronFaces), Vector3{3},
