@@ -188,8 +188,11 @@ TEST_P(MeshVisualizerGLTest, EdgesOverSolidColor) {
     }
     EXPECT_GE(wireOnRow, 2);
     EXPECT_LE(wireOnRow, 12);
-    if(data.flags & Shaders::MeshVisualizerGL3D::SmoothWireframe) EXPECT_GT(blended, 0);
-    else EXPECT_EQ(blended, 0);
+    if(data.flags & Shaders::MeshVisualizerGL3D::SmoothWireframe) {
+        EXPECT_GT(blended, 0);
+    } else {
+        EXPECT_EQ(blended, 0);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(, MeshVisualizerGLTest, ::testing::ValuesIn(VisualizerCases),
