@@ -193,6 +193,11 @@ std::optional<std::string> checkHierarchy(const JsonValue& objects) {
 
 }
 
+std::optional<std::string> validateRecord(std::string_view section, const JsonValue& record, const std::string& path) {
+    if(!record.IsObject()) return path + ": expected a record object";
+    return checkRecord(section, record, path);
+}
+
 std::optional<std::string> validateProject(const JsonValue& document) {
     if(!document.IsObject()) return std::string{": expected a JSON object"};
     auto format = document.FindMember("format");

@@ -117,6 +117,8 @@ private:
 // Checks that document is a project of ours: the format marker, sections of records keyed by ids,
 // field types, file references inside the project. Returns "JSON pointer: reason" on failure.
 std::optional<std::string> validateProject(const JsonValue& document);
+// Checks one record of section (by its section name) as load does; path is used in the message.
+std::optional<std::string> validateRecord(std::string_view section, const JsonValue& record, const std::string& path);
 // Whether a project-relative path stays inside the project folder.
 bool isInsideProject(std::string_view relativePath);
 
