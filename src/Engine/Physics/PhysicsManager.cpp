@@ -1,5 +1,6 @@
 #include "Engine/Physics/PhysicsManager.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "Engine/SceneGraph.h"
@@ -130,12 +131,18 @@ void PhysicsManager::update(double dt) {
 
     if(_world.step(float(dt)) == 0) return;
 
+    // Parents before children: a child's local pose is taken relative to its parent's new pose.
+    _writeOrder.clear();
     for(std::size_t i = 0; i != size(); ++i) {
         const Id c = component(i);
         const Entry& e = _entries[c];
-        if(e.handle == NoHandle || _world.simulatedType(e.handle) != BodyType::Dynamic) continue;
+        if(e.handle != NoHandle && _world.simulatedType(e.handle) == BodyType::Dynamic)
+            _writeOrder.emplace_back(graph->indexOf(objectOf(c)), c);
+    }
+    std::sort(_writeOrder.begin(), _writeOrder.end());
+    for(const auto& [order, c]: _writeOrder) {
         const Id object = objectOf(c);
-        const DualQuaternion world = _world.pose(e.handle);
+        const DualQuaternion world = _world.pose(_entries[c].handle);
         const Id parent = graph->parent(object);
         if(parent == InvalidId) {
             graph->setLocalTransformation(object, world);

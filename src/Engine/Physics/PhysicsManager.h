@@ -7,6 +7,7 @@
 // authored pose, to which resetToAuthoredPoses() returns.
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "Engine/ComponentManager.h"
@@ -73,6 +74,7 @@ private:
 
     PhysicsWorld _world;
     std::vector<Entry> _entries;
+    std::vector<std::pair<std::size_t, Id>> _writeOrder;  // (graph order index, component)
 };
 
 }

@@ -78,6 +78,42 @@ TEST(PhysicsManager, DroppedBoxesComeToRestOnFloor) {
     EXPECT_EQ(s.graph.localTransformation(s.floor).translation(), Vector3(0, -0.5f, 0));
 }
 
+TEST(PhysicsManager, DynamicChildOfDynamicParentMatchesItsBody) {
+    SceneGraph graph{8};
+    PhysicsManager physics{4};
+    graph.setComponentManager(physics);
+    const Id floor = graph.addObject();
+    graph.setLocalTransformation(floor, DualQuaternion::translation({0, -0.5f, 0}));
+    const Id lower = graph.addObject();
+    graph.setLocalTransformation(lower, DualQuaternion::translation({0, 3, 0}));
+    const Id upper = graph.addObject(lower);
+    graph.setLocalTransformation(upper, DualQuaternion::fromRotationTranslation(
+        glm::angleAxis(0.3f, Vector3{0, 1, 0}), {0.2f, 2, 0}));
+    // The child's component comes first, so component order is not graph order.
+    const Id upperBody = physics.addComponent(upper);
+    const Id lowerBody = physics.addComponent(lower);
+    const Id floorBody = physics.addComponent(floor);
+    physics.setBody(upperBody, body(BodyType::Dynamic, CollisionShape::box(Vector3{0.5f})));
+    physics.setBody(lowerBody, body(BodyType::Dynamic, CollisionShape::box(Vector3{0.5f})));
+    physics.setBody(floorBody, body(BodyType::Static, CollisionShape::box({10, 0.5f, 10})));
+    graph.computeAbsoluteTransformations();
+    physics.activateInScene();
+
+    for(int i = 0; i != 90; ++i) {
+        physics.update(1.0/60.0);
+        graph.computeAbsoluteTransformations();
+        for(Id c: {upperBody, lowerBody}) {
+            const DualQuaternion expected = physics.world().pose(*physics.worldHandle(c));
+            const DualQuaternion actual = graph.absoluteTransformation(physics.objectOf(c));
+            ASSERT_NEAR(glm::distance(actual.translation(), expected.translation()), 0.0f, 1e-4f) << i;
+            ASSERT_NEAR(std::abs(glm::dot(actual.rotation(), expected.rotation())), 1.0f, 1e-5f) << i;
+        }
+    }
+    // Stacked: the lower box on the floor, the upper one on it.
+    EXPECT_NEAR(graph.absoluteTransformation(lower).translation().y, 0.5f, 0.05f);
+    EXPECT_NEAR(graph.absoluteTransformation(upper).translation().y, 1.5f, 0.05f);
+}
+
 TEST(PhysicsManager, SimulatedObjects) {
     Scene s;
     EXPECT_TRUE(s.physics.isSimulated(s.box));
