@@ -80,8 +80,9 @@ void PhysicsManager::createBody(Id component) {
     graph->computeAbsoluteTransformation(object);
     const auto handle = _world.addBody(*e.description, graph->absoluteTransformation(object),
         graph->absoluteScaling(object), fmt::format("of object {}", object));
-    // The description was validated when it was set, so the world takes it.
-    AE_ASSERT(handle);
+    // The description was validated when it was set; only a degenerate scaling can refuse it, which
+    // the world has logged. The body is tried again when the component is next activated.
+    if(!handle) return;
     e.handle = *handle;
     captureAuthored(component);
 }

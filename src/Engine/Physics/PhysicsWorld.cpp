@@ -29,6 +29,12 @@ DualQuaternion fromBullet(const btTransform& t) {
 
 bool isFinite(const Vector3& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 
+// A zero scaling collapses the shape, and Bullet's inertia and contact code divide by it.
+bool isUsableScaling(const Vector3& s) {
+    constexpr float Smallest = 1e-6f;
+    return isFinite(s) && std::abs(s.x) > Smallest && std::abs(s.y) > Smallest && std::abs(s.z) > Smallest;
+}
+
 // Convex hulls grow by their margin; keep it small so bodies rest where their points say.
 constexpr float HullMargin = 0.005f;
 
@@ -67,6 +73,7 @@ struct PhysicsWorldParts {
 
 struct PhysicsWorld::Body {
     RigidBody description;
+    std::string name;  // for messages
     BodyType simulated = BodyType::Static;
     Vector3 scaling{1.0f};
     // Bullet's triangle mesh interface points into these, so they live as long as the shape.
@@ -230,9 +237,14 @@ std::optional<std::uint32_t> PhysicsWorld::addBody(const RigidBody& description,
         Log::error("Physics body {}: {}", name, problem);
         return std::nullopt;
     }
+    if(!isUsableScaling(scaling)) {
+        Log::error("Physics body {}: scaling ({}, {}, {}) collapses its shape", name, scaling.x, scaling.y, scaling.z);
+        return std::nullopt;
+    }
 
     auto b = std::make_unique<Body>();
     b->description = description;
+    b->name = name;
     b->simulated = description.type;
     b->scaling = scaling;
 
@@ -307,7 +319,10 @@ void PhysicsWorld::removeBody(std::uint32_t handle) {
 void PhysicsWorld::setPose(std::uint32_t handle, const DualQuaternion& pose, const Vector3& scaling, bool stopMotion) {
     Body& b = body(handle);
     btRigidBody& rb = *b.rigidBody;
-    if(scaling != b.scaling) {
+    if(scaling != b.scaling && !isUsableScaling(scaling)) {
+        Log::error("Physics body {}: scaling ({}, {}, {}) collapses its shape, keeping ({}, {}, {})", b.name,
+            scaling.x, scaling.y, scaling.z, b.scaling.x, b.scaling.y, b.scaling.z);
+    } else if(scaling != b.scaling) {
         b.scaling = scaling;
         applyScaling(b);
         if(b.simulated == BodyType::Dynamic) {

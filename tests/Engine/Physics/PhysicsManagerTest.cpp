@@ -215,6 +215,23 @@ TEST(PhysicsManager, InvalidBodyIsLoggedAndKeepsOld) {
     EXPECT_EQ(s.physics.world().bodyCount(), 3u);
 }
 
+TEST(PhysicsManager, ObjectScaledToNothingGetsNoBody) {
+    Scene s;
+    s.physics.deactivate(s.boxBody);
+    s.graph.setLocalScaling(s.box, {1, 1, 0});
+    s.graph.computeAbsoluteTransformations();
+    Log::Capture errors{Log::Channel::Error};
+    s.physics.activate(s.boxBody);
+    EXPECT_TRUE(errors.contains("Physics body of object 2: scaling (1, 1, 0) collapses its shape")) << errors.text();
+    EXPECT_FALSE(s.physics.worldHandle(s.boxBody));
+    s.run(0.1f);  // and the rest simulates on
+
+    s.physics.deactivate(s.boxBody);
+    s.graph.setLocalScaling(s.box, Vector3{1});
+    s.physics.activate(s.boxBody);
+    EXPECT_TRUE(s.physics.worldHandle(s.boxBody));
+}
+
 TEST(PhysicsManager, KinematicBodyFollowsGraph) {
     Scene s;
     EXPECT_TRUE(s.physics.setBody(s.boxBody, body(BodyType::Kinematic, CollisionShape::box(Vector3{0.5f}))));

@@ -212,6 +212,21 @@ INSTANTIATE_TEST_SUITE_P(PhysicsWorld, PhysicsInvalidBody, testing::Values(
     InvalidCase{"NonFiniteHullPoint", body(BodyType::Static, CollisionShape::convexHull({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, NAN}})), "non-finite point"}),
     [](const auto& info) { return std::string{info.param.name}; });
 
+TEST(PhysicsWorld, CollapsingScalingIsRefused) {
+    PhysicsWorld world;
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(world.addBody(body(BodyType::Dynamic, CollisionShape::box(Vector3{1})), at({0, 0, 0}), {1, 0, 1}, "Flat"));
+    EXPECT_TRUE(errors.contains("Physics body Flat: scaling (1, 0, 1) collapses its shape"));
+
+    const auto b = world.addBody(body(BodyType::Dynamic, CollisionShape::box(Vector3{1})), at({0, 0, 0}), Vector3{2}, "Crate");
+    ASSERT_TRUE(b);
+    world.setPose(*b, at({0, 5, 0}), {NAN, 1, 1}, true);
+    EXPECT_TRUE(errors.contains("Physics body Crate: scaling (nan, 1, 1) collapses its shape, keeping (2, 2, 2)"));
+    // The pose still applies.
+    EXPECT_EQ(world.scaling(*b), Vector3(2));
+    EXPECT_NEAR(world.pose(*b).translation().y, 5.0f, 1e-6f);
+}
+
 TEST(PhysicsWorld, RemovedHandlesAreReused) {
     PhysicsWorld world;
     const auto a = world.addBody(body(BodyType::Static, CollisionShape::sphere(1)), at({0, 0, 0}));
