@@ -162,7 +162,7 @@ std::string_view Ui::resourceToDragDropType(ResourceType type) {
     return {};
 }
 
-bool Ui::resourceDragSource(ResourceType type, std::uint16_t id, std::string_view label) {
+bool Ui::resourceDragSource(ResourceType type, std::uint32_t id, std::string_view label) {
     const std::string_view payloadType = resourceToDragDropType(type);
     if(payloadType.empty() || !ImGui::BeginDragDropSource(ImGuiDragDropFlags_None)) return false;
     const std::string typeName{payloadType};
@@ -172,12 +172,12 @@ bool Ui::resourceDragSource(ResourceType type, std::uint16_t id, std::string_vie
     return true;
 }
 
-std::optional<std::uint16_t> Ui::acceptResource(ResourceType type) {
+std::optional<std::uint32_t> Ui::acceptResource(ResourceType type) {
     const std::string typeName{resourceToDragDropType(type)};
     if(typeName.empty()) return std::nullopt;
     const ImGuiPayload* payload = ImGui::AcceptDragDropPayload(typeName.c_str());
-    if(!payload || payload->DataSize != sizeof(std::uint16_t)) return std::nullopt;
-    std::uint16_t id;
+    if(!payload || payload->DataSize != sizeof(std::uint32_t)) return std::nullopt;
+    std::uint32_t id;
     std::memcpy(&id, payload->Data, sizeof(id));
     return id;
 }

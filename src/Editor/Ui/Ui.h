@@ -74,12 +74,12 @@ public:
     // caller accepts payloads and then calls ImGui::EndDragDropTarget().
     static bool beginDragDropTargetWindow();
     // Payload type name under which resources of `type` are dragged; the payload is the
-    // resource's 16-bit id.
+    // resource id value (32 bits).
     static std::string_view resourceToDragDropType(ResourceType type);
     // Makes the last item a drag source of one resource. Returns true while dragging.
-    static bool resourceDragSource(ResourceType type, std::uint16_t id, std::string_view label);
+    static bool resourceDragSource(ResourceType type, std::uint32_t id, std::string_view label);
     // Accepts a dragged resource of `type` on the current drop target.
-    static std::optional<std::uint16_t> acceptResource(ResourceType type);
+    static std::optional<std::uint32_t> acceptResource(ResourceType type);
 
 private:
     void applyBindings(std::string_view group, std::vector<Shortcut>& shortcuts);

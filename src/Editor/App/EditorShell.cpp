@@ -1,0 +1,601 @@
+#include "Editor/App/EditorShell.h"
+
+#include <algorithm>
+#include <cstring>
+#include <system_error>
+
+// epoxy first: it must come before anything that includes the system GL header.
+#include <epoxy/gl.h>
+#define GLFW_INCLUDE_NONE
+#include <GLFW/glfw3.h>
+#include <imgui.h>
+#include <imgui_internal.h>
+#include <backends/imgui_impl_opengl3.h>
+
+#include "Editor/Input/Key.h"
+#include "Editor/Project/ProjectFile.h"
+#include "Editor/Ui/Fonts.h"
+#include "Editor/Ui/Icons.h"
+#include "Editor/Undo/ChangeManager.h"
+#include "Gfx/Assert.h"
+#include "Gfx/Log.h"
+
+namespace ArdentisEngine {
+
+namespace {
+
+// Dear ImGui's mouse button index of one PointerButton bit.
+int imguiButton(int button) {
+    switch(button) {
+        case PointerButton::Left: return ImGuiMouseButton_Left;
+        case PointerButton::Right: return ImGuiMouseButton_Right;
+        case PointerButton::Middle: return ImGuiMouseButton_Middle;
+    }
+    return -1;
+}
+
+const char* const ViewMenuPanels[]{Outliner::Title, PropertiesPanel::Title, AssetPanel::Title};
+
+}
+
+EditorShell::EditorShell(const Configuration& configuration): _configuration{configuration} {
+    _context = ImGui::CreateContext();
+    ImGui::SetCurrentContext(_context);
+    ImGuiIO& io = ImGui::GetIO();
+    _layoutFile = configuration.layoutFile.string();
+    io.IniFilename = _layoutFile.empty() ? nullptr : _layoutFile.c_str();
+    if(!_layoutFile.empty()) {
+        std::error_code error;
+        std::filesystem::create_directories(configuration.layoutFile.parent_path(), error);
+    }
+    io.ConfigFlags |= ImGuiConfigFlags_NavEnableKeyboard;
+    io.ConfigWindowsMoveFromTitleBarOnly = true;
+    io.BackendPlatformName = "ardentis";
+    // KeysDown is indexed by GLFW key codes, which all fit its 512 entries.
+    const struct {
+        ImGuiKey imgui;
+        int glfw;
+    } keyMap[]{
+        {ImGuiKey_Tab, GLFW_KEY_TAB}, {ImGuiKey_LeftArrow, GLFW_KEY_LEFT}, {ImGuiKey_RightArrow, GLFW_KEY_RIGHT},
+        {ImGuiKey_UpArrow, GLFW_KEY_UP}, {ImGuiKey_DownArrow, GLFW_KEY_DOWN}, {ImGuiKey_PageUp, GLFW_KEY_PAGE_UP},
+        {ImGuiKey_PageDown, GLFW_KEY_PAGE_DOWN}, {ImGuiKey_Home, GLFW_KEY_HOME}, {ImGuiKey_End, GLFW_KEY_END},
+        {ImGuiKey_Insert, GLFW_KEY_INSERT}, {ImGuiKey_Delete, GLFW_KEY_DELETE}, {ImGuiKey_Backspace, GLFW_KEY_BACKSPACE},
+        {ImGuiKey_Space, GLFW_KEY_SPACE}, {ImGuiKey_Enter, GLFW_KEY_ENTER}, {ImGuiKey_Escape, GLFW_KEY_ESCAPE},
+        {ImGuiKey_KeyPadEnter, GLFW_KEY_KP_ENTER}, {ImGuiKey_A, GLFW_KEY_A}, {ImGuiKey_C, GLFW_KEY_C},
+        {ImGuiKey_V, GLFW_KEY_V}, {ImGuiKey_X, GLFW_KEY_X}, {ImGuiKey_Y, GLFW_KEY_Y}, {ImGuiKey_Z, GLFW_KEY_Z},
+    };
+    for(const auto& k: keyMap) io.KeyMap[k.imgui] = k.glfw;
+    ImGui::StyleColorsDark();
+    ImGui::GetStyle().FrameRounding = 3.0f;
+    ImGui::GetStyle().WindowRounding = 4.0f;
+
+    if(!configuration.preferencesFile.empty()) _editor.setPreferences(loadPreferences(configuration.preferencesFile));
+
+    // Start on an empty project that lives nowhere, so that every panel always has one.
+    adoptProject(std::make_unique<ProjectFile>());
+
+    _owners[Outliner::Title] = &_outliner;
+    _owners[PropertiesPanel::Title] = &_properties;
+    _owners[AssetPanel::Title] = &_assets;
+    _owners[PreferencesWindow::Title] = &_preferencesWindow;
+}
+
+EditorShell::~EditorShell() {
+    ImGui::SetCurrentContext(_context);
+    for(auto& view: _views) view->deinit();
+    _views.clear();
+    if(_graphics) ImGui_ImplOpenGL3_Shutdown();
+    ImGui::DestroyContext(_context);
+}
+
+void EditorShell::adoptProject(std::unique_ptr<ProjectFile> project) {
+    // The undo history belongs to the project it was recorded on.
+    _changes.reset();
+    _project = std::move(project);
+    _changes = std::make_unique<ChangeManager>(*_project);
+    _editor.attachProject(_project.get(), _changes.get());
+    _savedRevision = _project->revision();
+    _selection.clear();
+}
+
+bool EditorShell::openProject(const std::string& path) {
+    auto project = std::make_unique<ProjectFile>();
+    if(!project->load(path)) return false;
+    adoptProject(std::move(project));
+    WorkspaceData::setProjectPath(_project->folder());
+    Log::info("Opened project {}", _project->filePath());
+    return true;
+}
+
+bool EditorShell::newProject(const std::string& folder) {
+    auto project = std::make_unique<ProjectFile>();
+    if(!project->create(folder)) return false;
+    adoptProject(std::move(project));
+    WorkspaceData::setProjectPath(_project->folder());
+    Log::info("Created project {}", _project->filePath());
+    return true;
+}
+
+bool EditorShell::saveProject() {
+    if(_project->folder().empty()) {
+        Log::error("The project has no folder yet; use File > Save As");
+        return false;
+    }
+    if(!_project->save()) return false;
+    _savedRevision = _project->revision();
+    return true;
+}
+
+bool EditorShell::saveProjectAs(const std::string& folder) {
+    std::error_code error;
+    const std::filesystem::path target{folder};
+    if(std::filesystem::exists(target/ProjectFile::FileName)) {
+        Log::error("{} already holds a project; choose an empty folder", folder);
+        return false;
+    }
+    std::filesystem::create_directories(target, error);
+    if(error) {
+        Log::error("Cannot create {}: {}", folder, error.message());
+        return false;
+    }
+    // Imported source files travel with the records that name them; the cache is rebuilt.
+    if(!_project->folder().empty()) {
+        for(const auto& entry: std::filesystem::directory_iterator{_project->folder(), error}) {
+            const std::string name = entry.path().filename().string();
+            if(name == ProjectFile::CacheFolder || name == ProjectFile::FileName) continue;
+            std::filesystem::copy(entry.path(), target/name,
+                std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing, error);
+            if(error) {
+                Log::error("Cannot copy {} to {}: {}", entry.path().string(), folder, error.message());
+                return false;
+            }
+        }
+    }
+    auto copy = std::make_unique<ProjectFile>();
+    if(!copy->create(folder) || !copy->loadText(_project->text(), (target/ProjectFile::FileName).string()) || !copy->save())
+        return false;
+    adoptProject(std::move(copy));
+    WorkspaceData::setProjectPath(_project->folder());
+    return true;
+}
+
+bool EditorShell::hasUnsavedChanges() const {
+    return _project->revision() != _savedRevision || _changes->hasPendingChanges();
+}
+
+EditorView& EditorShell::addView(std::unique_ptr<EditorView> view) {
+    ImGui::SetCurrentContext(_context);
+    EditorView& added = *_views.emplace_back(std::move(view));
+    added.init(_context, _editor.hasProject() ? nullptr : nullptr, &_editor);
+    _owners[added.title()] = &added;
+    return added;
+}
+
+bool EditorShell::initGraphics(float contentScale) {
+    ImGui::SetCurrentContext(_context);
+    const float scale = _editor.preferences().uiScale > 0.0f ? _editor.preferences().uiScale : contentScale;
+    loadEditorFonts(scale);
+    if(scale != 1.0f) ImGui::GetStyle().ScaleAllSizes(scale);
+    // GLSL 3.30 matches the GL 3.3 core floor we target.
+    if(!ImGui_ImplOpenGL3_Init("#version 330 core")) {
+        Log::error("The UI renderer could not start on this GL context");
+        return false;
+    }
+    _graphics = true;
+    return true;
+}
+
+void EditorShell::initWithoutGraphics() {
+    ImGui::SetCurrentContext(_context);
+    loadEditorFonts(1.0f);
+    unsigned char* pixels;
+    int width, height;
+    ImGui::GetIO().Fonts->GetTexDataAsRGBA32(&pixels, &width, &height);
+}
+
+void EditorShell::persistPreferences() {
+    if(!_configuration.preferencesFile.empty()) savePreferences(_editor.preferences(), _configuration.preferencesFile);
+}
+
+EditorView* EditorShell::viewAt(Vector2) const {
+    const ImGuiContext& g = *_context;
+    if(!g.HoveredWindow) return nullptr;
+    const ImGuiWindow* root = g.HoveredWindow->RootWindow;
+    for(const auto& view: _views)
+        if(view->isOpen() && std::strcmp(root->Name, view->title()) == 0) return view.get();
+    return nullptr;
+}
+
+EditorView* EditorShell::focusedView() const {
+    for(const auto& view: _views)
+        if(view.get() == _focusedOwner) return view.get();
+    return nullptr;
+}
+
+void EditorShell::handle(const InputEvent& event) {
+    ImGui::SetCurrentContext(_context);
+    ImGuiIO& io = ImGui::GetIO();
+    switch(event.type) {
+        case InputEvent::Type::PointerMove: {
+            const Vector2 delta = _pointerKnown ? event.position - _pointer : Vector2{0.0f};
+            _pointer = event.position;
+            _pointerKnown = true;
+            io.MousePos = {event.position.x, event.position.y};
+            PointerMoveEvent e{event.position, delta, _buttonsDown, event.modifiers};
+            if(EditorView* view = _pointerView ? _pointerView : viewAt(event.position)) view->pointerMoveEvent(e);
+            break;
+        }
+        case InputEvent::Type::PointerPress:
+        case InputEvent::Type::PointerRelease: {
+            const bool press = event.type == InputEvent::Type::PointerPress;
+            const int index = imguiButton(event.button);
+            if(index < 0) break;
+            _pointer = event.position;
+            _pointerKnown = true;
+            io.MousePos = {event.position.x, event.position.y};
+            if(press) {
+                io.MouseDown[index] = true;
+                _mousePressedThisFrame[index] = true;
+                _buttonsDown |= event.button;
+            } else {
+                if(_mousePressedThisFrame[index]) _mouseReleaseLater.push_back(index);
+                else io.MouseDown[index] = false;
+                _buttonsDown &= ~event.button;
+            }
+            PointerEvent e{event.button, event.modifiers, event.position};
+            // A drag that starts in a view stays with it until the last button is let go, even
+            // when the pointer leaves the window.
+            EditorView* view = _pointerView ? _pointerView : viewAt(event.position);
+            if(!view) break;
+            if(press) {
+                view->pointerPressEvent(e);
+                _pointerView = view;
+                view->setHoldsPointer(true);
+            } else {
+                view->pointerReleaseEvent(e);
+                if(!_buttonsDown) {
+                    view->setHoldsPointer(false);
+                    _pointerView = nullptr;
+                }
+            }
+            break;
+        }
+        case InputEvent::Type::Scroll: {
+            io.MouseWheel += event.offset.y;
+            io.MouseWheelH += event.offset.x;
+            ScrollEvent e{event.offset, _pointer, event.modifiers};
+            if(EditorView* view = viewAt(_pointer)) view->scrollEvent(e);
+            break;
+        }
+        case InputEvent::Type::KeyPress:
+        case InputEvent::Type::KeyRelease: {
+            const bool press = event.type == InputEvent::Type::KeyPress;
+            if(event.key >= 0 && event.key < int(IM_ARRAYSIZE(io.KeysDown))) {
+                if(press) {
+                    io.KeysDown[event.key] = true;
+                    _keysPressedThisFrame.push_back(event.key);
+                } else if(std::find(_keysPressedThisFrame.begin(), _keysPressedThisFrame.end(), event.key) != _keysPressedThisFrame.end())
+                    _keyReleaseLater.push_back(event.key);
+                else
+                    io.KeysDown[event.key] = false;
+            }
+            // Modifier state from the keys themselves: platforms report it before or after the
+            // modifier key's own event, differently.
+            io.KeyCtrl = io.KeysDown[GLFW_KEY_LEFT_CONTROL] || io.KeysDown[GLFW_KEY_RIGHT_CONTROL];
+            io.KeyShift = io.KeysDown[GLFW_KEY_LEFT_SHIFT] || io.KeysDown[GLFW_KEY_RIGHT_SHIFT];
+            io.KeyAlt = io.KeysDown[GLFW_KEY_LEFT_ALT] || io.KeysDown[GLFW_KEY_RIGHT_ALT];
+            io.KeySuper = io.KeysDown[GLFW_KEY_LEFT_SUPER] || io.KeysDown[GLFW_KEY_RIGHT_SUPER];
+            if(press) _editor.ui().dispatcher().keyPressed(keyFromGlfw(event.key), chordModifiersFromEvent(event.modifiers), event.repeat);
+            KeyEvent e{event.key, 0, event.modifiers, event.repeat ? 1 : 0};
+            if(EditorView* view = focusedView()) {
+                if(press) view->keyPressEvent(e);
+                else view->keyReleaseEvent(e);
+            }
+            break;
+        }
+        case InputEvent::Type::Text:
+            if(event.codepoint) io.AddInputCharacter(event.codepoint);
+            break;
+    }
+}
+
+void EditorShell::updateFocus() {
+    const ImGuiContext& g = *_context;
+    const void* owner = nullptr;
+    if(g.NavWindow) {
+        const auto found = _owners.find(std::string_view{g.NavWindow->RootWindow->Name});
+        // Windows nobody owns (a view's toolbar, a popup, the menu bar) keep the focus where it
+        // was, so that the view's shortcuts keep working while its toolbar is used.
+        owner = found != _owners.end() ? found->second : _focusedOwner;
+    }
+    if(owner != _focusedOwner) {
+        for(auto& view: _views) {
+            if(view.get() == _focusedOwner) view->focusEvent(false);
+            if(view.get() == owner) view->focusEvent(true);
+        }
+        _focusedOwner = owner;
+    }
+    _editor.ui().dispatcher().newFrame(_focusedOwner, ImGui::GetIO().WantTextInput);
+}
+
+void EditorShell::applyPendingInput() {
+    // Runs after NewFrame: a press and release within one frame were seen as a press; the
+    // release now shows in the next.
+    ImGuiIO& io = ImGui::GetIO();
+    for(int index: _mouseReleaseLater) io.MouseDown[index] = false;
+    for(int key: _keyReleaseLater) io.KeysDown[key] = false;
+    _mouseReleaseLater.clear();
+    _keyReleaseLater.clear();
+    _keysPressedThisFrame.clear();
+    _mousePressedThisFrame.fill(false);
+    io.KeyCtrl = io.KeysDown[GLFW_KEY_LEFT_CONTROL] || io.KeysDown[GLFW_KEY_RIGHT_CONTROL];
+    io.KeyShift = io.KeysDown[GLFW_KEY_LEFT_SHIFT] || io.KeysDown[GLFW_KEY_RIGHT_SHIFT];
+    io.KeyAlt = io.KeysDown[GLFW_KEY_LEFT_ALT] || io.KeysDown[GLFW_KEY_RIGHT_ALT];
+    io.KeySuper = io.KeysDown[GLFW_KEY_LEFT_SUPER] || io.KeysDown[GLFW_KEY_RIGHT_SUPER];
+}
+
+void EditorShell::buildFrame(float dt, Vector2 windowSize, Vector2 framebufferScale) {
+    ImGui::SetCurrentContext(_context);
+    ImGuiIO& io = ImGui::GetIO();
+    _displaySize = {std::max(windowSize.x, 1.0f), std::max(windowSize.y, 1.0f)};
+    io.DisplaySize = {_displaySize.x, _displaySize.y};
+    io.DisplayFramebufferScale = {framebufferScale.x, framebufferScale.y};
+    _editor.setContentScale(framebufferScale);
+    io.DeltaTime = dt > 0.0f ? dt : 1.0f/60.0f;
+
+    updateFocus();
+    if(_graphics) ImGui_ImplOpenGL3_NewFrame();
+    ImGui::NewFrame();
+    applyPendingInput();
+
+    // Off-screen work of the views comes before any of them draws its window.
+    for(auto& view: _views) {
+        if(!view->isOpen()) continue;
+        view->update();
+        view->renderScene();
+    }
+
+    handleEditorShortcuts();
+    drawMainMenu();
+    drawPanels();
+    drawViews();
+    drawProgress();
+    drawDialogs();
+
+    ImGui::Render();
+    _editor.collectProgress();
+    ++_frame;
+}
+
+void EditorShell::renderFrame(Vector2i framebufferSize) {
+    AE_ASSERT(_graphics);
+    glViewport(0, 0, framebufferSize.x, framebufferSize.y);
+    glDisable(GL_SCISSOR_TEST);
+    glClearColor(0.09f, 0.09f, 0.10f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    ImGui_ImplOpenGL3_RenderDrawData(ImGui::GetDrawData());
+}
+
+void EditorShell::handleEditorShortcuts() {
+    // Text fields keep their own undo; the project's waits until they let go of the keyboard.
+    if(ImGui::GetIO().WantTextInput) return;
+    Ui& ui = _editor.ui();
+    if(ui.shortcut(Ui::Shortcuts::Undo).isTriggered()) _changes->undo();
+    if(ui.shortcut(Ui::Shortcuts::Redo).isTriggered() || ui.shortcut(Ui::Shortcuts::RedoAlternative).isTriggered())
+        _changes->redo();
+    if(ui.shortcut(Ui::Shortcuts::Save).isTriggered()) {
+        if(_project->folder().empty()) {
+            _dialog = Dialog::SaveAs;
+            _openDialog = true;
+        } else
+            saveProject();
+    }
+}
+
+void EditorShell::drawMainMenu() {
+    if(!ImGui::BeginMainMenuBar()) return;
+    Ui& ui = _editor.ui();
+    if(ImGui::BeginMenu("File")) {
+        if(ImGui::MenuItem("New...")) { _dialog = Dialog::New; _openDialog = true; }
+        if(ImGui::MenuItem("Open...")) { _dialog = Dialog::Open; _openDialog = true; }
+        if(ImGui::MenuItem("Save", std::string{ui.shortcut(Ui::Shortcuts::Save).chordName()}.c_str(), false, !_project->folder().empty()))
+            saveProject();
+        if(ImGui::MenuItem("Save As...")) { _dialog = Dialog::SaveAs; _openDialog = true; }
+        ImGui::Separator();
+        if(ImGui::MenuItem("Quit")) requestQuit();
+        ImGui::EndMenu();
+    }
+    if(ImGui::BeginMenu("Edit")) {
+        if(ImGui::MenuItem("Undo", std::string{ui.shortcut(Ui::Shortcuts::Undo).chordName()}.c_str(), false, _changes->undoCount() > 0 || _changes->hasPendingChanges()))
+            _changes->undo();
+        const std::string redoChords = std::string{ui.shortcut(Ui::Shortcuts::Redo).chordName()} + ", " +
+                                       std::string{ui.shortcut(Ui::Shortcuts::RedoAlternative).chordName()};
+        if(ImGui::MenuItem("Redo", redoChords.c_str(), false, _changes->redoCount() > 0)) _changes->redo();
+        ImGui::Separator();
+        ImGui::MenuItem("Preferences", nullptr, &_showPreferences);
+        ImGui::EndMenu();
+    }
+    if(ImGui::BeginMenu("View")) {
+        for(auto& view: _views) {
+            bool open = view->isOpen();
+            if(ImGui::MenuItem(view->title(), nullptr, &open)) view->setOpen(open);
+        }
+        if(!_views.empty()) ImGui::Separator();
+        bool* shown[]{&_showOutliner, &_showProperties, &_showAssets};
+        for(std::size_t i = 0; i != std::size(ViewMenuPanels); ++i) ImGui::MenuItem(ViewMenuPanels[i], nullptr, shown[i]);
+        ImGui::Separator();
+        if(ImGui::BeginMenu("Editor View Switches")) {
+            for(int i = 0; i != ArdentisEditor::SwitchCount; ++i) {
+                const std::string name{ArdentisEditor::SwitchNames[i]};
+                ImGui::MenuItem(name.c_str(), nullptr, &_editor.switches()[i]);
+            }
+            ImGui::EndMenu();
+        }
+        ImGui::EndMenu();
+    }
+    // The project on the right of the bar; a dot marks unsaved changes.
+    const std::string status = (_project->folder().empty() ? std::string{"(unsaved project)"} : _project->folder()) +
+                               (hasUnsavedChanges() ? " *" : "");
+    ImGui::SameLine(ImGui::GetWindowWidth() - ImGui::CalcTextSize(status.c_str()).x - 16.0f);
+    ImGui::TextDisabled("%s", status.c_str());
+    ImGui::EndMainMenuBar();
+}
+
+void EditorShell::placeFirstTime(const char* title, Vector2 position, Vector2 size) {
+    (void)title;
+    ImGui::SetNextWindowPos({position.x, position.y}, ImGuiCond_FirstUseEver);
+    ImGui::SetNextWindowSize({size.x, size.y}, ImGuiCond_FirstUseEver);
+}
+
+void EditorShell::drawPanels() {
+    // Default arrangement: outliner left, properties right, assets along the bottom, views in the
+    // middle. Dear ImGui remembers where the user moves them.
+    const float top = ImGui::GetFrameHeight();
+    const Vector2 d = _displaySize;
+    const float side = std::max(220.0f, d.x*0.2f);
+    const float bottom = std::max(160.0f, (d.y - top)*0.28f);
+    PanelContext context = panelContext();
+
+    auto panel = [&](const char* title, bool& shown, Vector2 position, Vector2 size, auto&& content) {
+        if(!shown) return;
+        placeFirstTime(title, position, size);
+        if(ImGui::Begin(title, &shown)) {
+            _editor.ui().dispatcher().setDrawingOwner(_owners.at(title));
+            content();
+        }
+        ImGui::End();
+    };
+    panel(Outliner::Title, _showOutliner, {0.0f, top}, {side, d.y - top}, [&] { _outliner.draw(context); });
+    panel(PropertiesPanel::Title, _showProperties, {d.x - side, top}, {side, d.y - top}, [&] { _properties.draw(context); });
+    panel(AssetPanel::Title, _showAssets, {side, d.y - bottom}, {d.x - 2.0f*side, bottom}, [&] { _assets.draw(context); });
+    panel(PreferencesWindow::Title, _showPreferences, {d.x*0.5f - 260.0f, d.y*0.15f}, {520.0f, d.y*0.7f},
+          [&] { _preferencesWindow.draw(_editor, [this] { persistPreferences(); }); });
+}
+
+void EditorShell::drawViews() {
+    const float top = ImGui::GetFrameHeight();
+    const Vector2 d = _displaySize;
+    const float side = std::max(220.0f, d.x*0.2f);
+    const float bottom = std::max(160.0f, (d.y - top)*0.28f);
+    for(std::size_t i = 0; i != _views.size(); ++i) {
+        EditorView& view = *_views[i];
+        if(!view.isOpen()) {
+            view.setVisible(false);
+            continue;
+        }
+        // Views share the middle; later ones start a little offset so that all titles show.
+        const float offset = 24.0f*float(i);
+        view.setDefaultPlacement({side + offset, top + offset}, {d.x - 2.0f*side - offset, d.y - top - bottom - offset});
+        _editor.ui().dispatcher().setDrawingOwner(&view);
+        view.draw();
+        view.postUpdate();
+        if(!view.isOpen()) view.setVisible(false);
+    }
+    _editor.ui().dispatcher().setDrawingOwner(nullptr);
+}
+
+void EditorShell::drawProgress() {
+    if(_editor.progress().empty()) return;
+    ImGui::SetNextWindowPos({_displaySize.x - 12.0f, _displaySize.y - 12.0f}, ImGuiCond_Always, {1.0f, 1.0f});
+    ImGui::SetNextWindowBgAlpha(0.85f);
+    const ImGuiWindowFlags flags = ImGuiWindowFlags_NoDecoration | ImGuiWindowFlags_AlwaysAutoResize |
+                                   ImGuiWindowFlags_NoSavedSettings | ImGuiWindowFlags_NoFocusOnAppearing |
+                                   ImGuiWindowFlags_NoNav;
+    if(ImGui::Begin("##progress", nullptr, flags)) {
+        for(const auto& progress: _editor.progress()) {
+            ImGui::PushID(progress.get());
+            ImGui::TextUnformatted(progress->name().c_str());
+            const std::string overlay = progress->total()
+                ? std::to_string(progress->current()) + " / " + std::to_string(progress->total())
+                : std::string{"working..."};
+            ImGui::ProgressBar(progress->fraction(), {220.0f, 0.0f}, overlay.c_str());
+            ImGui::SameLine();
+            ImGui::BeginDisabled(progress->isFinished());
+            if(ImGui::SmallButton(Icons::Clear)) progress->finish();
+            ImGui::EndDisabled();
+            if(ImGui::IsItemHovered(ImGuiHoveredFlags_AllowWhenDisabled)) ImGui::SetTooltip("Cancel");
+            ImGui::PopID();
+        }
+    }
+    ImGui::End();
+}
+
+void EditorShell::requestQuit() {
+    if(hasUnsavedChanges()) {
+        _dialog = Dialog::Unsaved;
+        _openDialog = true;
+    } else
+        _quit = true;
+}
+
+void EditorShell::drawDialogs() {
+    const char* const titles[]{"", "New Project", "Open Project", "Save Project As", "Unsaved Changes"};
+    if(_dialog == Dialog::None) return;
+    const char* title = titles[int(_dialog)];
+    if(_openDialog) {
+        ImGui::OpenPopup(title);
+        _openDialog = false;
+        if(_dialog != Dialog::Unsaved) {
+            const std::string initial = _dialog == Dialog::Open ? _project->folder() : std::string{};
+            std::strncpy(_pathBuffer.data(), initial.c_str(), _pathBuffer.size() - 1);
+        }
+    }
+    ImGui::SetNextWindowPos({_displaySize.x*0.5f, _displaySize.y*0.4f}, ImGuiCond_Appearing, {0.5f, 0.5f});
+    if(!ImGui::BeginPopupModal(title, nullptr, ImGuiWindowFlags_AlwaysAutoResize)) {
+        _dialog = Dialog::None;
+        return;
+    }
+    if(_dialog == Dialog::Unsaved) {
+        ImGui::TextUnformatted("The project has unsaved changes.");
+        if(ImGui::Button("Save and quit")) {
+            if(_project->folder().empty()) {
+                ImGui::CloseCurrentPopup();
+                _dialog = Dialog::SaveAs;
+                _openDialog = true;
+                _quitAfterSave = true;
+            } else if(saveProject()) {
+                _quit = true;
+                ImGui::CloseCurrentPopup();
+            }
+        }
+        ImGui::SameLine();
+        if(ImGui::Button("Quit without saving")) {
+            _quit = true;
+            ImGui::CloseCurrentPopup();
+        }
+        ImGui::SameLine();
+        if(ImGui::Button("Cancel")) {
+            _dialog = Dialog::None;
+            ImGui::CloseCurrentPopup();
+        }
+        ImGui::EndPopup();
+        return;
+    }
+
+    ImGui::TextUnformatted(_dialog == Dialog::Open ? "Project folder or project file" : "Project folder");
+    ImGui::SetNextItemWidth(480.0f);
+    if(ImGui::IsWindowAppearing()) ImGui::SetKeyboardFocusHere();
+    const bool entered = ImGui::InputText("##path", _pathBuffer.data(), _pathBuffer.size(), ImGuiInputTextFlags_EnterReturnsTrue);
+    const bool confirmed = ImGui::Button("OK") || entered;
+    ImGui::SameLine();
+    const bool cancelled = ImGui::Button("Cancel");
+    if(confirmed && _pathBuffer[0]) {
+        const std::string path{_pathBuffer.data()};
+        const bool done = _dialog == Dialog::New ? newProject(path)
+                        : _dialog == Dialog::Open ? openProject(path)
+                        : saveProjectAs(path);
+        if(done) {
+            ImGui::CloseCurrentPopup();
+            _dialog = Dialog::None;
+            if(_quitAfterSave) _quit = true;
+        } else
+            ImGui::TextColored({1.0f, 0.4f, 0.3f, 1.0f}, "Failed; see the log for why.");
+    } else if(cancelled) {
+        ImGui::CloseCurrentPopup();
+        _dialog = Dialog::None;
+        _quitAfterSave = false;
+    }
+    ImGui::EndPopup();
+}
+
+}
