@@ -1,5 +1,9 @@
 #include "Renderer/ShaderProgram.h"
 
+#include <cstdio>
+
+#include <fmt/format.h>
+
 #include "Gfx/Log.h"
 #include "Renderer/InlineIncludes.h"
 #include "Renderer/RendererState.h"
@@ -10,6 +14,29 @@ namespace ArdentisEngine::Shaders {
 namespace {
 // Source string 0 is the preamble; the stage's own file is 1 and its includes follow.
 constexpr unsigned FirstFileSourceNumber = 1;
+
+// Mesa ignores the source-string number of `#line`, so GL::Shader numbers the lines of its i-th
+// source from i*SourceLineStride and decodes messages from the line alone. The `#line L S`
+// directives of inlined includes are rewritten to that scheme; the include files are registered as
+// (empty) sources so that messages name them. ShaderCompileGLTest checks that both sides agree.
+constexpr unsigned long SourceLineStride = 100000;
+
+std::string strideLineDirectives(const std::string& text) {
+    std::string out;
+    out.reserve(text.size() + 256);
+    std::size_t start = 0;
+    while(start < text.size()) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        const std::string line = text.substr(start, end - start);
+        unsigned long number = 0, string = 0;
+        if(line.rfind("#line ", 0) == 0 && std::sscanf(line.c_str(), "#line %lu %lu", &number, &string) == 2)
+            out += fmt::format("#line {} {}", string*SourceLineStride + number, string);
+        else out += line;
+        if(end < text.size()) out.push_back('\n');
+        start = end + 1;
+    }
+    return out;
+}
 }
 
 ShaderProgram::ShaderProgram(const ShaderSource& source, const Options& options): _name{source.name} {
@@ -54,8 +81,7 @@ bool ShaderProgram::asyncCompile(bool wait) {
         _fragment = GL::Shader{GL::ShaderStage::Fragment, _stages[1].files[0]};
         for(auto [shader, stage]: {std::pair{&_vertex, 0}, std::pair{&_fragment, 1}}) {
             shader->addSource(_preambles[stage], _name + " preamble");
-            shader->addSource(_stages[stage].text, _stages[stage].files[0]);
-            // Empty sources only register the include names for the driver's source string numbers.
+            shader->addSource(strideLineDirectives(_stages[stage].text), _stages[stage].files[0]);
             for(std::size_t i = 1; i < _stages[stage].files.size(); ++i) shader->addSource("", _stages[stage].files[i]);
             shader->submitCompile();
         }

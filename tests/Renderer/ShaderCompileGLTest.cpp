@@ -1,0 +1,237 @@
+#include <gtest/gtest.h>
+
+#include "Gfx/GLTestFixture.h"
+#include "Gfx/HeadlessContext.h"
+#include "Gfx/Log.h"
+#include "Renderer/DefaultPipelines.h"
+#include "Renderer/InternalShaders.h"
+#include "Renderer/ShaderBindings.h"
+#include "Renderer/ShaderProgram.h"
+#include "Renderer/UniformBlocks.h"
+
+using namespace ArdentisEngine;
+using Shaders::GlslDialect;
+using Shaders::ShaderProgram;
+using Shaders::ShaderSource;
+
+namespace {
+
+class ShaderCompileGLTest: public ArdentisEngine::Test::GLTestFixture {};
+
+// Desktop GL compiles `#version 300 es` shaders only with ES 3 compatibility.
+bool hasEs3() { return Gfx::isVersionAtLeast(4, 3) || Gfx::hasExtension("GL_ARB_ES3_compatibility"); }
+
+ShaderSource internalSource(const char* vertex, const std::string& fragment, const char* name) {
+    auto v = Shaders::internalShaderFile(vertex);
+    EXPECT_TRUE(v) << vertex;
+    return ShaderSource{name, v.value_or(""), fragment, vertex, std::string{name} + ".frag"};
+}
+
+std::string internalFile(const char* name) {
+    auto text = Shaders::internalShaderFile(name);
+    EXPECT_TRUE(text) << name;
+    return text.value_or("");
+}
+
+bool compiles(const ShaderSource& source, std::vector<std::string> defines, GlslDialect dialect, std::string& log) {
+    Log::Capture errors{Log::Channel::Error};
+    ShaderProgram program{source, {std::move(defines), {}, dialect}};
+    const bool ok = program.compile();
+    log = errors.text();
+    return ok && program.isReady();
+}
+
+// Fragment stages for shader types the internal group has no fragment file of.
+const char* const DepthFragment = "#define SHADER_TYPE_DEPTH\nvoid main() {}\n";
+const char* const TileFeedbackFragment =
+    "#define SHADER_TYPE_TILE_FEEDBACK\n#include \"lib/Inputs.glsl\"\nlayout(location = 0) out uvec4 request;\n"
+    "void main() { request = uvec4(surfaceObject, uint(surfaceUV.x*16.0), surfaceMaterial, surfaceComponent); }\n";
+const char* const ScreenSpaceFragment =
+    "#define SHADER_TYPE_SCREENSPACE_QUAD\nuniform vec2 viewport;\nin vec2 screenPosition;\n"
+    "layout(location = 0) out vec4 color;\nvoid main() { color = vec4(screenPosition*viewport, 0.0, 1.0); }\n";
+
+// Calls something of every library file so that nothing in them goes unchecked by the compiler.
+const char* const LibraryFragment =
+    "#define SHADER_TYPE_FORWARD\n"
+    "#include \"lib/Math.glsl\"\n#include \"lib/Uniforms.glsl\"\n#include \"lib/Inputs.glsl\"\n"
+    "#include \"lib/CoordinateSystems.glsl\"\n#include \"lib/Color.glsl\"\n#include \"lib/Equirect.glsl\"\n"
+    "#include \"lib/GI.glsl\"\n#include \"lib/PhysicalBSDF.glsl\"\n#include \"lib/Quaternion.glsl\"\n"
+    "#include \"lib/Packing.glsl\"\n#include \"lib/Textures.glsl\"\n#include \"lib/Lights.glsl\"\n"
+    "#include \"lib/MorphTargets.glsl\"\n"
+    "layout(location = 0) out vec4 color;\n"
+    "void main() {\n"
+    "  vec3 n = normalize(surfaceNormal);\n"
+    "  vec3 l; vec3 radiance = incomingLight(0u, surfacePosition, l);\n"
+    "  SurfaceParameters s = SurfaceParameters(vec3(1.0), 0.5, 0.5, 1.0);\n"
+    "  vec3 c = evaluateBSDF(s, n, viewDirection(surfacePosition), l)*radiance + ambientDiffuse(surfacePosition, n);\n"
+    "  c += environmentSpecular(n, 0.5)*environmentBRDF(0.5, 0.5).x + importanceSampleGGX(hammersley(3u, 8u), 0.25);\n"
+    "  c += tonemap(c, tonemappingMode) + linearToSrgb(srgbToLinear(c)) + vec3(luminance(c));\n"
+    "  c += equirectToDirection(directionToEquirect(n)) + screenToWorldDirection(screenUV(gl_FragCoord.xy));\n"
+    "  c += tangentFrame(n)[0] + worldToClip(c).xyz;\n"
+    "  vec4 q = quatMultiply(vec4(0.0, 0.0, 0.0, 1.0), quatConjugate(vec4(c, 1.0)));\n"
+    "  DualQuatBlend b = dualQuatBlendBegin(q, vec4(0.0), 0.5); dualQuatBlendAdd(b, q, q, 0.5); dualQuatBlendEnd(b);\n"
+    "  c += dualQuatTransformPoint(b.real, b.dual, c) + (dualQuatToMatrix(q, q, c)*vec4(1.0)).xyz;\n"
+    "  c += unpackUnorm4x8Portable(packUnorm4x8Portable(vec4(c, 1.0))).rgb;\n"
+    "  c.xy += unpackSnorm2x16Portable(packSnorm2x16Portable(c.xy)) + float(unpackHalfOfPair(7u, 1u));\n"
+    "  vec3 p = c; applyMorphTargets(0u, 0, p, n);\n"
+    "  color = sampleTexture(1u, surfaceUV)*packComponentId(1u, 2u) + vec4(p + saturate(c)*pow2(maxComponent(c)), radicalInverse(5u));\n"
+    "}\n";
+
+struct VariantCase {
+    const char* name;
+    const char* vertex;
+    std::string fragment;
+    std::vector<std::string> defines;
+};
+
+std::vector<VariantCase> variantCases() {
+    const std::string flat = internalFile("Flat.frag");
+    return {
+        {"depth", "Dynamic.vert", DepthFragment, {}},
+        {"depth, skinned by feedback", "Dynamic.vert", DepthFragment, {"PRETRANSFORMED"}},
+        {"depth, morphed", "Dynamic.vert", DepthFragment, {"MORPH_TARGETS", "MORPH_NORMALS", "NORMAL"}},
+        {"component id", "Dynamic.vert", internalFile("ComponentId.frag"), {}},
+        {"component id, morphed", "Dynamic.vert", internalFile("ComponentId.frag"), {"MORPH_TARGETS"}},
+        {"tile feedback", "Dynamic.vert", TileFeedbackFragment, {"TEXTURE_COORDS"}},
+        {"forward, every attribute", "Dynamic.vert", flat,
+            {"NORMAL", "TEXTURE_COORDS", "TEXTURE_COORDS_1", "COLOR", "TANGENT", "PRIMARY_JOINTS", "SECONDARY_JOINTS", "TEXTURED"}},
+        {"forward, pretransformed with tangents", "Dynamic.vert", flat, {"PRETRANSFORMED", "NORMAL", "TANGENT"}},
+        {"forward, no attributes but position", "Dynamic.vert", flat, {}},
+        {"screen-space quad", "FullScreenTriangle.vert", ScreenSpaceFragment, {}},
+        {"every library", "Dynamic.vert", LibraryFragment, {"NORMAL", "TEXTURE_COORDS", "MORPH_TARGETS", "MORPH_NORMALS"}},
+        {"fewer views and lights", "Dynamic.vert", LibraryFragment, {"MAX_VIEWS 2", "MAX_LIGHTS 4"}},
+    };
+}
+
+}
+
+TEST_F(ShaderCompileGLTest, DefaultPipelinesCompileAndLink) {
+    for(const auto& description: Shaders::defaultPipelines()) {
+        SCOPED_TRACE(description.name);
+        const auto source = Shaders::loadPipelineShader(description);
+        ASSERT_TRUE(source);
+        std::string log;
+        EXPECT_TRUE(compiles(*source, description.defines, GlslDialect::Glsl330, log)) << log;
+        if(hasEs3()) {
+            EXPECT_TRUE(compiles(*source, description.defines, GlslDialect::Essl300, log)) << "ES: " << log;
+        }
+    }
+}
+
+TEST_F(ShaderCompileGLTest, VertexStagesCompileForEveryShaderType) {
+    for(const VariantCase& c: variantCases()) {
+        SCOPED_TRACE(c.name);
+        std::string log;
+        const ShaderSource source = internalSource(c.vertex, c.fragment, c.name);
+        EXPECT_TRUE(compiles(source, c.defines, GlslDialect::Glsl330, log)) << log;
+        if(hasEs3()) {
+            EXPECT_TRUE(compiles(source, c.defines, GlslDialect::Essl300, log)) << "ES: " << log;
+        }
+    }
+}
+
+TEST_F(ShaderCompileGLTest, MultiDrawVariant) {
+    // gl_DrawID needs GL_ARB_shader_draw_parameters; without it the renderer never asks for MULTIDRAW,
+    // so then the variant must fail cleanly instead.
+    const ShaderSource source = internalSource("Dynamic.vert", internalFile("Flat.frag"), "multidraw");
+    std::string log;
+    const bool ok = compiles(source, {"MULTIDRAW", "NORMAL"}, GlslDialect::Glsl330, log);
+    EXPECT_EQ(ok, Gfx::hasExtension("GL_ARB_shader_draw_parameters")) << log;
+}
+
+TEST_F(ShaderCompileGLTest, BlocksAndSamplersGetTheirFixedBindings) {
+    const auto source = Shaders::loadPipelineShader(*Shaders::findDefaultPipeline("Physical Opaque Textured"));
+    ASSERT_TRUE(source);
+    ShaderProgram program{*source, {Shaders::findDefaultPipeline("Physical Opaque Textured")->defines}};
+    ASSERT_TRUE(program.compile());
+    const GLuint id = program.id();
+
+    struct Block { const char* name; UnsignedInt binding; std::size_t size; };
+    for(const Block& b: {Block{"Frame", Shaders::FrameBlockBinding, sizeof(Shaders::FrameUniforms)},
+                         Block{"Views", Shaders::ViewsBlockBinding, sizeof(Shaders::ViewsBlock)},
+                         Block{"Lights", Shaders::LightsBlockBinding, sizeof(Shaders::LightsBlock)},
+                         Block{"ProbeVolume", Shaders::ProbeVolumeBlockBinding, sizeof(Shaders::ProbeVolumeUniforms)}}) {
+        SCOPED_TRACE(b.name);
+        const GLuint index = glGetUniformBlockIndex(id, b.name);
+        ASSERT_NE(index, GL_INVALID_INDEX);
+        GLint binding = -1, size = 0;
+        glGetActiveUniformBlockiv(id, index, GL_UNIFORM_BLOCK_BINDING, &binding);
+        glGetActiveUniformBlockiv(id, index, GL_UNIFORM_BLOCK_DATA_SIZE, &size);
+        EXPECT_EQ(GLuint(binding), b.binding);
+        // The C++ mirror must match the driver's std140 layout byte for byte.
+        EXPECT_EQ(std::size_t(size), b.size);
+    }
+    struct Sampler { const char* name; UnsignedInt unit; };
+    for(const Sampler& s: {Sampler{"transformations", Shaders::TransformationsUnit}, Sampler{"materials", Shaders::MaterialsUnit},
+                           Sampler{"textureAtlas", Shaders::TextureAtlasUnit}, Sampler{"textureBounds", Shaders::TextureBoundsUnit},
+                           Sampler{"environmentTexture", Shaders::EnvironmentUnit}, Sampler{"probeVolumeTexture", Shaders::ProbeVolumeUnit}}) {
+        SCOPED_TRACE(s.name);
+        const GLint location = glGetUniformLocation(id, s.name);
+        ASSERT_NE(location, -1);
+        GLint unit = -1;
+        glGetUniformiv(id, location, &unit);
+        EXPECT_EQ(GLuint(unit), s.unit);
+    }
+    // Binding the uniforms must not leave the program current behind the state cache's back.
+    GLint current = -1;
+    glGetIntegerv(GL_CURRENT_PROGRAM, &current);
+    EXPECT_EQ(current, 0);
+
+    const Shaders::MaterialDefinition& material = program.materialDefinition();
+    EXPECT_EQ(material.propertiesCount(), 4u);
+    EXPECT_NE(material.paramIndex("baseColor"), -1);
+    EXPECT_NE(material.paramIndex("roughness"), -1);
+}
+
+struct FailureCase {
+    const char* name;
+    ShaderSource source;
+    std::unordered_map<std::string, std::string> includes;
+    const char* message;
+};
+
+TEST_F(ShaderCompileGLTest, FailuresNameFileAndLineAndStayFailed) {
+    const std::string dynamic = internalFile("Dynamic.vert");
+    const FailureCase cases[]{
+        {"error in an included file", {"broken", dynamic,
+            "#define SHADER_TYPE_FORWARD\n#include \"lib/Broken.glsl\"\nout vec4 c;\nvoid main() { c = vec4(broken()); }\n"},
+            {{"lib/Broken.glsl", "// fine\nfloat broken() { return undefinedThing; }\n"}}, "lib/Broken.glsl:2:"},
+        {"error after an include", {"after", dynamic,
+            "#define SHADER_TYPE_FORWARD\n#include \"lib/Math.glsl\"\nout vec4 c;\n\nvoid main() { c = nope; }\n"},
+            {}, "after.frag:5:"},
+        {"missing include", {"missing", dynamic, "#include \"lib/Gone.glsl\"\nvoid main() {}\n"}, {},
+            "missing.frag:1: cannot resolve #include \"lib/Gone.glsl\""},
+        {"bad material line", {"material", dynamic, "#pragma material vec5 x\nvoid main() {}\n"}, {},
+            "material.frag:1: unknown material parameter type \"vec5\""},
+        {"link error", {"link", dynamic,
+            "#define SHADER_TYPE_FORWARD\nout vec4 c;\nvoid notMain() { c = vec4(1.0); }\n"}, {}, "linking failed"},
+    };
+    for(const FailureCase& c: cases) {
+        SCOPED_TRACE(c.name);
+        Log::Capture errors{Log::Channel::Error};
+        ShaderProgram program{c.source, {{}, c.includes}};
+        EXPECT_FALSE(program.compile());
+        EXPECT_EQ(program.status(), ShaderProgram::Status::Failed);
+        EXPECT_TRUE(errors.contains(c.message)) << errors.text();
+        const std::size_t length = errors.text().size();
+        EXPECT_FALSE(program.asyncCompile(false));
+        EXPECT_EQ(errors.text().size(), length) << "a failure was reported twice";
+        EXPECT_EQ(program.uniformLocation("c"), -1);
+    }
+}
+
+TEST_F(ShaderCompileGLTest, AsyncCompileBecomesReady) {
+    const auto source = Shaders::loadPipelineShader(*Shaders::findDefaultPipeline("Phong Opaque"));
+    ASSERT_TRUE(source);
+    ShaderProgram program{*source, {{"NORMAL"}}};
+    EXPECT_EQ(program.status(), ShaderProgram::Status::NotStarted);
+    EXPECT_EQ(program.uniformLocation("viewIndex"), -1);
+    bool ready = program.asyncCompile(false);
+    EXPECT_NE(program.status(), ShaderProgram::Status::NotStarted);
+    // Without GL_KHR_parallel_shader_compile the first poll already finishes; with it, polling must
+    // get there without ever blocking.
+    for(int i = 0; i != 100000 && !ready; ++i) ready = program.asyncCompile(false);
+    EXPECT_TRUE(ready);
+    EXPECT_TRUE(program.asyncCompile(true));
+    EXPECT_NE(program.uniformLocation("viewIndex"), -1);
+}
