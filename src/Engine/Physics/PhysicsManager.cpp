@@ -144,6 +144,8 @@ void PhysicsManager::update(double dt) {
     for(const auto& [order, c]: _writeOrder) {
         const Id object = objectOf(c);
         const DualQuaternion world = _world.pose(_entries[c].handle);
+        // Resting and sleeping bodies leave their objects unchanged, so renderers upload nothing.
+        if(samePose(world, graph->computeAbsoluteTransformation(object))) continue;
         const Id parent = graph->parent(object);
         if(parent == InvalidId) {
             graph->setLocalTransformation(object, world);

@@ -76,6 +76,14 @@ TEST(PhysicsManager, DroppedBoxesComeToRestOnFloor) {
     EXPECT_NEAR(s.graph.localTransformation(s.held).translation().y, -0.25f, 0.02f);
     // The floor stays.
     EXPECT_EQ(s.graph.localTransformation(s.floor).translation(), Vector3(0, -0.5f, 0));
+
+    // Once everything sleeps, a step changes nothing in the graph.
+    s.run(2.0f);
+    s.graph.resetChanged();
+    s.physics.update(1.0/60.0);
+    s.graph.computeAbsoluteTransformations();
+    EXPECT_FALSE(s.graph.isChanged(s.box));
+    EXPECT_FALSE(s.graph.isChanged(s.held));
 }
 
 TEST(PhysicsManager, DynamicChildOfDynamicParentMatchesItsBody) {
