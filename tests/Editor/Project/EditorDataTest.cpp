@@ -1,0 +1,157 @@
+#include <gtest/gtest.h>
+
+#include "Editor/Data/ObjectCommands.h"
+#include "Editor/Undo/ChangeManager.h"
+#include "Gfx/Log.h"
+#include "TestProject.h"
+
+namespace ArdentisEngine::Test {
+namespace {
+
+// The main scene holds one object per project object, mapped through the first id map, as the
+// asset compiler builds it.
+class EditorDataTest: public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(project.loadText(SampleProject, "sample"));
+        data.attachProject(project);
+        compile();
+    }
+    void compile() {
+        Data::Scene& scene = data.scene().main();
+        for(ResourceId id: project.section<ObjectRecord>().resourceIds()) {
+            if(scene.ids().find(id.value) != Data::InvalidId) continue;
+            const Data::Id object = scene.addObject(0, project.section<ObjectRecord>()[id][Model::Object::Name].value());
+            scene.ids().setName(object, id.value);
+        }
+    }
+    Data::Id sceneObject(std::uint32_t record) { return data.scene().main().ids().find(record); }
+    ResourceId parentOf(ResourceId id) { return project.section<ObjectRecord>()[id][Model::Object::Parent].value(); }
+    std::string nameOf(ResourceId id) { return project.section<ObjectRecord>()[id][Model::Object::Name].value(); }
+
+    ProjectFile project;
+    ChangeManager changes{project};
+    EditorData data;
+};
+
+TEST_F(EditorDataTest, ExtraScenesReuseFreedIndices) {
+    const std::uint16_t a = data.addScene(), b = data.addScene(), c = data.addScene();
+    EXPECT_EQ(a, 0);
+    EXPECT_EQ(b, 1);
+    EXPECT_EQ(c, 2);
+    data.sceneAt(b).addObject(0, "preview");
+    data.selection(b).set(1);
+    data.removeScene(b);
+    EXPECT_FALSE(data.hasScene(b));
+    EXPECT_EQ(data.sceneCount(), 2u);
+    EXPECT_EQ(data.addScene(), b);
+    EXPECT_EQ(data.sceneAt(b).graph().objectCount(), data.sceneAt(a).graph().objectCount());
+    EXPECT_EQ(data.selection(b).countSet(), 0u);
+    EXPECT_EQ(&data.scene(std::nullopt), &data.scene().main());
+    EXPECT_EQ(&data.scene(c), &data.sceneAt(c));
+}
+
+TEST_F(EditorDataTest, SelectionPerScene) {
+    EXPECT_FALSE(data.firstSelectedObject());
+    EXPECT_EQ(data.selection().size(), data.scene().main().graph().capacity());
+    data.selection().set(3);
+    data.selection().set(2);
+    const std::uint16_t preview = data.addScene();
+    data.selection(preview).set(1);
+    EXPECT_TRUE(data.isSelected(2));
+    EXPECT_FALSE(data.isSelected(1));
+    EXPECT_FALSE(data.isSelected(60000));
+    EXPECT_EQ(data.firstSelectedObject(), Data::Id(2));
+    EXPECT_EQ(data.selectedCount(), 2u);
+}
+
+TEST_F(EditorDataTest, ProjectEditsMoveSceneStampsAndVersion) {
+    Data::Scene& scene = data.scene().main();
+    const std::uint32_t version = data.scene().version();
+    const auto stamps = scene.stamps();
+    changes.pushChange(project.settings()[Model::Settings::ClearColor], Vector4{1.0f});
+    changes.commit();
+    EXPECT_NE(data.scene().version(), version);
+    EXPECT_NE(scene.stamp(Data::SceneCategory::RenderSettings), stamps[std::size_t(Data::SceneCategory::RenderSettings)]);
+    EXPECT_EQ(scene.stamp(Data::SceneCategory::Images), stamps[std::size_t(Data::SceneCategory::Images)]);
+    EXPECT_EQ(scene.stamp(Data::SceneCategory::Objects), stamps[std::size_t(Data::SceneCategory::Objects)]);
+    // The two category lists agree value for value.
+    static_assert(std::size_t(ChangeCategory::Settings) == std::size_t(Data::SceneCategory::Settings));
+    static_assert(std::size_t(ChangeCategory::Lights) == std::size_t(Data::SceneCategory::Lights));
+}
+
+TEST_F(EditorDataTest, CopyPasteSelectedTreesAsSiblingAndChild) {
+    data.selection().set(sceneObject(2));
+    const std::string trees = copySelected(data, true);
+    const std::string single = copySelected(data, false);
+    ASSERT_FALSE(trees.empty());
+    const std::vector<ResourceId> siblings = paste(data, changes, trees);
+    ASSERT_EQ(siblings.size(), 2u);
+    EXPECT_EQ(parentOf(siblings[0]), ResourceId{1});
+    EXPECT_EQ(parentOf(siblings[1]), siblings[0]);
+    EXPECT_EQ(nameOf(siblings[1]), "Child");
+
+    const std::vector<ResourceId> children = pasteChild(data, changes, single);
+    ASSERT_EQ(children.size(), 1u);
+    EXPECT_EQ(parentOf(children[0]), ResourceId{2});
+    EXPECT_EQ(changes.undoCount(), 2u);
+
+    // Selecting the new objects once they are in the scene replaces the selection.
+    compile();
+    selectObjects(data, siblings, false, true);
+    EXPECT_FALSE(data.isSelected(sceneObject(2)));
+    EXPECT_TRUE(data.isSelected(sceneObject(siblings[0].value)));
+    EXPECT_TRUE(data.isSelected(sceneObject(siblings[1].value)));
+    EXPECT_EQ(data.selectedCount(), 2u);
+    // Toggling an added one takes it out again; plain adding keeps the rest.
+    const ResourceId first[]{siblings[0]};
+    selectObjects(data, first, true, true);
+    EXPECT_FALSE(data.isSelected(sceneObject(siblings[0].value)));
+    selectObjects(data, first, true, false);
+    EXPECT_EQ(data.selectedCount(), 2u);
+}
+
+TEST_F(EditorDataTest, NothingSelectedPastesRoots) {
+    const ResourceId lamp[]{ResourceId{2}};
+    const std::string text = copyObjects(project, lamp, false);
+    EXPECT_TRUE(copySelected(data, false).empty());
+    const std::vector<ResourceId> created = paste(data, changes, text);
+    ASSERT_EQ(created.size(), 1u);
+    EXPECT_EQ(parentOf(created[0]), ResourceId{});
+}
+
+TEST_F(EditorDataTest, ForeignPasteKeepsSelectionAndProject) {
+    data.selection().set(sceneObject(1));
+    const std::string before = project.text();
+    Log::Silence silence;
+    EXPECT_TRUE(paste(data, changes, "not ours").empty());
+    EXPECT_TRUE(pasteChild(data, changes, "{\"format\": 1}").empty());
+    EXPECT_EQ(project.text(), before);
+    EXPECT_TRUE(data.isSelected(sceneObject(1)));
+}
+
+TEST_F(EditorDataTest, DeleteAndDuplicateSelection) {
+    data.selection().set(sceneObject(3));
+    const std::vector<ResourceId> copies = duplicate(data, changes, false);
+    ASSERT_EQ(copies.size(), 1u);
+    EXPECT_EQ(parentOf(copies[0]), ResourceId{2});
+
+    const std::string before = project.text();
+    data.selection().resize(0);
+    data.selection().set(sceneObject(2));
+    deleteSelectedObjects(data, changes);
+    EXPECT_FALSE(project.section<ObjectRecord>().contains(ResourceId{2}));
+    EXPECT_FALSE(project.section<ObjectRecord>().contains(ResourceId{3}));
+    EXPECT_FALSE(project.section<ObjectRecord>().contains(copies[0]));
+    EXPECT_EQ(data.selectedCount(), 0u);
+    changes.undo();
+    EXPECT_EQ(project.text(), before);
+}
+
+TEST_F(EditorDataTest, ObjectsWithoutBodiesAreNotSimulated) {
+    EXPECT_FALSE(isSimulatedRigidBody(data.scene().main(), sceneObject(1)));
+    EXPECT_FALSE(isSimulatedRigidBody(data.scene().main(), 4000));
+}
+
+}
+}
