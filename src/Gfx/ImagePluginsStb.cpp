@@ -1,5 +1,6 @@
 // The image plug-ins, decoding and encoding through the stb library that libstb ships compiled.
 #include <charconv>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -49,6 +50,64 @@ bool looksLikeTga(std::span<const std::byte> data) {
 
 bool isHdr(std::span<const std::byte> data) { return startsWith(data, "#?RADIANCE") || startsWith(data, "#?RGBE"); }
 
+// stb's Radiance decoder reads zeros past the end of its input and spins forever on a run length of
+// zero, so a truncated file would either hang or come back as a partly black image. Walk the
+// scanlines first, the way the decoder will, and refuse such files. Layout faults that the decoder
+// reports itself (unsupported orientation, wrong scanline length) are left to it.
+std::optional<std::string> findHdrDataFault(std::span<const std::byte> data) {
+    std::size_t p = 0;
+    const auto line = [&]() -> std::optional<std::string_view> {
+        const auto* begin = reinterpret_cast<const char*>(data.data()) + p;
+        const auto* end = static_cast<const char*>(std::memchr(begin, '\n', data.size() - p));
+        if(!end) return std::nullopt;
+        p += std::size_t(end - begin) + 1;
+        return std::string_view{begin, std::size_t(end - begin)};
+    };
+    // Signature, header lines, then an empty line.
+    for(bool first = true;; first = false) {
+        const std::optional<std::string_view> header = line();
+        if(!header) return "the header is truncated";
+        if(!first && header->empty()) break;
+    }
+    const std::optional<std::string_view> resolution = line();
+    if(!resolution) return "the resolution line is truncated";
+    int width = 0, height = 0;
+    if(std::sscanf(std::string{*resolution}.c_str(), "-Y %d +X %d", &height, &width) != 2 || width <= 0 || height <= 0)
+        return std::nullopt;
+
+    const std::size_t pixels = std::size_t(width) * std::size_t(height);
+    const auto remaining = [&] { return data.size() - p; };
+    const auto flatFits = [&] {
+        return remaining() >= pixels * 4 ? std::optional<std::string>{} : std::optional<std::string>{"the pixel data is truncated"};
+    };
+    if(width < 8 || width >= 32768) return flatFits();
+    for(int y = 0; y != height; ++y) {
+        if(remaining() < 4) return fmt::format("scanline {} is truncated", y);
+        const std::uint8_t c1 = byteAt(data, p), c2 = byteAt(data, p + 1), high = byteAt(data, p + 2);
+        // Not run-length encoded: the decoder reads every pixel flat from here.
+        if(c1 != 2 || c2 != 2 || (high & 0x80)) return flatFits();
+        if((high << 8 | byteAt(data, p + 3)) != width) return std::nullopt;
+        p += 4;
+        for(int channel = 0; channel != 4; ++channel) {
+            for(int x = 0; x < width;) {
+                if(remaining() < 1) return fmt::format("scanline {} is truncated", y);
+                int count = byteAt(data, p++);
+                std::size_t bytes = std::size_t(count);
+                if(count > 128) {
+                    count -= 128;
+                    bytes = 1;
+                }
+                if(count == 0) return fmt::format("scanline {} has a run of length zero", y);
+                if(count > width - x) return std::nullopt;
+                if(remaining() < bytes) return fmt::format("scanline {} is truncated", y);
+                p += bytes;
+                x += count;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 FileFormat detect(std::span<const std::byte> data) {
     if(startsWith(data, "\x89PNG\r\n\x1a\n")) return FileFormat::Png;
     if(startsWith(data, "\xff\xd8\xff")) return FileFormat::Jpeg;
@@ -78,6 +137,10 @@ std::optional<Image> decodeWithStb(std::string_view plugin, std::span<const std:
     const int length = int(data.size());
     int width = 0, height = 0, channels = 0;
     if(format == FileFormat::Hdr) {
+        if(const std::optional<std::string> fault = findHdrDataFault(data)) {
+            Log::error("{}: can't decode {} as {}: {}", plugin, source, fileFormatName(format), *fault);
+            return std::nullopt;
+        }
         // Radiance files are RGB by definition; ask for exactly three channels.
         float* pixels = stbi_loadf_from_memory(bytes, length, &width, &height, &channels, 3);
         if(!pixels) {
