@@ -158,9 +158,15 @@ private:
             return true;
         }
         if(name == "key" || name == "keydown" || name == "keyup") {
-            if(args.size() != 1) return fail("expected one key chord");
-            const std::optional<KeyChord> c = parseChord(args[0]);
-            if(!c) return fail(std::string{"unknown key chord \""} + std::string{args[0]} + "\"");
+            // Key names may hold spaces ("Keypad 5"), so the chord is the rest of the line.
+            std::string chordText;
+            for(std::string_view a: args) {
+                if(!chordText.empty()) chordText += ' ';
+                chordText += a;
+            }
+            if(chordText.empty()) return fail("expected a key chord");
+            const std::optional<KeyChord> c = parseChord(chordText);
+            if(!c) return fail("unknown key chord \"" + chordText + "\"");
             const Key key = chordKey(*c);
             const int glfw = glfwFromKey(key);
             if(glfw < 0) return fail("that key has no platform code");

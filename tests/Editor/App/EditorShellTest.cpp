@@ -1,0 +1,169 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <imgui.h>
+
+#include "Editor/App/EditorShell.h"
+#include "Editor/App/InputScript.h"
+#include "Editor/Project/ProjectFile.h"
+#include "Editor/Undo/ChangeManager.h"
+#include "Gfx/Log.h"
+
+using namespace ArdentisEngine;
+
+namespace {
+
+constexpr const char* ProjectText = R"({
+  "format": "ardentis-project",
+  "version": 1,
+  "objects": {
+    "1": {"name": "Crate", "translation": [1, 2, 3]},
+    "2": {"name": "Lid", "parent": 1},
+    "3": {"name": "Lamp", "components": [{"type": 1, "lightType": 1, "intensity": 2}]}
+  }
+})";
+
+std::filesystem::path makeProject(const char* name) {
+    const char* root = std::getenv("ARDENTIS_TEST_TMP");
+    const std::filesystem::path folder = std::filesystem::path{root ? root : "/tmp"}/"shell-test"/name;
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    std::ofstream{folder/ProjectFile::FileName} << ProjectText;
+    return folder;
+}
+
+constexpr Vector2 Window{1280.0f, 720.0f};
+
+// Runs the shell without GL: the UI is built every frame, never drawn.
+class ShellDriver {
+public:
+    explicit ShellDriver(const std::filesystem::path& project): shell{EditorShell::Configuration{}} {
+        EXPECT_TRUE(shell.openProject(project.string()));
+        shell.initWithoutGraphics();
+        frame();
+    }
+
+    void frame() { shell.buildFrame(1.0f/60.0f, Window, Vector2{1.0f}); }
+
+    // Replays a script from the next frame on and runs `frames` frames.
+    void play(const std::string& script, int frames) {
+        const auto events = parseInputScript(script, "test script");
+        ASSERT_TRUE(events);
+        std::size_t next = 0;
+        for(int f = 0; f != frames; ++f) {
+            for(; next != events->size() && (*events)[next].frame <= f; ++next) shell.handle((*events)[next].event);
+            frame();
+        }
+        ASSERT_EQ(next, events->size()) << "script longer than the frames played";
+    }
+
+    Vector3 translation(std::uint32_t id) {
+        return shell.project().section<ObjectRecord>()[ResourceId{id}][Model::Object::Translation].value();
+    }
+
+    EditorShell shell;
+};
+
+// Where the default layout puts things, from the style's metrics.
+struct Layout {
+    float frame, line, padding;
+    Layout() {
+        frame = ImGui::GetFrameHeight();
+        line = ImGui::GetFontSize();
+        padding = ImGui::GetStyle().WindowPadding.y;
+    }
+    // Centre of the n-th row of the outliner (all rows are open).
+    Vector2 outlinerRow(int n) const {
+        return {40.0f, 2.0f*frame + padding + line*0.5f + float(n)*(line + ImGui::GetStyle().ItemSpacing.y)};
+    }
+    // Centre of the first component of the translation field in the properties panel.
+    Vector2 translationX() const {
+        const float side = std::max(220.0f, Window.x*0.2f);
+        const float spacing = ImGui::GetStyle().ItemSpacing.y;
+        return {Window.x - side + 8.0f + 12.0f, 2.0f*frame + padding + 3.0f*(frame + spacing) + frame*0.5f};
+    }
+};
+
+std::string at(int frame, const std::string& command) { return "@" + std::to_string(frame) + " " + command + "\n"; }
+std::string xy(Vector2 p) { return std::to_string(p.x) + " " + std::to_string(p.y); }
+
+TEST(EditorShellTest, OutlinerClickSelectsAndTranslationEditUndoesAndRedoes) {
+    ShellDriver driver{makeProject("undo")};
+    const Layout layout;
+    const Vector3 original = driver.translation(1);
+    const std::string originalText = driver.shell.project().text();
+
+    // Click "Crate", the first row.
+    driver.play(at(0, "click left " + xy(layout.outlinerRow(0))), 3);
+    ASSERT_EQ(driver.shell.selection().ids(), std::vector<ResourceId>{ResourceId{1}});
+
+    // Double-click the X of the translation to type into it, replace the text, confirm.
+    const std::string field = xy(layout.translationX());
+    driver.play(at(0, "click left " + field) + at(2, "click left " + field) + at(5, "key Ctrl+A") +
+                at(7, "text 7.25") + at(9, "key Enter"), 12);
+    const Vector3 edited = driver.translation(1);
+    EXPECT_FLOAT_EQ(edited.x, 7.25f);
+    EXPECT_FLOAT_EQ(edited.y, original.y);
+    EXPECT_EQ(driver.shell.changeManager().undoCount(), 1u) << "typing is one undo step";
+
+    driver.play(at(0, "key Ctrl+Z"), 3);
+    EXPECT_EQ(driver.translation(1), original);
+    EXPECT_EQ(driver.shell.project().text(), originalText);
+
+    driver.play(at(0, "key Ctrl+Shift+Z"), 3);
+    EXPECT_EQ(driver.translation(1), edited);
+
+    driver.play(at(0, "key Ctrl+Z"), 3);
+    EXPECT_EQ(driver.shell.project().text(), originalText);
+
+    // Ctrl+Y is the other redo.
+    driver.play(at(0, "key Ctrl+Y"), 3);
+    EXPECT_EQ(driver.translation(1), edited);
+}
+
+TEST(EditorShellTest, DeleteInTheOutlinerTakesChildrenAlongAndUndoes) {
+    ShellDriver driver{makeProject("delete")};
+    const Layout layout;
+    const std::string originalText = driver.shell.project().text();
+    // Select "Crate", whose child is "Lid", then press Delete while the outliner has focus.
+    driver.play(at(0, "click left " + xy(layout.outlinerRow(0))) + at(3, "key Delete"), 6);
+    const ResourceSection<ObjectRecord> objects = driver.shell.project().section<ObjectRecord>();
+    EXPECT_FALSE(objects.contains(ResourceId{1}));
+    EXPECT_FALSE(objects.contains(ResourceId{2}));
+    EXPECT_TRUE(objects.contains(ResourceId{3}));
+    EXPECT_TRUE(driver.shell.selection().empty());
+    driver.play(at(0, "key Ctrl+Z"), 3);
+    EXPECT_EQ(driver.shell.project().text(), originalText);
+}
+
+TEST(EditorShellTest, UnsavedChangesAreOfferedOnQuit) {
+    ShellDriver driver{makeProject("quit")};
+    driver.shell.requestQuit();
+    EXPECT_TRUE(driver.shell.shouldQuit()) << "nothing to save";
+
+    ShellDriver edited{makeProject("quit-edited")};
+    const RecordAccess crate = edited.shell.project().section<ObjectRecord>()[ResourceId{1}];
+    edited.shell.changeManager().pushChange(crate[Model::Object::Name], std::string_view{"Box"});
+    edited.shell.changeManager().commit();
+    EXPECT_TRUE(edited.shell.hasUnsavedChanges());
+    edited.shell.requestQuit();
+    edited.frame();
+    EXPECT_FALSE(edited.shell.shouldQuit()) << "a dialog asks first";
+    EXPECT_TRUE(edited.shell.saveProject());
+    EXPECT_FALSE(edited.shell.hasUnsavedChanges());
+}
+
+TEST(EditorShellTest, BrokenProjectKeepsTheOpenOne) {
+    ShellDriver driver{makeProject("broken-keep")};
+    const std::filesystem::path broken = makeProject("broken");
+    std::ofstream{broken/ProjectFile::FileName} << "{ \"format\": \"something else\" }";
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(driver.shell.openProject(broken.string()));
+    EXPECT_TRUE(errors.contains(ProjectFile::FileName)) << errors.text();
+    EXPECT_TRUE(driver.shell.project().section<ObjectRecord>().contains(ResourceId{3}));
+}
+
+}
