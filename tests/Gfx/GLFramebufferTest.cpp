@@ -8,6 +8,8 @@
 namespace ArdentisEngine::Test {
 namespace {
 
+using Test::PrintTo;
+
 class ContextGLTest: public GLTestFixture {};
 
 TEST_F(ContextGLTest, ReportsACoreContextOfAtLeast33) {

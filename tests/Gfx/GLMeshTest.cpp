@@ -7,9 +7,12 @@
 #include "Gfx/Log.h"
 #include "Gfx/MeshTools.h"
 #include "Gfx/Shaders/FlatGL.h"
+#include "Gfx/Shaders/VertexColorGL.h"
 
 namespace ArdentisEngine::Test {
 namespace {
+
+using Test::PrintTo;
 
 constexpr Vector2i Size{16, 16};
 const Rgba8 Black{0, 0, 0, 255}, White{255, 255, 255, 255};
@@ -315,6 +318,134 @@ TEST_F(ShaderGLTest, UniformBlockFeedsTheDraw) {
     program.draw(mesh);
     EXPECT_EQ(countPixels(target.read(), Rgba8{0, 255, 0, 255}, 0), Size.x*Size.y);
 }
+
+}
+}
+
+namespace ArdentisEngine::Test {
+namespace {
+
+using Test::PrintTo;
+
+// [Bindings a state cache relies on]
+
+struct Bindings {
+    GLint program, vertexArray, drawFramebuffer, readFramebuffer, texture2D, textureArray, cubeMap, activeUnit;
+
+    static Bindings current() {
+        Bindings b{};
+        glGetIntegerv(GL_CURRENT_PROGRAM, &b.program);
+        glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &b.vertexArray);
+        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &b.drawFramebuffer);
+        glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &b.readFramebuffer);
+        glGetIntegerv(GL_TEXTURE_BINDING_2D, &b.texture2D);
+        glGetIntegerv(GL_TEXTURE_BINDING_2D_ARRAY, &b.textureArray);
+        glGetIntegerv(GL_TEXTURE_BINDING_CUBE_MAP, &b.cubeMap);
+        glGetIntegerv(GL_ACTIVE_TEXTURE, &b.activeUnit);
+        return b;
+    }
+    bool operator==(const Bindings&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Bindings& b) {
+    return out << "program " << b.program << ", vao " << b.vertexArray << ", draw fb " << b.drawFramebuffer
+        << ", read fb " << b.readFramebuffer << ", 2D " << b.texture2D << ", array " << b.textureArray
+        << ", cube " << b.cubeMap << ", unit 0x" << std::hex << b.activeUnit;
+}
+
+// Objects the operations work on, distinct from the ones bound beforehand.
+struct Scene {
+    RenderTarget target{{4, 4}};
+    GL::Texture2DArray array;
+    GL::CubeMapTexture cube;
+    Shaders::FlatGL shader;
+    GL::Mesh mesh = MeshTools::compile([] {
+        MeshData m{MeshPrimitive::Triangles};
+        m.positions = {{-1, -1, 0}, {1, -1, 0}, {0, 1, 0}};
+        return m;
+    }());
+    Scene() {
+        array.setStorage(1, GL::TextureFormat::RGBA8, {2, 2, 2});
+        cube.setStorage(1, GL::TextureFormat::RGBA8, {2, 2});
+    }
+};
+
+struct BindingCase {
+    const char* name;
+    void(*operation)(Scene&);
+};
+
+const BindingCase BindingCases[]{
+    {"CreateObjects", [](Scene&) {
+            GL::Texture2D t; GL::Texture2DArray a; GL::CubeMapTexture c;
+            GL::Framebuffer f{Range2Di{{0, 0}, {1, 1}}}; GL::Mesh m; GL::Buffer b;
+        }},
+    {"TextureEdits", [](Scene& s) {
+            Image image{PixelFormat::RGBA8, {2, 2}};
+            s.target.color.setSubImage(0, {0, 0}, image).setMinificationFilter(GL::SamplerFilter::Linear)
+                .setWrapping(GL::SamplerWrapping::ClampToEdge).generateMipmap();
+            s.array.setSubImage(0, 1, {0, 0}, image);
+            s.cube.setSubImage(GL::CubeMapFace::NegativeZ, 0, {0, 0}, image);
+            (void)s.target.color.image();
+            (void)s.array.image(0, 1);
+            (void)s.cube.image(GL::CubeMapFace::PositiveY);
+        }},
+    {"FramebufferEdits", [](Scene& s) {
+            s.target.framebuffer.mapForDraw({0}).mapForRead(0)
+                .clearColor(0, Color4{1.0f}).clearDepthStencil(1.0f, 0);
+            (void)s.target.framebuffer.checkStatus();
+            (void)s.target.framebuffer.read(Range2Di{{0, 0}, {2, 2}}, PixelFormat::RGBA8);
+            GL::Framebuffer other{Range2Di{{0, 0}, {2, 2}}};
+            other.attachTextureLayer(GL::Framebuffer::Attachment::color(0), s.array, 0)
+                 .attachCubeMapTexture(GL::Framebuffer::Attachment::color(1), s.cube, GL::CubeMapFace::PositiveX);
+            GL::Framebuffer::blit(s.target.framebuffer, other, Range2Di{{0, 0}, {2, 2}}, GL::FramebufferBlit::Color);
+        }},
+    {"UniformsAndDraw", [](Scene& s) {
+            s.shader.setColor(Color4{0.5f}).setTransformationProjectionMatrix(Matrix4{1.0f});
+            s.shader.draw(s.mesh);
+        }},
+    {"MeshSetup", [](Scene&) {
+            GL::Buffer indices;
+            indices.setData(std::vector<UnsignedInt>{0, 1, 2});
+            GL::Buffer vertices;
+            vertices.setData(std::vector<Vector3>{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
+            GL::Mesh m;
+            m.addVertexBuffer(std::move(vertices), 0, 0, {GL::VertexAttribute{0, 3}})
+             .setIndexBuffer(std::move(indices), 0, GL::IndexType::UnsignedInt);
+        }},
+};
+
+class BindingsGLTest: public GLTestFixtureWithParam<BindingCase> {};
+
+TEST_P(BindingsGLTest, OperationsLeaveBindingsAlone) {
+    Scene scene;
+    // A state some cache could be holding, made of objects the operation does not touch.
+    GL::Texture2D texture; texture.setStorage(1, GL::TextureFormat::RGBA8, {1, 1});
+    GL::Texture2DArray array; array.setStorage(1, GL::TextureFormat::RGBA8, {1, 1, 1});
+    GL::CubeMapTexture cube; cube.setStorage(1, GL::TextureFormat::RGBA8, {1, 1});
+    GL::Framebuffer draw{Range2Di{{0, 0}, {1, 1}}}, read{Range2Di{{0, 0}, {1, 1}}};
+    // The draw case renders into whatever is bound, so that must be complete.
+    GL::Renderbuffer color;
+    color.setStorage(GL::TextureFormat::RGBA8, {1, 1});
+    draw.attachRenderbuffer(GL::Framebuffer::Attachment::color(0), color);
+    GL::Mesh vao;
+    Shaders::VertexColorGL program;
+    glActiveTexture(GL_TEXTURE3);
+    glBindTexture(GL_TEXTURE_2D, texture.id());
+    glBindTexture(GL_TEXTURE_2D_ARRAY, array.id());
+    glBindTexture(GL_TEXTURE_CUBE_MAP, cube.id());
+    draw.bind(GL::FramebufferTarget::Draw);
+    read.bind(GL::FramebufferTarget::Read);
+    glBindVertexArray(vao.id());
+    program.program().use();
+    const Bindings before = Bindings::current();
+
+    GetParam().operation(scene);
+    EXPECT_EQ(Bindings::current(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(, BindingsGLTest, ::testing::ValuesIn(BindingCases),
+    [](const auto& info) { return std::string{info.param.name}; });
 
 }
 }

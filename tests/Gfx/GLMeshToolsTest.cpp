@@ -13,6 +13,8 @@
 namespace ArdentisEngine::Test {
 namespace {
 
+using Test::PrintTo;
+
 MeshData triangle(Vector3 offset, bool indexed) {
     MeshData m{MeshPrimitive::Triangles};
     m.positions = {offset + Vector3{0, 0, 0}, offset + Vector3{1, 0, 0}, offset + Vector3{0, 1, 0}};

@@ -14,6 +14,8 @@
 namespace ArdentisEngine::Test {
 namespace {
 
+using Test::PrintTo;
+
 constexpr Vector2i Size{32, 32};
 const Rgba8 Black{0, 0, 0, 255};
 

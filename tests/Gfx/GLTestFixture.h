@@ -3,6 +3,8 @@
 // each case, and helpers to render into an offscreen target and compare pixels with tolerances.
 // A missing context fails every case; GL tests never skip.
 #include <cmath>
+#include <concepts>
+#include <ostream>
 #include <optional>
 #include <string>
 
@@ -43,6 +45,11 @@ protected:
         EXPECT_EQ(error, GLenum(GL_NO_ERROR)) << "GL error at the end of the case: " << GL::errorName(error);
     }
 };
+
+// Data-driven cases print as their name instead of a byte dump. Test files in an unnamed
+// namespace pull this in with `using Test::PrintTo;` so that argument lookup finds it.
+template<class T> requires requires(const T& t) { { t.name } -> std::convertible_to<const char*>; }
+void PrintTo(const T& value, std::ostream* out) { *out << value.name; }
 
 template<class T> class GLTestFixtureWithParam: public GLTestFixture, public ::testing::WithParamInterface<T> {};
 

@@ -27,8 +27,9 @@ const char* framebufferStatusName(FramebufferStatus status) {
 Framebuffer::Framebuffer(const Range2Di& viewport): _viewport{viewport} {
     GLuint id;
     glGenFramebuffers(1, &id);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, id);
     _handle = {id, ObjectOwnership::Owned};
+    // Binding creates the object so that it can be labelled before anything is attached.
+    const auto binding = bindDraw();
 }
 
 Framebuffer Framebuffer::wrap(GLuint id, const Range2Di& viewport, ObjectOwnership ownership) {
@@ -61,34 +62,32 @@ Framebuffer& Framebuffer::bind() {
 
 void Framebuffer::bind(FramebufferTarget target) const { glBindFramebuffer(GLenum(target), id()); }
 
-void Framebuffer::bindDraw() const { glBindFramebuffer(GL_DRAW_FRAMEBUFFER, id()); }
-
 Framebuffer& Framebuffer::attachTexture(Attachment attachment, Texture2D& texture, int level) {
-    bindDraw();
+    const auto binding = bindDraw();
     glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, attachment.value, GL_TEXTURE_2D, texture.id(), level);
     return *this;
 }
 
 Framebuffer& Framebuffer::attachTextureLayer(Attachment attachment, Texture2DArray& texture, int layer, int level) {
-    bindDraw();
+    const auto binding = bindDraw();
     glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, attachment.value, texture.id(), level, layer);
     return *this;
 }
 
 Framebuffer& Framebuffer::attachCubeMapTexture(Attachment attachment, CubeMapTexture& texture, CubeMapFace face, int level) {
-    bindDraw();
+    const auto binding = bindDraw();
     glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, attachment.value, GLenum(face), texture.id(), level);
     return *this;
 }
 
 Framebuffer& Framebuffer::attachRenderbuffer(Attachment attachment, Renderbuffer& renderbuffer) {
-    bindDraw();
+    const auto binding = bindDraw();
     glFramebufferRenderbuffer(GL_DRAW_FRAMEBUFFER, attachment.value, GL_RENDERBUFFER, renderbuffer.id());
     return *this;
 }
 
 Framebuffer& Framebuffer::detach(Attachment attachment) {
-    bindDraw();
+    const auto binding = bindDraw();
     glFramebufferRenderbuffer(GL_DRAW_FRAMEBUFFER, attachment.value, GL_RENDERBUFFER, 0);
     return *this;
 }
@@ -99,54 +98,54 @@ Framebuffer& Framebuffer::mapForDraw(std::initializer_list<int> colorAttachments
     // The default framebuffer names its buffers differently from framebuffer objects.
     for(int a: colorAttachments)
         buffers.push_back(a == NoAttachment ? GL_NONE : id() == 0 ? GL_BACK : GLenum(GL_COLOR_ATTACHMENT0 + a));
-    bindDraw();
+    const auto binding = bindDraw();
     glDrawBuffers(GLsizei(buffers.size()), buffers.data());
     return *this;
 }
 
 Framebuffer& Framebuffer::mapForRead(unsigned colorAttachment) {
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, id());
+    const Implementation::FramebufferBindingScope binding{GL_READ_FRAMEBUFFER, id()};
     glReadBuffer(id() == 0 ? GL_BACK : GLenum(GL_COLOR_ATTACHMENT0 + colorAttachment));
     return *this;
 }
 
 FramebufferStatus Framebuffer::checkStatus(FramebufferTarget target) const {
-    bind(target);
+    const Implementation::FramebufferBindingScope binding{GLenum(target), id()};
     return FramebufferStatus(glCheckFramebufferStatus(GLenum(target)));
 }
 
 Framebuffer& Framebuffer::clearColor(int drawBuffer, const Color4& color) {
-    bindDraw();
+    const auto binding = bindDraw();
     glClearBufferfv(GL_COLOR, drawBuffer, glm::value_ptr(color));
     return *this;
 }
 
 Framebuffer& Framebuffer::clearColor(int drawBuffer, const Vector4i& color) {
-    bindDraw();
+    const auto binding = bindDraw();
     glClearBufferiv(GL_COLOR, drawBuffer, glm::value_ptr(color));
     return *this;
 }
 
 Framebuffer& Framebuffer::clearColor(int drawBuffer, const glm::uvec4& color) {
-    bindDraw();
+    const auto binding = bindDraw();
     glClearBufferuiv(GL_COLOR, drawBuffer, glm::value_ptr(color));
     return *this;
 }
 
 Framebuffer& Framebuffer::clearDepth(float depth) {
-    bindDraw();
+    const auto binding = bindDraw();
     glClearBufferfv(GL_DEPTH, 0, &depth);
     return *this;
 }
 
 Framebuffer& Framebuffer::clearStencil(int stencil) {
-    bindDraw();
+    const auto binding = bindDraw();
     glClearBufferiv(GL_STENCIL, 0, &stencil);
     return *this;
 }
 
 Framebuffer& Framebuffer::clearDepthStencil(float depth, int stencil) {
-    bindDraw();
+    const auto binding = bindDraw();
     glClearBufferfi(GL_DEPTH_STENCIL, 0, depth, stencil);
     return *this;
 }
@@ -157,7 +156,7 @@ Image Framebuffer::read(const Range2Di& range, PixelFormat format) {
         return {};
     }
     Image out{format, range.size()};
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, id());
+    const Implementation::FramebufferBindingScope binding{GL_READ_FRAMEBUFFER, id()};
     glPixelStorei(GL_PACK_ALIGNMENT, out.alignment());
     glPixelStorei(GL_PACK_ROW_LENGTH, 0);
     glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
@@ -171,15 +170,15 @@ Framebuffer& Framebuffer::invalidate(std::initializer_list<Attachment> attachmen
     if(!Gfx::isVersionAtLeast(4, 3) && !Gfx::hasExtension("GL_ARB_invalidate_subdata")) return *this;
     std::vector<GLenum> values;
     for(const Attachment a: attachments) values.push_back(a.value);
-    bindDraw();
+    const auto binding = bindDraw();
     glInvalidateFramebuffer(GL_DRAW_FRAMEBUFFER, GLsizei(values.size()), values.data());
     return *this;
 }
 
 void Framebuffer::blit(Framebuffer& source, Framebuffer& destination, const Range2Di& sourceRectangle,
     const Range2Di& destinationRectangle, GLbitfield mask, BlitFilter filter) {
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, source.id());
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, destination.id());
+    const Implementation::FramebufferBindingScope read{GL_READ_FRAMEBUFFER, source.id()};
+    const Implementation::FramebufferBindingScope draw{GL_DRAW_FRAMEBUFFER, destination.id()};
     glBlitFramebuffer(sourceRectangle.min.x, sourceRectangle.min.y, sourceRectangle.max.x, sourceRectangle.max.y,
         destinationRectangle.min.x, destinationRectangle.min.y, destinationRectangle.max.x, destinationRectangle.max.y,
         mask, GLenum(filter));

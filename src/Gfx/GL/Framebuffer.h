@@ -1,6 +1,6 @@
 #pragma once
-// Framebuffer objects and the default framebuffer. Attaching, clearing and mapping bind the
-// framebuffer for drawing; bind() before drawing also sets its viewport.
+// Framebuffer objects and the default framebuffer. bind() before drawing; it also sets the
+// viewport. Attaching, clearing, mapping, reading and blitting leave the bindings as they were.
 #include <initializer_list>
 #include <optional>
 #include <vector>
@@ -111,7 +111,7 @@ public:
 
 private:
     static void destroy(GLuint id) { glDeleteFramebuffers(1, &id); }
-    void bindDraw() const;
+    [[nodiscard]] Implementation::FramebufferBindingScope bindDraw() const { return {GL_DRAW_FRAMEBUFFER, id()}; }
     Implementation::ObjectHandle<destroy> _handle;
     Range2Di _viewport;
 };

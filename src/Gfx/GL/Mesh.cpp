@@ -58,8 +58,8 @@ GLenum glPrimitive(MeshPrimitive primitive) {
 Mesh::Mesh(MeshPrimitive primitive): _primitive{primitive} {
     GLuint id;
     glGenVertexArrays(1, &id);
-    glBindVertexArray(id);
-    glBindVertexArray(0);
+    // Binding once creates the object so that it can be labelled.
+    { const Implementation::VertexArrayBindingScope binding{id}; }
     _vao = {id, ObjectOwnership::Owned};
 }
 
@@ -72,7 +72,7 @@ Mesh& Mesh::setLabel(std::string_view label) {
 void Mesh::attach(const Buffer& buffer, std::size_t offset, std::size_t stride,
     std::span<const VertexAttribute> attributes, unsigned divisor) {
     if(stride == 0) for(const VertexAttribute& a: attributes) stride += a.size();
-    glBindVertexArray(id());
+    const Implementation::VertexArrayBindingScope binding{id()};
     glBindBuffer(GL_ARRAY_BUFFER, buffer.id());
     std::size_t at = offset;
     for(const VertexAttribute& a: attributes) {
@@ -91,7 +91,6 @@ void Mesh::attach(const Buffer& buffer, std::size_t offset, std::size_t stride,
         }
         at += a.size();
     }
-    glBindVertexArray(0);
 }
 
 Mesh& Mesh::addVertexBuffer(Buffer& buffer, std::size_t offset, std::size_t stride,
@@ -109,9 +108,8 @@ Mesh& Mesh::addVertexBuffer(Buffer&& buffer, std::size_t offset, std::size_t str
 
 void Mesh::attachIndices(const Buffer& buffer, std::size_t offset, IndexType type) {
     // The element binding is vertex-array state: bound here it belongs to this mesh only.
-    glBindVertexArray(id());
+    const Implementation::VertexArrayBindingScope binding{id()};
     glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, buffer.id());
-    glBindVertexArray(0);
     _indexBufferSet = true;
     _indexType = type;
     _indexOffset = offset;
@@ -130,13 +128,12 @@ Mesh& Mesh::setIndexBuffer(Buffer&& buffer, std::size_t offset, IndexType type) 
 
 void Mesh::draw() {
     if(_count == 0 || _instanceCount == 0 || !id()) return;
-    glBindVertexArray(id());
+    const Implementation::VertexArrayBindingScope binding{id()};
     if(_indexBufferSet)
         glDrawElementsInstanced(glPrimitive(_primitive), _count, GLenum(_indexType),
             reinterpret_cast<const void*>(_indexOffset), _instanceCount);
     else
         glDrawArraysInstanced(glPrimitive(_primitive), 0, _count, _instanceCount);
-    glBindVertexArray(0);
 }
 
 }

@@ -34,6 +34,49 @@ const char* errorName(GLenum error) {
     return "unknown GL error";
 }
 
+namespace Implementation {
+
+namespace {
+GLenum textureBindingQuery(GLenum target) {
+    switch(target) {
+        case GL_TEXTURE_2D_ARRAY: return GL_TEXTURE_BINDING_2D_ARRAY;
+        case GL_TEXTURE_CUBE_MAP: return GL_TEXTURE_BINDING_CUBE_MAP;
+        case GL_TEXTURE_3D: return GL_TEXTURE_BINDING_3D;
+        default: return GL_TEXTURE_BINDING_2D;
+    }
+}
+}
+
+TextureBindingScope::TextureBindingScope(GLenum target, GLuint id): _target{target} {
+    glGetIntegerv(textureBindingQuery(target), &_previous);
+    if(GLuint(_previous) != id) glBindTexture(target, id);
+}
+
+TextureBindingScope::~TextureBindingScope() { glBindTexture(_target, GLuint(_previous)); }
+
+FramebufferBindingScope::FramebufferBindingScope(GLenum target, GLuint id): _target{target} {
+    glGetIntegerv(target == GL_READ_FRAMEBUFFER ? GL_READ_FRAMEBUFFER_BINDING : GL_DRAW_FRAMEBUFFER_BINDING, &_previous);
+    if(GLuint(_previous) != id) glBindFramebuffer(target, id);
+}
+
+FramebufferBindingScope::~FramebufferBindingScope() { glBindFramebuffer(_target, GLuint(_previous)); }
+
+VertexArrayBindingScope::VertexArrayBindingScope(GLuint id) {
+    glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &_previous);
+    if(GLuint(_previous) != id) glBindVertexArray(id);
+}
+
+VertexArrayBindingScope::~VertexArrayBindingScope() { glBindVertexArray(GLuint(_previous)); }
+
+ProgramScope::ProgramScope(GLuint id) {
+    glGetIntegerv(GL_CURRENT_PROGRAM, &_previous);
+    if(GLuint(_previous) != id) glUseProgram(id);
+}
+
+ProgramScope::~ProgramScope() { glUseProgram(GLuint(_previous)); }
+
+}
+
 DebugGroup::DebugGroup(std::string_view name): _pushed{hasDebugLabels()} {
     if(_pushed) glPushDebugGroup(GL_DEBUG_SOURCE_APPLICATION, 0, GLsizei(name.size()), name.data());
 }

@@ -1,5 +1,11 @@
 #pragma once
 // What every GL object wrapper shares: deferred creation, wrapping names we do not own, labels.
+//
+// Bindings: creating, editing, reading and drawing leave the program, vertex array, framebuffer
+// and texture bindings as they found them, so a state cache above this layer stays correct. Only
+// the calls that exist to change them do: Framebuffer::bind(), AbstractTexture::bind(),
+// ShaderProgram::use() and Buffer::bind*(). Buffer edits go through the copy-write target and
+// pixel transfers reset the pixel-pack/unpack buffer bindings to 0; neither is expected to be cached.
 #include <string>
 #include <string_view>
 #include <utility>
@@ -36,6 +42,50 @@ private:
 };
 
 namespace Implementation {
+
+// Binds for the scope of an operation and puts the previous binding back.
+class TextureBindingScope {
+public:
+    TextureBindingScope(GLenum target, GLuint id);
+    ~TextureBindingScope();
+    TextureBindingScope(const TextureBindingScope&) = delete;
+    TextureBindingScope& operator=(const TextureBindingScope&) = delete;
+private:
+    GLenum _target;
+    GLint _previous{0};
+};
+
+class FramebufferBindingScope {
+public:
+    // GL_DRAW_FRAMEBUFFER or GL_READ_FRAMEBUFFER.
+    FramebufferBindingScope(GLenum target, GLuint id);
+    ~FramebufferBindingScope();
+    FramebufferBindingScope(const FramebufferBindingScope&) = delete;
+    FramebufferBindingScope& operator=(const FramebufferBindingScope&) = delete;
+private:
+    GLenum _target;
+    GLint _previous{0};
+};
+
+class VertexArrayBindingScope {
+public:
+    explicit VertexArrayBindingScope(GLuint id);
+    ~VertexArrayBindingScope();
+    VertexArrayBindingScope(const VertexArrayBindingScope&) = delete;
+    VertexArrayBindingScope& operator=(const VertexArrayBindingScope&) = delete;
+private:
+    GLint _previous{0};
+};
+
+class ProgramScope {
+public:
+    explicit ProgramScope(GLuint id);
+    ~ProgramScope();
+    ProgramScope(const ProgramScope&) = delete;
+    ProgramScope& operator=(const ProgramScope&) = delete;
+private:
+    GLint _previous{0};
+};
 
 // Holds the name, the ownership and the label; the owners give it their delete function.
 template<void(*Delete)(GLuint)> class ObjectHandle {

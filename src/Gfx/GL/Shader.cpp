@@ -167,35 +167,47 @@ ShaderProgram& ShaderProgram::setUniformBlockBinding(unsigned blockIndex, unsign
 void ShaderProgram::use() const { glUseProgram(id()); }
 
 void ShaderProgram::draw(Mesh& mesh) {
-    use();
+    const Implementation::ProgramScope scope{id()};
     mesh.draw();
 }
 
-#define AE_SET_UNIFORM(Type, call)                                          \
+namespace {
+// glProgramUniform* sets uniforms without making the program current.
+bool hasProgramUniform() {
+    static const bool has = Gfx::isVersionAtLeast(4, 1) || Gfx::hasExtension("GL_ARB_separate_shader_objects");
+    return has;
+}
+}
+
+#define AE_SET_UNIFORM(Type, name, ...)                                     \
     ShaderProgram& ShaderProgram::setUniform(int location, Type value) {    \
         if(location == -1) return *this;                                    \
-        use();                                                              \
-        call;                                                               \
+        if(hasProgramUniform()) {                                           \
+            glProgram##name(id(), location, __VA_ARGS__);                   \
+        } else {                                                            \
+            const Implementation::ProgramScope scope{id()};                 \
+            gl##name(location, __VA_ARGS__);                                \
+        }                                                                   \
         return *this;                                                       \
     }
 
-AE_SET_UNIFORM(float, glUniform1f(location, value))
-AE_SET_UNIFORM(int, glUniform1i(location, value))
-AE_SET_UNIFORM(unsigned, glUniform1ui(location, value))
-AE_SET_UNIFORM(const Vector2&, glUniform2fv(location, 1, glm::value_ptr(value)))
-AE_SET_UNIFORM(const Vector3&, glUniform3fv(location, 1, glm::value_ptr(value)))
-AE_SET_UNIFORM(const Vector4&, glUniform4fv(location, 1, glm::value_ptr(value)))
-AE_SET_UNIFORM(const Vector2i&, glUniform2iv(location, 1, glm::value_ptr(value)))
-AE_SET_UNIFORM(const Vector3i&, glUniform3iv(location, 1, glm::value_ptr(value)))
-AE_SET_UNIFORM(const Vector4i&, glUniform4iv(location, 1, glm::value_ptr(value)))
-AE_SET_UNIFORM(const glm::uvec2&, glUniform2uiv(location, 1, glm::value_ptr(value)))
-AE_SET_UNIFORM(const glm::uvec4&, glUniform4uiv(location, 1, glm::value_ptr(value)))
-AE_SET_UNIFORM(const Matrix3&, glUniformMatrix3fv(location, 1, GL_FALSE, glm::value_ptr(value)))
-AE_SET_UNIFORM(const Matrix4&, glUniformMatrix4fv(location, 1, GL_FALSE, glm::value_ptr(value)))
-AE_SET_UNIFORM(std::span<const float>, glUniform1fv(location, GLsizei(value.size()), value.data()))
-AE_SET_UNIFORM(std::span<const Vector3>, glUniform3fv(location, GLsizei(value.size()), reinterpret_cast<const float*>(value.data())))
-AE_SET_UNIFORM(std::span<const Vector4>, glUniform4fv(location, GLsizei(value.size()), reinterpret_cast<const float*>(value.data())))
-AE_SET_UNIFORM(std::span<const Matrix4>, glUniformMatrix4fv(location, GLsizei(value.size()), GL_FALSE, reinterpret_cast<const float*>(value.data())))
+AE_SET_UNIFORM(float, Uniform1f, value)
+AE_SET_UNIFORM(int, Uniform1i, value)
+AE_SET_UNIFORM(unsigned, Uniform1ui, value)
+AE_SET_UNIFORM(const Vector2&, Uniform2fv, 1, glm::value_ptr(value))
+AE_SET_UNIFORM(const Vector3&, Uniform3fv, 1, glm::value_ptr(value))
+AE_SET_UNIFORM(const Vector4&, Uniform4fv, 1, glm::value_ptr(value))
+AE_SET_UNIFORM(const Vector2i&, Uniform2iv, 1, glm::value_ptr(value))
+AE_SET_UNIFORM(const Vector3i&, Uniform3iv, 1, glm::value_ptr(value))
+AE_SET_UNIFORM(const Vector4i&, Uniform4iv, 1, glm::value_ptr(value))
+AE_SET_UNIFORM(const glm::uvec2&, Uniform2uiv, 1, glm::value_ptr(value))
+AE_SET_UNIFORM(const glm::uvec4&, Uniform4uiv, 1, glm::value_ptr(value))
+AE_SET_UNIFORM(const Matrix3&, UniformMatrix3fv, 1, GL_FALSE, glm::value_ptr(value))
+AE_SET_UNIFORM(const Matrix4&, UniformMatrix4fv, 1, GL_FALSE, glm::value_ptr(value))
+AE_SET_UNIFORM(std::span<const float>, Uniform1fv, GLsizei(value.size()), value.data())
+AE_SET_UNIFORM(std::span<const Vector3>, Uniform3fv, GLsizei(value.size()), reinterpret_cast<const float*>(value.data()))
+AE_SET_UNIFORM(std::span<const Vector4>, Uniform4fv, GLsizei(value.size()), reinterpret_cast<const float*>(value.data()))
+AE_SET_UNIFORM(std::span<const Matrix4>, UniformMatrix4fv, GLsizei(value.size()), GL_FALSE, reinterpret_cast<const float*>(value.data()))
 
 #undef AE_SET_UNIFORM
 

@@ -84,7 +84,7 @@ public:
     unsigned uniformBlockIndex(const char* name) const;
     ShaderProgram& setUniformBlockBinding(unsigned blockIndex, unsigned binding);
 
-    // Uses the program, then sets; a location of -1 is ignored as GL does.
+    // A location of -1 is ignored as GL does. The current program stays as it was.
     ShaderProgram& setUniform(int location, float value);
     ShaderProgram& setUniform(int location, int value);
     ShaderProgram& setUniform(int location, unsigned value);
@@ -104,7 +104,7 @@ public:
     ShaderProgram& setUniform(int location, std::span<const Matrix4> values);
 
     void use() const;
-    // Uses the program and draws the mesh.
+    // Draws the mesh with this program; the current program stays as it was.
     void draw(Mesh& mesh);
 
 private:

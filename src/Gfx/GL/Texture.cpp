@@ -65,16 +65,14 @@ int mipLevelCount(Vector2i size) {
 AbstractTexture::AbstractTexture(GLenum target): _target{target} {
     GLuint id;
     glGenTextures(1, &id);
-    // Binding creates the object so that it can be labelled before it has storage.
-    glBindTexture(target, id);
     _handle = {id, ObjectOwnership::Owned};
+    // Binding creates the object so that it can be labelled before it has storage.
+    const auto binding = bindForEdit();
 }
 
 void AbstractTexture::wrapId(GLuint id, ObjectOwnership ownership) {
     _handle = {id, ownership};
 }
-
-void AbstractTexture::bindForEdit() const { glBindTexture(_target, id()); }
 
 void AbstractTexture::bind(unsigned unit) const {
     glActiveTexture(GL_TEXTURE0 + unit);
@@ -97,29 +95,29 @@ void AbstractTexture::doSetMinificationFilter(SamplerFilter filter, SamplerMipma
         value = filter == SamplerFilter::Nearest ? GL_NEAREST_MIPMAP_NEAREST : GL_LINEAR_MIPMAP_NEAREST;
     else if(mipmap == SamplerMipmap::Linear)
         value = filter == SamplerFilter::Nearest ? GL_NEAREST_MIPMAP_LINEAR : GL_LINEAR_MIPMAP_LINEAR;
-    bindForEdit();
+    const auto binding = bindForEdit();
     glTexParameteri(_target, GL_TEXTURE_MIN_FILTER, GLint(value));
 }
 
 void AbstractTexture::doSetMagnificationFilter(SamplerFilter filter) {
-    bindForEdit();
+    const auto binding = bindForEdit();
     glTexParameteri(_target, GL_TEXTURE_MAG_FILTER, GLint(filter));
 }
 
 void AbstractTexture::doSetWrapping(SamplerWrapping wrapping) {
-    bindForEdit();
+    const auto binding = bindForEdit();
     glTexParameteri(_target, GL_TEXTURE_WRAP_S, GLint(wrapping));
     glTexParameteri(_target, GL_TEXTURE_WRAP_T, GLint(wrapping));
     glTexParameteri(_target, GL_TEXTURE_WRAP_R, GLint(wrapping));
 }
 
 void AbstractTexture::doSetMaxLevel(int level) {
-    bindForEdit();
+    const auto binding = bindForEdit();
     glTexParameteri(_target, GL_TEXTURE_MAX_LEVEL, level);
 }
 
 void AbstractTexture::doGenerateMipmap() {
-    bindForEdit();
+    const auto binding = bindForEdit();
     glGenerateMipmap(_target);
 }
 
@@ -136,7 +134,7 @@ Texture2D& Texture2D::setStorage(int levels, TextureFormat format, Vector2i size
         Log::error("GL::Texture2D {}: invalid storage of {} levels, {}x{}", label(), levels, size.x, size.y);
         return *this;
     }
-    bindForEdit();
+    const auto binding = bindForEdit();
     if(hasTextureStorage()) {
         glTexStorage2D(GL_TEXTURE_2D, levels, GLenum(format), size.x, size.y);
     } else {
@@ -153,7 +151,7 @@ Texture2D& Texture2D::setStorage(int levels, TextureFormat format, Vector2i size
 }
 
 Texture2D& Texture2D::setImage(int level, TextureFormat format, const ImageView& image) {
-    bindForEdit();
+    const auto binding = bindForEdit();
     const PixelTransfer transfer = image.data().empty() ? allocationTransfer(format) : pixelTransfer(image.format());
     setUnpackState(image);
     glTexImage2D(GL_TEXTURE_2D, level, GLint(format), image.size().x, image.size().y, 0,
@@ -169,7 +167,7 @@ Texture2D& Texture2D::setSubImage(int level, Vector2i offset, const ImageView& i
         return *this;
     }
     if(!fitsLevel(label(), level, offset, image.size(), size(level)) || image.isEmpty()) return *this;
-    bindForEdit();
+    const auto binding = bindForEdit();
     setUnpackState(image);
     const PixelTransfer transfer = pixelTransfer(image.format());
     glTexSubImage2D(GL_TEXTURE_2D, level, offset.x, offset.y, image.size().x, image.size().y,
@@ -179,7 +177,7 @@ Texture2D& Texture2D::setSubImage(int level, Vector2i offset, const ImageView& i
 
 Vector2i Texture2D::size(int level) const {
     if(!id()) return Vector2i{0};
-    bindForEdit();
+    const auto binding = bindForEdit();
     Vector2i s{0};
     glGetTexLevelParameteriv(GL_TEXTURE_2D, level, GL_TEXTURE_WIDTH, &s.x);
     glGetTexLevelParameteriv(GL_TEXTURE_2D, level, GL_TEXTURE_HEIGHT, &s.y);
@@ -194,7 +192,7 @@ Image Texture2D::image(int level) const {
         return {};
     }
     Image out{*format, size(level)};
-    bindForEdit();
+    const auto binding = bindForEdit();
     setPackState(out.alignment());
     const PixelTransfer transfer = pixelTransfer(*format);
     glGetTexImage(GL_TEXTURE_2D, level, transfer.format, transfer.type, out.mutableData().data());
@@ -214,7 +212,7 @@ Texture2DArray& Texture2DArray::setStorage(int levels, TextureFormat format, Vec
         Log::error("GL::Texture2DArray {}: invalid storage of {} levels, {}x{}x{}", label(), levels, size.x, size.y, size.z);
         return *this;
     }
-    bindForEdit();
+    const auto binding = bindForEdit();
     if(hasTextureStorage()) {
         glTexStorage3D(GL_TEXTURE_2D_ARRAY, levels, GLenum(format), size.x, size.y, size.z);
     } else {
@@ -238,7 +236,7 @@ Texture2DArray& Texture2DArray::setSubImage(int level, int layer, Vector2i offse
         return *this;
     }
     if(!fitsLevel(label(), level, offset, image.size(), Vector2i{s}) || image.isEmpty()) return *this;
-    bindForEdit();
+    const auto binding = bindForEdit();
     setUnpackState(image);
     const PixelTransfer transfer = pixelTransfer(image.format());
     glTexSubImage3D(GL_TEXTURE_2D_ARRAY, level, offset.x, offset.y, layer, image.size().x, image.size().y, 1,
@@ -248,7 +246,7 @@ Texture2DArray& Texture2DArray::setSubImage(int level, int layer, Vector2i offse
 
 Vector3i Texture2DArray::size(int level) const {
     if(!id()) return Vector3i{0};
-    bindForEdit();
+    const auto binding = bindForEdit();
     Vector3i s{0};
     glGetTexLevelParameteriv(GL_TEXTURE_2D_ARRAY, level, GL_TEXTURE_WIDTH, &s.x);
     glGetTexLevelParameteriv(GL_TEXTURE_2D_ARRAY, level, GL_TEXTURE_HEIGHT, &s.y);
@@ -266,7 +264,7 @@ Image Texture2DArray::image(int level, int layer) const {
     // glGetTexImage returns every layer; each is a whole padded image.
     const std::size_t layerSize = imageDataSize(Vector2i{s}, *format, 4);
     std::vector<std::byte> all(layerSize*std::size_t(s.z));
-    bindForEdit();
+    const auto binding = bindForEdit();
     setPackState(4);
     const PixelTransfer transfer = pixelTransfer(*format);
     glGetTexImage(GL_TEXTURE_2D_ARRAY, level, transfer.format, transfer.type, all.data());
@@ -288,7 +286,7 @@ CubeMapTexture& CubeMapTexture::setStorage(int levels, TextureFormat format, Vec
         Log::error("GL::CubeMapTexture {}: invalid storage of {} levels, {}x{}", label(), levels, size.x, size.y);
         return *this;
     }
-    bindForEdit();
+    const auto binding = bindForEdit();
     if(hasTextureStorage()) {
         glTexStorage2D(GL_TEXTURE_CUBE_MAP, levels, GLenum(format), size.x, size.y);
     } else {
@@ -311,7 +309,7 @@ CubeMapTexture& CubeMapTexture::setSubImage(CubeMapFace face, int level, Vector2
         return *this;
     }
     if(!fitsLevel(label(), level, offset, image.size(), size(level)) || image.isEmpty()) return *this;
-    bindForEdit();
+    const auto binding = bindForEdit();
     setUnpackState(image);
     const PixelTransfer transfer = pixelTransfer(image.format());
     glTexSubImage2D(GLenum(face), level, offset.x, offset.y, image.size().x, image.size().y,
@@ -321,7 +319,7 @@ CubeMapTexture& CubeMapTexture::setSubImage(CubeMapFace face, int level, Vector2
 
 Vector2i CubeMapTexture::size(int level) const {
     if(!id()) return Vector2i{0};
-    bindForEdit();
+    const auto binding = bindForEdit();
     Vector2i s{0};
     glGetTexLevelParameteriv(GL_TEXTURE_CUBE_MAP_POSITIVE_X, level, GL_TEXTURE_WIDTH, &s.x);
     glGetTexLevelParameteriv(GL_TEXTURE_CUBE_MAP_POSITIVE_X, level, GL_TEXTURE_HEIGHT, &s.y);
@@ -335,7 +333,7 @@ Image CubeMapTexture::image(CubeMapFace face, int level) const {
         return {};
     }
     Image out{*format, size(level)};
-    bindForEdit();
+    const auto binding = bindForEdit();
     setPackState(out.alignment());
     const PixelTransfer transfer = pixelTransfer(*format);
     glGetTexImage(GLenum(face), level, transfer.format, transfer.type, out.mutableData().data());

@@ -1,6 +1,6 @@
 #pragma once
-// 2D, 2D array and cube-map textures. Editing operations bind the texture to the active texture
-// unit; bind(unit) before drawing.
+// 2D, 2D array and cube-map textures. bind(unit) before drawing; everything else leaves the
+// texture bindings alone.
 #include "Gfx/GL/Format.h"
 #include "Gfx/GL/Object.h"
 #include "Gfx/Image.h"
@@ -46,7 +46,7 @@ protected:
     explicit AbstractTexture(GLenum target);
     AbstractTexture(NoCreateT, GLenum target): _target{target} {}
     void wrapId(GLuint id, ObjectOwnership ownership);
-    void bindForEdit() const;
+    [[nodiscard]] Implementation::TextureBindingScope bindForEdit() const { return {_target, id()}; }
     void doSetLabel(std::string_view label);
     void doSetMinificationFilter(SamplerFilter filter, SamplerMipmap mipmap);
     void doSetMagnificationFilter(SamplerFilter filter);
