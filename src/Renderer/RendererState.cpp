@@ -21,7 +21,28 @@ GLenum glTextureTarget(RendererState::TextureTarget target) {
     return TextureTargets[std::size_t(target)];
 }
 
-RendererState::RendererState() { resync(); }
+namespace {
+// Live caches, for the deletion notices; main thread only, like all GL work.
+std::vector<RendererState*>& liveStates() {
+    static std::vector<RendererState*> states;
+    return states;
+}
+}
+
+RendererState::RendererState() {
+    resync();
+    liveStates().push_back(this);
+}
+
+RendererState::~RendererState() { std::erase(liveStates(), this); }
+
+void RendererState::notifyProgramDeleted(GLuint program) {
+    for(RendererState* state: liveStates()) state->programDeleted(program);
+}
+
+void RendererState::notifyTextureDeleted(GLuint texture) {
+    for(RendererState* state: liveStates()) state->textureDeleted(texture);
+}
 
 void RendererState::enable(GLenum capability, bool& cached, bool enabled) {
     if(cached == enabled) {

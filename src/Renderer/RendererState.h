@@ -68,8 +68,13 @@ public:
         UnsignedInt skipped = 0;  // changes that matched the cache and issued nothing
     };
 
-    // Reads the current context's state; a context must be current.
+    // Reads the current context's state; a context must be current. There should be one cache per
+    // GL context, shared by everything that draws in it: two caches over one context each believe
+    // their own view of it.
     RendererState();
+    ~RendererState();
+    RendererState(const RendererState&) = delete;
+    RendererState& operator=(const RendererState&) = delete;
 
     // Fixed-function state of a pipeline record (its shader is bound by whoever compiled it).
     void apply(const Data::Pipeline& pipeline);
@@ -108,6 +113,9 @@ public:
     void programDeleted(GLuint program);
     void vertexArrayDeleted(GLuint vertexArray);
     void framebufferDeleted(GLuint framebuffer);
+    // The same for every live cache, for owners that do not know which cache they were used with.
+    static void notifyProgramDeleted(GLuint program);
+    static void notifyTextureDeleted(GLuint texture);
 
     // Changes GL to a saved state, issuing only the calls that differ.
     void restore(const State& state);

@@ -70,7 +70,11 @@ ShaderProgram::ShaderProgram(const ShaderSource& source, const Options& options)
     _preambles[1] = shaderPreamble(ShaderStage::Fragment, options.defines, options.dialect);
 }
 
-ShaderProgram::~ShaderProgram() = default;
+ShaderProgram::~ShaderProgram() {
+    // GL keeps a deleted program alive while it is current; let the caches drop it first so that a
+    // later program reusing the name is not skipped as already bound.
+    if(_program.id()) RendererState::notifyProgramDeleted(_program.id());
+}
 
 bool ShaderProgram::asyncCompile(bool wait) {
     if(_status == Status::Ready) return true;
@@ -116,7 +120,9 @@ bool ShaderProgram::asyncCompile(bool wait) {
     glGetIntegerv(GL_CURRENT_PROGRAM, &previous);
     glUseProgram(_program.id());
     onCompile();
-    glUseProgram(GLuint(previous));
+    // A program deleted while current dies once another is made current; then there is nothing to
+    // go back to, and no cache believes in it any more (see the destructor).
+    glUseProgram(previous && glIsProgram(GLuint(previous)) ? GLuint(previous) : 0);
     _status = Status::Ready;
     return true;
 }

@@ -1,0 +1,354 @@
+#include <bit>
+
+#include <gtest/gtest.h>
+
+#include "Gfx/GLTestFixture.h"
+#include "Renderer/DefaultPipelines.h"
+#include "Renderer/InternalShaders.h"
+#include "Renderer/RendererState.h"
+#include "Renderer/ShaderBindings.h"
+#include "Renderer/ShaderProgram.h"
+#include "Renderer/UniformBlocks.h"
+
+using namespace ArdentisEngine;
+using ArdentisEngine::Test::Rgba8;
+using Shaders::LightUniforms;
+
+namespace {
+
+constexpr int Size = 32;
+constexpr int TransformationsWidth = 64;
+constexpr int MaterialRows = 4;
+// Constant radiance L projects onto the first SH coefficient as L*2*sqrt(pi).
+constexpr float ShConstant = 3.5449077f;
+
+// Everything the forward shaders read, set up by hand the way the renderer will: the three uniform
+// blocks, per-object transformations, the materials texture, and a quad in the XY plane facing +Z
+// that fills an orthographic view looking down -Z.
+class ForwardShadingGLTest: public ArdentisEngine::Test::GLTestFixture {
+protected:
+    void SetUp() override {
+        GLTestFixture::SetUp();
+        if(HasFatalFailure()) return;
+        state = std::make_unique<RendererState>();
+        target = std::make_unique<ArdentisEngine::Test::RenderTarget>(Vector2i{Size});
+
+        glGenBuffers(4, blocks);
+        frame = {};
+        lights = {};
+        setCamera(glm::lookAt(Vector3{0, 0, 2}, Vector3{0}, Vector3{0, 1, 0}),
+                  glm::ortho(-1.0f, 1.0f, -1.0f, 1.0f, 0.1f, 10.0f), true);
+        upload(blocks[2], lights);
+        upload(blocks[3], Shaders::ProbeVolumeUniforms{});
+
+        // Every object at the identity, using material 0.
+        std::vector<Vector4> texels(TransformationsWidth*16, Vector4{0.0f});
+        for(std::size_t o = 0; o*3 + 2 < texels.size(); ++o) {
+            texels[o*3] = {0, 0, 0, 1};
+            texels[o*3 + 2] = {1, 1, 1, std::bit_cast<float>(0u)};
+        }
+        glGenTextures(2, textures);
+        glBindTexture(GL_TEXTURE_2D, textures[0]);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, TransformationsWidth, 16, 0, GL_RGBA, GL_FLOAT, texels.data());
+        glBindTexture(GL_TEXTURE_2D, textures[1]);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, Shaders::MaterialDefinition::SlotCount, MaterialRows, 0, GL_RGBA, GL_FLOAT, nullptr);
+        for(GLuint t: textures) {
+            glBindTexture(GL_TEXTURE_2D, t);
+            glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+            glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        }
+        glBindTexture(GL_TEXTURE_2D, 0);
+
+        const float quad[]{  // position, normal, uv
+            -1, -1, 0, 0, 0, 1, 0, 0,   1, -1, 0, 0, 0, 1, 1, 0,   1, 1, 0, 0, 0, 1, 1, 1,
+            -1, -1, 0, 0, 0, 1, 0, 0,   1, 1, 0, 0, 0, 1, 1, 1,   -1, 1, 0, 0, 0, 1, 0, 1};
+        glGenVertexArrays(1, &vao);
+        glGenBuffers(1, &vbo);
+        glBindVertexArray(vao);
+        glBindBuffer(GL_ARRAY_BUFFER, vbo);
+        glBufferData(GL_ARRAY_BUFFER, sizeof(quad), quad, GL_STATIC_DRAW);
+        glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 32, nullptr);
+        glVertexAttribPointer(5, 3, GL_FLOAT, GL_FALSE, 32, reinterpret_cast<void*>(12));
+        glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, 32, reinterpret_cast<void*>(24));
+        for(GLuint a: {0u, 1u, 5u}) glEnableVertexAttribArray(a);
+        glBindVertexArray(0);
+        glBindBuffer(GL_ARRAY_BUFFER, 0);
+        state->resync();
+        setObjectId(0);
+    }
+
+    void TearDown() override {
+        if(state) {
+            state->bindVertexArray(0);
+            state->useProgram(0);
+            for(UnsignedInt b = 0; b != 4; ++b) state->bindUniformBuffer(b, 0);
+            for(UnsignedInt unit: {Shaders::TransformationsUnit, Shaders::MaterialsUnit})
+                state->bindTexture(unit, RendererState::TextureTarget::Texture2D, 0);
+            state->bindFramebuffer(0);
+        }
+        glDeleteVertexArrays(1, &vao);
+        glDeleteBuffers(1, &vbo);
+        glDeleteBuffers(4, blocks);
+        glDeleteTextures(2, textures);
+        target.reset();
+        GLTestFixture::TearDown();
+    }
+
+    template<class T> void upload(GLuint buffer, const T& data) {
+        glBindBuffer(GL_UNIFORM_BUFFER, buffer);
+        glBufferData(GL_UNIFORM_BUFFER, sizeof(T), &data, GL_DYNAMIC_DRAW);
+        glBindBuffer(GL_UNIFORM_BUFFER, 0);
+    }
+
+    void setCamera(const Matrix4& view, const Matrix4& projection, bool orthographic) {
+        Shaders::ViewsBlock views;
+        views.views[0] = Shaders::ViewUniforms::from(view, projection, {0, 0, Size, Size}, 0.1f, 10.0f, orthographic);
+        upload(blocks[1], views);
+    }
+
+    void setMaterial(UnsignedInt row, const Data::Material& material) {
+        glBindTexture(GL_TEXTURE_2D, textures[1]);
+        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, GLint(row), Shaders::MaterialDefinition::SlotCount, 1, GL_RGBA, GL_FLOAT,
+                        material.values.data());
+        glBindTexture(GL_TEXTURE_2D, 0);
+        state->resync();
+    }
+
+    // The mesh has no object-id array, so every vertex reads the attribute's current value.
+    static void setObjectId(UnsignedInt id) { glVertexAttribI4ui(4, id, 0, 0, 0); }
+
+    void setLights(std::initializer_list<LightUniforms> list) {
+        lights = {};
+        std::size_t i = 0;
+        for(const LightUniforms& l: list) lights.lights[i++] = l;
+        frame.lightCount = UnsignedInt(list.size());
+    }
+
+    // Compiles a default pipeline's shader, asserting success.
+    std::unique_ptr<Shaders::ShaderProgram> pipelineShader(const char* name) {
+        const Shaders::PipelineDescription* description = Shaders::findDefaultPipeline(name);
+        EXPECT_TRUE(description) << name;
+        if(!description) return nullptr;
+        auto program = std::make_unique<Shaders::ShaderProgram>(*Shaders::loadPipelineShader(*description),
+                                                                Shaders::ShaderProgram::Options{description->defines});
+        EXPECT_TRUE(program->compile()) << name;
+        return program;
+    }
+
+    Image render(Shaders::ShaderProgram& program, const Data::Pipeline& pipeline, GLsizei vertices = 6,
+                 const Color4& clear = Color4{0, 0, 0, 1}) {
+        upload(blocks[0], frame);
+        upload(blocks[2], lights);
+        state->bindFramebuffer(target->framebuffer.id());
+        state->setViewport(Range2Di{{0, 0}, Vector2i{Size}});
+        state->apply();
+        glClearColor(clear.r, clear.g, clear.b, clear.a);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        state->apply(pipeline);
+        for(UnsignedInt b = 0; b != 4; ++b) state->bindUniformBuffer(b, blocks[b]);
+        state->bindTexture(Shaders::TransformationsUnit, RendererState::TextureTarget::Texture2D, textures[0]);
+        state->bindTexture(Shaders::MaterialsUnit, RendererState::TextureTarget::Texture2D, textures[1]);
+        program.use(*state);
+        state->bindVertexArray(vao);
+        glDrawArrays(GL_TRIANGLES, 0, vertices);
+        return target->read();
+    }
+
+    static float brightness(const Image& image, int x, int y) {
+        const Rgba8 p = image.pixel<Rgba8>(x, y);
+        return float(p.r) + float(p.g) + float(p.b);
+    }
+
+    std::unique_ptr<RendererState> state;
+    std::unique_ptr<ArdentisEngine::Test::RenderTarget> target;
+    GLuint blocks[4]{};  // Frame, Views, Lights, ProbeVolume, at their binding points
+    GLuint textures[2]{};  // transformations, materials
+    GLuint vao = 0, vbo = 0;
+    Shaders::FrameUniforms frame;
+    Shaders::LightsBlock lights;
+};
+
+struct LightSideCase {
+    const char* name;
+    const char* pipeline;
+    LightUniforms light;
+};
+
+const LightSideCase LightSideCases[]{
+    {"Phong, point light on the left", "Phong Opaque", LightUniforms::point({-1.0f, 0.0f, 0.4f}, {1, 1, 1}, 1.0f)},
+    {"Physical, point light on the left", "Physical Opaque", LightUniforms::point({-1.0f, 0.0f, 0.4f}, {1, 1, 1}, 1.0f)},
+    {"Phong, spot aimed at the left", "Phong Opaque",
+        LightUniforms::spot({0.0f, 0.0f, 1.0f}, {-0.6f, 0.0f, -1.0f}, {1, 1, 1}, 2.0f, 0.2f, 0.3f)},
+    {"Physical, spot aimed at the left", "Physical Opaque",
+        LightUniforms::spot({0.0f, 0.0f, 1.0f}, {-0.6f, 0.0f, -1.0f}, {1, 1, 1}, 2.0f, 0.2f, 0.3f)},
+    {"Physical, point light with a range", "Physical Opaque", LightUniforms::point({-1.0f, 0.0f, 0.2f}, {1, 1, 1}, 0.5f, 1.0f)},
+};
+
+}
+
+TEST_F(ForwardShadingGLTest, LitSideIsBrighter) {
+    for(const LightSideCase& c: LightSideCases) {
+        SCOPED_TRACE(c.name);
+        auto program = pipelineShader(c.pipeline);
+        ASSERT_TRUE(program && program->isReady());
+        setMaterial(0, program->materialDefinition().defaults());
+        setLights({c.light});
+        const Image image = render(*program, {});
+        const float left = brightness(image, 3, Size/2), right = brightness(image, Size - 4, Size/2);
+        EXPECT_GT(left, 60.0f);
+        EXPECT_GT(left, right*2.0f + 10.0f) << "left " << left << ", right " << right;
+        // Up and down are equally far from the light.
+        EXPECT_NEAR(brightness(image, 3, 4), brightness(image, 3, Size - 5), 6.0f);
+    }
+}
+
+TEST_F(ForwardShadingGLTest, SunLightsTheFacingSideOnly) {
+    for(const char* pipeline: {"Phong Opaque", "Physical Opaque"}) {
+        SCOPED_TRACE(pipeline);
+        auto program = pipelineShader(pipeline);
+        ASSERT_TRUE(program && program->isReady());
+        setMaterial(0, program->materialDefinition().defaults());
+        setLights({LightUniforms::sun({0.0f, 0.0f, -1.0f}, {1, 1, 1}, 1.0f)});
+        const float front = brightness(render(*program, {}), Size/2, Size/2);
+        setLights({LightUniforms::sun({0.0f, 0.0f, 1.0f}, {1, 1, 1}, 1.0f)});
+        const float behind = brightness(render(*program, {}), Size/2, Size/2);
+        EXPECT_GT(front, 100.0f);
+        EXPECT_EQ(behind, 0.0f);
+        // Two suns add up.
+        setLights({LightUniforms::sun({0.0f, 0.0f, -1.0f}, {1, 1, 1}, 0.25f), LightUniforms::sun({0.0f, 0.0f, -1.0f}, {1, 1, 1}, 0.25f)});
+        const float half = brightness(render(*program, {}), Size/2, Size/2);
+        EXPECT_GT(half, front*0.3f);
+        EXPECT_LT(half, front*0.7f);
+    }
+}
+
+struct AmbientCase {
+    const char* name;
+    UnsignedInt count;
+    float constant, gradientZ;  // radiance a + b*z
+    Color4 tint;
+    float expected;             // red channel, 0..1
+};
+
+// Phong's default diffuse colour is 0.8; a surface facing +Z under radiance a + b*z receives
+// irradiance/pi = a + 2b/3.
+const AmbientCase AmbientCases[]{
+    {"no coefficients", 0, 0.5f, 0.0f, Color4{1.0f}, 0.0f},
+    {"one coefficient", 1, 0.5f, 0.0f, Color4{1.0f}, 0.8f*0.5f},
+    {"one coefficient ignores the second band", 1, 0.25f, 0.3f, Color4{1.0f}, 0.8f*0.25f},
+    {"four coefficients", 4, 0.25f, 0.3f, Color4{1.0f}, 0.8f*(0.25f + 0.2f)},
+    {"nine coefficients, tinted", 9, 0.25f, 0.3f, Color4{0.5f, 1.0f, 1.0f, 1.0f}, 0.5f*0.8f*(0.25f + 0.2f)},
+};
+
+TEST_F(ForwardShadingGLTest, ShAmbient) {
+    auto program = pipelineShader("Phong Opaque");
+    ASSERT_TRUE(program && program->isReady());
+    setMaterial(0, program->materialDefinition().defaults());
+    for(const AmbientCase& c: AmbientCases) {
+        SCOPED_TRACE(c.name);
+        setLights({});
+        frame.shCount = c.count;
+        frame.shCoefficients = {};
+        frame.shCoefficients[0] = Vector4{c.constant*ShConstant};
+        // Projection of b*z onto Y10 (0.488603*z): b*0.488603*4pi/3.
+        frame.shCoefficients[2] = Vector4{c.gradientZ*2.0466534f};
+        frame.ambientTint = c.tint;
+        const Rgba8 pixel = render(*program, {}).pixel<Rgba8>(Size/2, Size/2);
+        // 8-bit rounding plus float differences between drivers.
+        EXPECT_NEAR(pixel.r, c.expected*255.0f, 2.0f);
+    }
+    frame = {};
+}
+
+TEST_F(ForwardShadingGLTest, MaterialColourChangesThePixels) {
+    auto program = pipelineShader("Flat Opaque");
+    ASSERT_TRUE(program && program->isReady());
+    const Shaders::MaterialDefinition& definition = program->materialDefinition();
+    const int color = definition.paramIndex("color");
+    ASSERT_NE(color, -1);
+    Data::Material material = definition.defaults();
+    definition.set(material, UnsignedInt(color), Vector4{1, 0, 0, 1});
+    setMaterial(0, material);
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(render(*program, {}), {Size/2, Size/2}, {255, 0, 0, 255}, 1));
+    definition.set(material, UnsignedInt(color), Vector4{0, 0.5f, 1, 1});
+    setMaterial(0, material);
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(render(*program, {}), {Size/2, Size/2}, {0, 128, 255, 255}, 1));
+}
+
+TEST_F(ForwardShadingGLTest, FlatTransparentBlendsOverTheBackground) {
+    auto program = pipelineShader("Flat Transparent");
+    ASSERT_TRUE(program && program->isReady());
+    const Shaders::MaterialDefinition& definition = program->materialDefinition();
+    Data::Material material = definition.defaults();
+    definition.set(material, UnsignedInt(definition.paramIndex("color")), Vector4{1, 0, 0, 0.25f});
+    setMaterial(0, material);
+    const Image image = render(*program, Shaders::findDefaultPipeline("Flat Transparent")->pipeline, 6, Color4{0, 0, 1, 1});
+    // Alpha blends with the same factors: 0.25*0.25 + 1*0.75.
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, {64, 0, 191, 207}, 1));
+}
+
+struct SkyCase {
+    const char* name;
+    Vector3 lookAt, up;
+    const char* param;  // the colour the centre of the view must show
+    int tolerance;
+};
+
+TEST_F(ForwardShadingGLTest, SkyGradient) {
+    auto program = pipelineShader("Sky");
+    ASSERT_TRUE(program && program->isReady());
+    const Shaders::MaterialDefinition& definition = program->materialDefinition();
+    Data::Material material = definition.defaults();
+    definition.set(material, UnsignedInt(definition.paramIndex("zenithColor")), Vector4{0, 0, 1, 1});
+    definition.set(material, UnsignedInt(definition.paramIndex("horizonColor")), Vector4{1, 1, 1, 1});
+    definition.set(material, UnsignedInt(definition.paramIndex("groundColor")), Vector4{0, 1, 0, 1});
+    setMaterial(0, material);
+    const SkyCase cases[]{
+        {"looking up", {0, 1, 0}, {0, 0, -1}, "zenithColor", 12},
+        {"looking down", {0, -1, 0}, {0, 0, 1}, "groundColor", 12},
+        // The centre pixel looks half a pixel above the horizon, where the gradient is steepest.
+        {"looking at the horizon", {0, 0, -1}, {0, 1, 0}, "horizonColor", 40},
+        {"looking at the horizon behind", {0, 0, 1}, {0, 1, 0}, "horizonColor", 40},
+    };
+    for(const SkyCase& c: cases) {
+        SCOPED_TRACE(c.name);
+        setCamera(glm::lookAt(Vector3{0}, c.lookAt, c.up), glm::perspective(toRadians(60.0f), 1.0f, 0.1f, 10.0f), false);
+        const Image image = render(*program, Shaders::findDefaultPipeline("Sky")->pipeline, 3);
+        const Vector4 expected = definition.get(material, UnsignedInt(definition.paramIndex(c.param)));
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, ArdentisEngine::Test::toRgba8(expected), c.tolerance));
+    }
+    // Looking at the horizon, the top half is bluer than the bottom half.
+    setCamera(glm::lookAt(Vector3{0}, Vector3{0, 0, -1}, Vector3{0, 1, 0}), glm::perspective(toRadians(60.0f), 1.0f, 0.1f, 10.0f), false);
+    const Image image = render(*program, Shaders::findDefaultPipeline("Sky")->pipeline, 3);
+    EXPECT_LT(image.pixel<Rgba8>(Size/2, Size - 2).r, 200);
+    EXPECT_LT(image.pixel<Rgba8>(Size/2, 1).r, 200);
+    EXPECT_GT(image.pixel<Rgba8>(Size/2, Size - 2).b, image.pixel<Rgba8>(Size/2, 1).b);
+}
+
+TEST_F(ForwardShadingGLTest, ComponentIdEncodesTypeAndIndex) {
+    const Shaders::ShaderSource source{"ComponentId", *Shaders::internalShaderFile("Dynamic.vert"),
+                                       *Shaders::internalShaderFile("ComponentId.frag"), "Dynamic.vert", "ComponentId.frag"};
+    Shaders::ShaderProgram program{source};
+    ASSERT_TRUE(program.compile());
+    const int type = program.uniformLocation("componentType"), index = program.uniformLocation("componentIndex"),
+              offset = program.uniformLocation("idOffset");
+    ASSERT_NE(type, -1);
+    ASSERT_NE(index, -1);
+    ASSERT_NE(offset, -1);
+    struct Case { UnsignedInt type, index, offset, object; Rgba8 expected; };
+    // The draw's component number is the object id minus idOffset; it is added to componentIndex.
+    for(const Case& c: {Case{1, 0, 0, 0, {1, 0, 0, 255}}, Case{3, 0x1230, 0x100, 0x105, {3, 0x35, 0x12, 255}},
+                        Case{5, 0xfffe, 7, 8, {5, 0xff, 0xff, 255}}, Case{2, 0x00ff, 0, 1, {2, 0x00, 0x01, 255}}}) {
+        SCOPED_TRACE(c.index);
+        program.use(*state);
+        glUniform1ui(type, c.type);
+        glUniform1ui(index, c.index);
+        glUniform1ui(offset, c.offset);
+        setObjectId(c.object);
+        Data::Pipeline picking;
+        picking.doubleSided = true;
+        const Image image = render(program, picking, 6, Color4{1.0f});
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, c.expected, 0));
+    }
+    setObjectId(0);
+}
