@@ -124,6 +124,40 @@ void main() { result = id; })");
     EXPECT_EQ(image.pixel<UnsignedInt>(5, 9), 0xfffffabcu);
 }
 
+// Full-screen passes draw three vertices made up from gl_VertexID, with no buffers at all,
+// into 16-bit normalised two-channel targets.
+TEST_F(MeshGLTest, BufferlessFullScreenTriangleIntoRG16) {
+    GL::Texture2D texture;
+    texture.setStorage(1, GL::TextureFormat::RG16, {5, 3});
+    GL::Framebuffer fb{Range2Di{{0, 0}, {5, 3}}};
+    fb.attachTexture(GL::Framebuffer::Attachment::color(0), texture).mapForDraw({0}).mapForRead(0);
+    ASSERT_TRUE(Gfx::checkFramebufferComplete(fb));
+    fb.bind();
+
+    GL::Shader vert{GL::ShaderStage::Vertex, "fullscreen.vert"}, frag{GL::ShaderStage::Fragment, "fullscreen.frag"};
+    vert.addSource("#version 330 core\nvoid main() {\n"
+        "    vec2 p = vec2((gl_VertexID << 1) & 2, gl_VertexID & 2);\n"
+        "    gl_Position = vec4(p*2.0 - 1.0, 0.0, 1.0);\n}\n");
+    frag.addSource("#version 330 core\nout vec2 value;\n"
+        "void main() { value = vec2(gl_FragCoord.x/8.0, 0.75); }\n");
+    ASSERT_TRUE(vert.compile() && frag.compile());
+    GL::ShaderProgram program;
+    program.attachShader(vert).attachShader(frag);
+    ASSERT_TRUE(program.link());
+    GL::Mesh triangle;
+    triangle.setCount(3);
+    program.draw(triangle);
+
+    const Image image = texture.image();
+    ASSERT_EQ(image.format(), PixelFormat::RG32F);
+    for(int y = 0; y != 3; ++y)
+        for(int x = 0; x != 5; ++x) {
+            const Vector2 v = image.pixel<Vector2>(x, y);
+            EXPECT_NEAR(v.x, (float(x) + 0.5f)/8.0f, 1.0f/65535.0f) << x << ", " << y;
+            EXPECT_NEAR(v.y, 0.75f, 1.0f/65535.0f) << x << ", " << y;
+        }
+}
+
 // [Multisampling]
 
 TEST_F(MeshGLTest, MultisampledEdgeResolvesToIntermediateValues) {
