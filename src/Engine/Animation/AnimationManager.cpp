@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "Engine/MeshManager.h"
 #include "Engine/SceneGraph.h"
 #include "Gfx/Log.h"
 
@@ -83,6 +84,8 @@ void AnimationManager::applyPose(Id component) {
     if(!state.animation || !graph) return;
 
     state.weights.clear();
+    // Registered under the mesh type, so it is a MeshManager.
+    auto* meshes = static_cast<MeshManager*>(graph->componentManager(ComponentType::Mesh));
     for(std::size_t t = 0; t != state.targets.size(); ++t) {
         const Id object = state.targets[t];
         // Objects deleted since the animation was set are simply not animated.
@@ -92,8 +95,13 @@ void AnimationManager::applyPose(Id component) {
             graph->setLocalTransformation(object, pose.transformation(graph->localTransformation(object)));
         if(pose.scaling)
             graph->setLocalScaling(object, *pose.scaling);
-        if(!pose.weights.empty())
-            state.weights.push_back({object, std::move(pose.weights)});
+        if(pose.weights.empty()) continue;
+        // Meshes with fewer morph targets than the track take what fits; extra ones keep theirs.
+        if(meshes) for(Id mesh: graph->componentsOfType(object, ComponentType::Mesh)) {
+            const std::span<float> weights = meshes->morphTargetWeights(mesh);
+            std::copy_n(pose.weights.begin(), std::min(weights.size(), pose.weights.size()), weights.begin());
+        }
+        state.weights.push_back({object, std::move(pose.weights)});
     }
 }
 

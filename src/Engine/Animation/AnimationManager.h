@@ -48,7 +48,8 @@ public:
     // A component that does not loop stops at the end (or at the start when playing backwards).
     void update(double dt) override;
 
-    // Writes the pose at the component's current time into the graph and marks the targets dirty.
+    // Writes the pose at the component's current time into the graph and marks the targets dirty;
+    // sampled morph weights go to the mesh components of their objects.
     void applyPose(Id component);
 
     // Morph weights that the last applyPose() of the component produced, per animated object.

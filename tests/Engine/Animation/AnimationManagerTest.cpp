@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Engine/Animation/AnimationManager.h"
+#include "Engine/MeshManager.h"
 #include "Engine/SceneGraph.h"
 #include "Gfx/Log.h"
 
@@ -96,6 +97,30 @@ TEST(AnimationManager, UpdateWritesPoseAndDirtiesTargets) {
     ASSERT_EQ(f.manager.sampledWeights(f.component).size(), 1u);
     EXPECT_EQ(f.manager.sampledWeights(f.component)[0].object, f.child);
     EXPECT_NEAR(f.manager.sampledWeights(f.component)[0].weights[0], 0.5f, 1e-6f);
+}
+
+TEST(AnimationManager, WeightsReachMeshComponents) {
+    Fixture f;
+    MeshManager meshes{4};
+    f.graph.setComponentManager(meshes);
+    const Id two = meshes.addComponent(f.child);
+    const Id one = meshes.addComponent(f.child);
+    const Id three = meshes.addComponent(f.child);
+    const Id elsewhere = meshes.addComponent(f.parent);
+    meshes.setMorphTargetCount(two, 2);
+    meshes.setMorphTargetCount(one, 1);
+    meshes.setMorphTargetCount(three, 3);
+    meshes.setMorphTargetCount(elsewhere, 2);
+    meshes.morphTargetWeights(three)[2] = 0.7f;
+
+    f.manager.setTime(f.component, 0.5f);  // weights (0.25, 0.75)
+    const auto w2 = meshes.morphTargetWeights(two);
+    EXPECT_NEAR(w2[0], 0.25f, 1e-6f);
+    EXPECT_NEAR(w2[1], 0.75f, 1e-6f);
+    EXPECT_NEAR(meshes.morphTargetWeights(one)[0], 0.25f, 1e-6f);
+    EXPECT_NEAR(meshes.morphTargetWeights(three)[1], 0.75f, 1e-6f);
+    EXPECT_EQ(meshes.morphTargetWeights(three)[2], 0.7f);
+    EXPECT_EQ(meshes.morphTargetWeights(elsewhere)[0], 0.0f);
 }
 
 TEST(AnimationManager, PausedOrInactiveComponentsLeaveGraphAlone) {
