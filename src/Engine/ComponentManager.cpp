@@ -11,7 +11,11 @@ ComponentManager::ComponentManager(ComponentType type, std::uint16_t capacity):
     _type{type}, _components{capacity, 2}, _active{capacity} {}
 
 ComponentManager::~ComponentManager() {
-    if(_graph) _graph->unregisterManager(*this);
+    if(!_graph) return;
+    // The graph outlives us: leave no links to components nobody manages.
+    for(std::size_t i = 0; i != _components.size(); ++i)
+        _graph->detachComponent(_components.atIndex(i), _type, _components.key(i));
+    _graph->unregisterManager(*this);
 }
 
 void ComponentManager::setCapacity(std::uint16_t capacity) {
@@ -48,8 +52,7 @@ void ComponentManager::removeComponent(Id component) {
     onRemove(component);
     if(_graph) _graph->detachComponent(_components[component], _type, component);
     _components.remove(component);
-    _freeIds.push_back(component);
-    std::sort(_freeIds.begin(), _freeIds.end(), std::greater<>{});
+    _freeIds.insert(std::lower_bound(_freeIds.begin(), _freeIds.end(), component, std::greater<>{}), component);
 }
 
 void ComponentManager::setActive(Id component, bool active) {
