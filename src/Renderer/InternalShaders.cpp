@@ -1,18 +1,15 @@
 #include "Renderer/InternalShaders.h"
 
+#include "Gfx/Resource.h"
+
 namespace ArdentisEngine::Shaders {
 
 std::optional<std::string> internalShaderFile(std::string_view name) {
-    for(std::size_t i = 0; i != Implementation::InternalShaderFileCount; ++i)
-        if(name == Implementation::InternalShaderFiles[i].name) return std::string{Implementation::InternalShaderFiles[i].text};
-    return std::nullopt;
+    const Resource group{InternalShaderGroup};
+    if(!group.contains(name)) return std::nullopt;
+    return std::string{group.get(name)};
 }
 
-std::vector<std::string_view> internalShaderFiles() {
-    std::vector<std::string_view> names;
-    for(std::size_t i = 0; i != Implementation::InternalShaderFileCount; ++i)
-        names.emplace_back(Implementation::InternalShaderFiles[i].name);
-    return names;
-}
+std::vector<std::string_view> internalShaderFiles() { return Resource{InternalShaderGroup}.list(); }
 
 }

@@ -1,8 +1,7 @@
 #pragma once
 // The engine's internal shader group "ArdentisEngineInternalShaders": the shader library files under
 // "lib/", the shared vertex stages and the forward shaders of the default pipelines, compiled into
-// the program.
-#include <cstddef>
+// the program as an embedded resource group.
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,14 +15,5 @@ constexpr std::string_view InternalShaderGroup = "ArdentisEngineInternalShaders"
 std::optional<std::string> internalShaderFile(std::string_view name);
 // Every file name, in the group's order.
 std::vector<std::string_view> internalShaderFiles();
-
-namespace Implementation {
-struct InternalShaderFile {
-    const char* name;
-    const char* text;
-};
-extern const InternalShaderFile InternalShaderFiles[];
-extern const std::size_t InternalShaderFileCount;
-}
 
 }

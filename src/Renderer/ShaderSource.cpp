@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "Gfx/Log.h"
+#include "Gfx/Resource.h"
 #include "Renderer/InternalShaders.h"
 
 namespace ArdentisEngine::Shaders {
@@ -72,13 +73,16 @@ std::string shaderPreamble(ShaderStage stage, std::span<const std::string> defin
 }
 
 std::optional<std::string> loadEmbeddedShaderSource(std::string_view group, std::string_view file) {
-    if(group != InternalShaderGroup) {
+    if(!Resource::hasGroup(group)) {
         Log::error("Shaders::loadEmbeddedShaderSource(): unknown shader group \"{}\" (file \"{}\")", group, file);
         return std::nullopt;
     }
-    std::optional<std::string> text = internalShaderFile(file);
-    if(!text) Log::error("Shaders::loadEmbeddedShaderSource(): no file \"{}\" in group \"{}\"", file, group);
-    return text;
+    const Resource resource{group};
+    if(!resource.contains(file)) {
+        Log::error("Shaders::loadEmbeddedShaderSource(): no file \"{}\" in group \"{}\"", file, group);
+        return std::nullopt;
+    }
+    return std::string{resource.get(file)};
 }
 
 std::optional<ShaderSource> loadEmbeddedShader(std::string_view group, std::string_view fragmentFile,

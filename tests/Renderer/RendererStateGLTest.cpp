@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "Renderer/RendererState.h"
 #include "Renderer/GLCallCounter.h"
-#include "Renderer/GLTestContext.h"
+#include "Renderer/RendererState.h"
+#include "Gfx/GLTestFixture.h"
+#include "Renderer/ShaderProgram.h"
 
 using namespace ArdentisEngine;
 using Data::BlendFactor;
@@ -36,19 +37,28 @@ void PrintTo(const RendererState::State& s, std::ostream* out) {
 
 namespace {
 
-class RendererStateGLTest: public testing::Test {
-public:
-    static void SetUpTestSuite() {
-        context = std::make_unique<TestSupport::GLTestContext>();
-        ASSERT_TRUE(context->create());
+class RendererStateGLTest: public ArdentisEngine::Test::GLTestFixture {};
+
+// Compiles with raw GL so that these tests depend only on the cache itself.
+GLuint compileProgram(const char* fragmentBody) {
+    const std::string vertex = "#version 330 core\nvoid main() { vec2 p = vec2((gl_VertexID << 1) & 2, gl_VertexID & 2);\n"
+                               "gl_Position = vec4(p*2.0 - 1.0, 0.0, 1.0); }\n";
+    const std::string fragment = std::string{"#version 330 core\nout vec4 color;\nvoid main() { "} + fragmentBody + " }\n";
+    const GLuint program = glCreateProgram();
+    for(auto [type, text]: {std::pair{GLenum(GL_VERTEX_SHADER), &vertex}, std::pair{GLenum(GL_FRAGMENT_SHADER), &fragment}}) {
+        const GLuint shader = glCreateShader(type);
+        const char* source = text->c_str();
+        glShaderSource(shader, 1, &source, nullptr);
+        glCompileShader(shader);
+        glAttachShader(program, shader);
+        glDeleteShader(shader);
     }
-    static void TearDownTestSuite() { context.reset(); }
-
-    void SetUp() override { ASSERT_TRUE(context) << "no GL context"; }
-    void TearDown() override { EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR)); }
-
-    static inline std::unique_ptr<TestSupport::GLTestContext> context;
-};
+    glLinkProgram(program);
+    GLint linked = GL_FALSE;
+    glGetProgramiv(program, GL_LINK_STATUS, &linked);
+    EXPECT_EQ(linked, GL_TRUE);
+    return program;
+}
 
 // GL's initial values for what apply() leaves alone, so that each case starts from the same place.
 void resetLeftovers() {
@@ -148,10 +158,7 @@ const BindCase BindCases[]{
 };
 
 TEST_F(RendererStateGLTest, BindingsGoThroughTheCache) {
-    std::string log;
-    const GLuint program = TestSupport::compileProgram("#version 330 core\nvoid main() { gl_Position = vec4(0.0); }\n",
-        "#version 330 core\nout vec4 c;\nvoid main() { c = vec4(1.0); }\n", log);
-    ASSERT_TRUE(program) << log;
+    const GLuint program = compileProgram("color = vec4(1.0);");
     GLuint vao = 0, fb = 0, textures[2]{}, buffer = 0;
     glGenVertexArrays(1, &vao);
     glGenFramebuffers(1, &fb);
@@ -278,19 +285,34 @@ TEST_F(RendererStateGLTest, DeletedNamesAreBoundAgainWhenReused) {
 }
 
 // The engine's codes 4 / 6 must blend a half-transparent colour over the background on real pixels.
+TEST_F(RendererStateGLTest, DeletedProgramsAreForgotten) {
+    RendererState state;
+    const GLuint first = compileProgram("color = vec4(1.0);");
+    state.useProgram(first);
+    glDeleteProgram(first);
+    // Still current, so GL keeps it alive until the cache lets go of it.
+    RendererState::notifyProgramDeleted(first);
+    EXPECT_EQ(state.state().program, 0u);
+    EXPECT_EQ(RendererState::query().program, 0u);
+    EXPECT_FALSE(glIsProgram(first));
+
+    const GLuint second = compileProgram("color = vec4(0.5);");
+    state.useProgram(second);
+    EXPECT_EQ(RendererState::query().program, second);
+    state.useProgram(0);
+    glDeleteProgram(second);
+}
+
+// The engine's codes 4 / 6 must blend a half-transparent colour over the background on real pixels.
 TEST_F(RendererStateGLTest, AlphaBlendCodesBlendPixels) {
-    TestSupport::OffscreenTarget target{4, 4};
-    std::string log;
-    const GLuint program = TestSupport::compileProgram(
-        "#version 330 core\nvoid main() { vec2 p = vec2((gl_VertexID << 1) & 2, gl_VertexID & 2);\n"
-        "gl_Position = vec4(p*2.0 - 1.0, 0.0, 1.0); }\n",
-        "#version 330 core\nout vec4 color;\nvoid main() { color = vec4(1.0, 0.0, 0.0, 0.25); }\n", log);
-    ASSERT_TRUE(program) << log;
+    ArdentisEngine::Test::RenderTarget target{{4, 4}};
+    const GLuint program = compileProgram("color = vec4(1.0, 0.0, 0.0, 0.25);");
     GLuint vao = 0;
     glGenVertexArrays(1, &vao);
 
     RendererState state;
-    state.bindFramebuffer(target.framebuffer);
+    state.bindFramebuffer(target.framebuffer.id());
+    state.setViewport(Range2Di{{0, 0}, {4, 4}});
     state.apply();
     glClearColor(0.0f, 0.0f, 1.0f, 1.0f);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -305,11 +327,9 @@ TEST_F(RendererStateGLTest, AlphaBlendCodesBlendPixels) {
     state.bindVertexArray(vao);
     glDrawArrays(GL_TRIANGLES, 0, 3);
 
-    // 0.25 red over blue: (64, 0, 191); one unit of rounding either way.
-    const auto pixel = target.pixel(1, 1);
-    EXPECT_NEAR(pixel[0], 64, 1);
-    EXPECT_EQ(pixel[1], 0);
-    EXPECT_NEAR(pixel[2], 191, 1);
+    // 0.25 red over blue: (64, 0, 191); alpha keeps its one / zero factors, so it is the source's.
+    // One unit of rounding either way.
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(target.read(), {1, 1}, {64, 0, 191, 64}, 1));
 
     state.bindVertexArray(0);
     state.useProgram(0);
