@@ -1,12 +1,12 @@
 #include "Gfx/GL/Object.h"
 
+#include <epoxy/egl.h>
+
 #include "Gfx/HeadlessContext.h"
 
 namespace ArdentisEngine::GL {
 
-bool hasDebugLabels() {
-    return Gfx::isVersionAtLeast(4, 3) || Gfx::hasExtension("GL_KHR_debug");
-}
+bool hasDebugLabels() { return Implementation::capabilities().debugLabels; }
 
 void setObjectLabel(GLenum identifier, GLuint id, std::string_view label) {
     if(!id || !hasDebugLabels()) return;
@@ -35,6 +35,23 @@ const char* errorName(GLenum error) {
 }
 
 namespace Implementation {
+
+const Capabilities& capabilities() {
+    // Keyed by the current EGL context; a windowed GLX context reads as no EGL context, and there
+    // is only one of those.
+    thread_local void* cachedFor = nullptr;
+    thread_local bool cached = false;
+    thread_local Capabilities value{};
+    void* const current = eglGetCurrentContext();
+    if(!cached || cachedFor != current) {
+        value.debugLabels = Gfx::isVersionAtLeast(4, 3) || Gfx::hasExtension("GL_KHR_debug");
+        value.parallelShaderCompile = Gfx::hasExtension("GL_KHR_parallel_shader_compile");
+        value.programUniform = Gfx::isVersionAtLeast(4, 1) || Gfx::hasExtension("GL_ARB_separate_shader_objects");
+        cachedFor = current;
+        cached = true;
+    }
+    return value;
+}
 
 namespace {
 GLenum textureBindingQuery(GLenum target) {

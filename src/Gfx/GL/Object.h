@@ -43,6 +43,15 @@ private:
 
 namespace Implementation {
 
+// What the current context offers, queried once per context: the extension lookup walks every
+// extension string, too slow for calls made per frame.
+struct Capabilities {
+    bool debugLabels;
+    bool parallelShaderCompile;
+    bool programUniform;
+};
+const Capabilities& capabilities();
+
 // Binds for the scope of an operation and puts the previous binding back.
 class TextureBindingScope {
 public:

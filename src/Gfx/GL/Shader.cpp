@@ -20,9 +20,7 @@ const char* shaderStageName(ShaderStage stage) {
     return "unknown";
 }
 
-bool hasParallelShaderCompile() {
-    return Gfx::hasExtension("GL_KHR_parallel_shader_compile");
-}
+bool hasParallelShaderCompile() { return Implementation::capabilities().parallelShaderCompile; }
 
 void enableParallelShaderCompile() {
     // A context remembers the setting; asking again for every shader costs nothing noticeable.
@@ -173,10 +171,7 @@ void ShaderProgram::draw(Mesh& mesh) {
 
 namespace {
 // glProgramUniform* sets uniforms without making the program current.
-bool hasProgramUniform() {
-    static const bool has = Gfx::isVersionAtLeast(4, 1) || Gfx::hasExtension("GL_ARB_separate_shader_objects");
-    return has;
-}
+bool hasProgramUniform() { return Implementation::capabilities().programUniform; }
 }
 
 #define AE_SET_UNIFORM(Type, name, ...)                                     \
