@@ -12,6 +12,8 @@
 #include <imgui_internal.h>
 #include <backends/imgui_impl_opengl3.h>
 
+#include "Editor/Data/EditorData.h"
+#include "Editor/Data/ObjectCommands.h"
 #include "Editor/Input/Key.h"
 #include "Editor/Project/ProjectFile.h"
 #include "Editor/Ui/Fonts.h"
@@ -71,6 +73,8 @@ EditorShell::EditorShell(const Configuration& configuration): _configuration{con
 
     if(!configuration.preferencesFile.empty()) _editor.setPreferences(loadPreferences(configuration.preferencesFile));
 
+    _editorData = std::make_unique<EditorData>();
+    _editor.attachEditorData(_editorData.get());
     // Start on an empty project that lives nowhere, so that every panel always has one.
     adoptProject(std::make_unique<ProjectFile>());
 
@@ -89,10 +93,13 @@ EditorShell::~EditorShell() {
 }
 
 void EditorShell::adoptProject(std::unique_ptr<ProjectFile> project) {
-    // The undo history belongs to the project it was recorded on.
+    // The undo history belongs to the project it was recorded on. The editor data moves to the
+    // new project before the old one goes, so that it never listens to a destroyed project.
     _changes.reset();
+    _editorData->attachProject(*project);
     _project = std::move(project);
     _changes = std::make_unique<ChangeManager>(*_project);
+    _sceneSelectionSeen.clear();
     _editor.attachProject(_project.get(), _changes.get());
     _savedRevision = _project->revision();
     _selection.clear();
@@ -166,7 +173,7 @@ bool EditorShell::hasUnsavedChanges() const {
 EditorView& EditorShell::addView(std::unique_ptr<EditorView> view) {
     ImGui::SetCurrentContext(_context);
     EditorView& added = *_views.emplace_back(std::move(view));
-    added.init(_context, _editor.hasProject() ? nullptr : nullptr, &_editor);
+    added.init(_context, _editorData.get(), &_editor);
     _owners[added.title()] = &added;
     return added;
 }
@@ -357,7 +364,10 @@ void EditorShell::buildFrame(float dt, Vector2 windowSize, Vector2 framebufferSc
 
     handleEditorShortcuts();
     drawMainMenu();
+    pullSceneSelection();
+    const std::vector<ResourceId> selectionBefore = _selection.ids();
     drawPanels();
+    pushSceneSelection(selectionBefore);
     drawViews();
     drawProgress();
     drawDialogs();
@@ -365,6 +375,20 @@ void EditorShell::buildFrame(float dt, Vector2 windowSize, Vector2 framebufferSc
     ImGui::Render();
     _editor.collectProgress();
     ++_frame;
+}
+
+void EditorShell::pullSceneSelection() {
+    std::vector<ResourceId> scene = selectedObjectRecords(*_editorData);
+    if(scene == _sceneSelectionSeen) return;
+    _selection.clear();
+    for(ResourceId id: scene) _selection.add(id);
+    _sceneSelectionSeen = std::move(scene);
+}
+
+void EditorShell::pushSceneSelection(const std::vector<ResourceId>& before) {
+    if(_selection.ids() == before) return;
+    selectObjects(*_editorData, std::span<const ResourceId>{_selection.ids()}, false, false);
+    _sceneSelectionSeen = selectedObjectRecords(*_editorData);
 }
 
 void EditorShell::renderFrame(Vector2i framebufferSize) {

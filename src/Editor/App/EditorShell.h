@@ -25,6 +25,7 @@ namespace ArdentisEngine {
 
 class ProjectFile;
 class ChangeManager;
+class EditorData;
 
 class EditorShell {
 public:
@@ -72,6 +73,7 @@ public:
     ProjectFile& project() { return *_project; }
     ChangeManager& changeManager() { return *_changes; }
     Selection& selection() { return _selection; }
+    EditorData& editorData() { return *_editorData; }
     ImGuiContext* imguiContext() const { return _context; }
     AssetPanel& assetPanel() { return _assets; }
     long frameIndex() const { return _frame; }
@@ -95,6 +97,10 @@ private:
     EditorView* focusedView() const;
     void adoptProject(std::unique_ptr<ProjectFile> project);
     void persistPreferences();
+    // The panels keep record ids, the views a bit set over the scene's objects; whichever side
+    // changed since the last frame wins.
+    void pullSceneSelection();
+    void pushSceneSelection(const std::vector<ResourceId>& before);
     PanelContext panelContext() { return {_editor, *_project, *_changes, _selection}; }
 
     Configuration _configuration;
@@ -103,6 +109,8 @@ private:
     ArdentisEditor _editor;
     std::unique_ptr<ProjectFile> _project;
     std::unique_ptr<ChangeManager> _changes;
+    std::unique_ptr<EditorData> _editorData;
+    std::vector<ResourceId> _sceneSelectionSeen;
     std::uint32_t _savedRevision{};
     Selection _selection;
     std::vector<std::unique_ptr<EditorView>> _views;
