@@ -36,6 +36,21 @@ struct FlatProbe {
     Rgba8 expected;
 };
 
+GL::Mesh twoTexelSquare(Shaders::FlatGL& shader, GL::Texture2D& texture, GL::SamplerWrapping wrapping) {
+    Image image{PixelFormat::RGBA8, {2, 1}};
+    image.setPixel(0, 0, Rgba8{255, 0, 0, 255});
+    image.setPixel(1, 0, Rgba8{0, 255, 0, 255});
+    texture.setStorage(1, GL::TextureFormat::RGBA8, {2, 1})
+        .setSubImage(0, {0, 0}, image)
+        .setMinificationFilter(GL::SamplerFilter::Nearest)
+        .setMagnificationFilter(GL::SamplerFilter::Nearest)
+        .setWrapping(wrapping);
+    shader.bindTexture(texture);
+    MeshData m = square(0.5f);
+    for(Vector2& uv: m.textureCoordinates) uv *= 2.0f;
+    return MeshTools::compile(m);
+}
+
 struct FlatCase {
     const char* name;
     Shaders::FlatGL::Flags flags;
@@ -74,6 +89,16 @@ const FlatCase FlatCases[]{
             return MeshTools::compile(square(0.5f));
         }, {{{11, 11}, {255, 0, 0, 255}}, {{20, 11}, {0, 255, 0, 255}}, {{11, 20}, {0, 0, 255, 255}},
             {{20, 20}, {255, 255, 255, 255}}}},
+    // Texture coordinates 0..2 across the square over a red|green texture: repeating shows the
+    // pair twice, clamping stretches the green edge texel over the second half.
+    {"TexturedRepeat", Shaders::FlatGL::Textured, [](Shaders::FlatGL& shader, GL::Texture2D& texture) {
+            return twoTexelSquare(shader, texture, GL::SamplerWrapping::Repeat);
+        }, {{{10, 16}, {255, 0, 0, 255}}, {{14, 16}, {0, 255, 0, 255}}, {{18, 16}, {255, 0, 0, 255}},
+            {{22, 16}, {0, 255, 0, 255}}}},
+    {"TexturedClamp", Shaders::FlatGL::Textured, [](Shaders::FlatGL& shader, GL::Texture2D& texture) {
+            return twoTexelSquare(shader, texture, GL::SamplerWrapping::ClampToEdge);
+        }, {{{10, 16}, {255, 0, 0, 255}}, {{14, 16}, {0, 255, 0, 255}}, {{18, 16}, {0, 255, 0, 255}},
+            {{22, 16}, {0, 255, 0, 255}}}},
     {"Instanced", Shaders::FlatGL::InstancedTransformation | Shaders::FlatGL::InstancedColor,
         [](Shaders::FlatGL& shader, GL::Texture2D&) {
             struct Instance { Matrix4 transformation; Color4 color; };
