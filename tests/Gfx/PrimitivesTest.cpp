@@ -1,0 +1,330 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <set>
+#include <functional>
+#include <map>
+
+#include "Gfx/Primitives/Primitives.h"
+
+using namespace ArdentisEngine;
+using namespace ArdentisEngine::Primitives;
+
+namespace {
+
+// Failures name the case instead of dumping its bytes.
+template<class T> requires requires(const T& t) { t.name; }
+void PrintTo(const T& value, std::ostream* out) { *out << value.name; }
+
+enum class Surface { Sphere, Cylinder, Cone, Cube, Plane };
+
+struct SolidCase {
+    const char* name;
+    std::function<MeshData()> make;
+    std::size_t vertices, indices;
+    Surface surface;
+    float halfLength;
+    // Every edge shared by exactly two triangles running opposite ways.
+    bool closed;
+    bool textureCoordinates, tangents;
+};
+
+const SolidCase SolidCases[]{
+    {"SphereMinimal", [] { return uvSphereSolid(2, 3); }, 5, 18, Surface::Sphere, 1.0f, true, false, false},
+    {"Sphere", [] { return uvSphereSolid(3, 4); }, 10, 48, Surface::Sphere, 1.0f, true, false, false},
+    {"SphereTextured", [] { return uvSphereSolid(16, 32, UVSphereFlag::TextureCoordinates | UVSphereFlag::Tangents); },
+     2 + 15 * 33, 6 * 32 * 15, Surface::Sphere, 1.0f, true, true, true},
+    {"Cylinder", [] { return cylinderSolid(2, 5, 1.5f); }, 15, 60, Surface::Cylinder, 1.5f, false, false, false},
+    {"CylinderCapped", [] { return cylinderSolid(1, 8, 0.5f, CylinderFlag::CapEnds); }, 16 + 18, 48 + 48,
+     Surface::Cylinder, 0.5f, true, false, false},
+    {"CylinderCappedTextured", [] { return cylinderSolid(3, 12, 2.0f,
+         CylinderFlag::CapEnds | CylinderFlag::TextureCoordinates | CylinderFlag::Tangents); },
+     4 * 13 + 26, 6 * 3 * 12 + 72, Surface::Cylinder, 2.0f, true, true, true},
+    {"Cone", [] { return coneSolid(1, 6, 1.0f); }, 6 + 6, 18, Surface::Cone, 1.0f, false, false, false},
+    {"ConeCapped", [] { return coneSolid(3, 8, 0.75f, ConeFlag::CapEnd); }, 24 + 8 + 9, 6 * 2 * 8 + 24 + 24,
+     Surface::Cone, 0.75f, true, false, false},
+    {"ConeCappedTextured", [] { return coneSolid(2, 10, 1.25f, ConeFlag::CapEnd | ConeFlag::TextureCoordinates | ConeFlag::Tangents); },
+     22 + 10 + 11, 60 + 30 + 30, Surface::Cone, 1.25f, true, true, true},
+    {"Cube", [] { return cubeSolid(); }, 24, 36, Surface::Cube, 1.0f, true, false, false},
+    {"Plane", [] { return planeSolid(); }, 4, 6, Surface::Plane, 0.0f, false, false, false},
+    {"PlaneTextured", [] { return planeSolid(PlaneFlag::TextureCoordinates | PlaneFlag::Tangents); }, 4, 6,
+     Surface::Plane, 0.0f, false, true, true},
+};
+
+class SolidTest: public testing::TestWithParam<SolidCase> {};
+
+constexpr float Epsilon = 1.0e-5f;
+
+bool onAxis(const Vector3& p) { return p.x * p.x + p.z * p.z < 1.0e-8f; }
+
+}
+
+TEST_P(SolidTest, CountsAndAttributes) {
+    const SolidCase& c = GetParam();
+    const MeshData mesh = c.make();
+    std::string why;
+    ASSERT_TRUE(mesh.isValid(&why)) << why;
+    EXPECT_EQ(mesh.primitive, MeshPrimitive::Triangles);
+    EXPECT_EQ(mesh.vertexCount(), c.vertices);
+    EXPECT_EQ(mesh.indices.size(), c.indices);
+    EXPECT_EQ(mesh.normals.size(), mesh.vertexCount());
+    EXPECT_EQ(mesh.hasTextureCoordinates(), c.textureCoordinates);
+    EXPECT_EQ(mesh.hasTangents(), c.tangents);
+    EXPECT_FALSE(mesh.hasColors());
+}
+
+TEST_P(SolidTest, PositionsLieOnTheSurface) {
+    const SolidCase& c = GetParam();
+    const MeshData mesh = c.make();
+    float minY = 1e9f, maxY = -1e9f;
+    for(std::size_t i = 0; i != mesh.vertexCount(); ++i) {
+        const Vector3 p = mesh.positions[i], n = mesh.normals[i];
+        const float radius = std::sqrt(p.x * p.x + p.z * p.z);
+        minY = std::min(minY, p.y);
+        maxY = std::max(maxY, p.y);
+        SCOPED_TRACE(testing::Message{} << "vertex " << i << " at " << p.x << " " << p.y << " " << p.z);
+        switch(c.surface) {
+            case Surface::Sphere:
+                EXPECT_NEAR(glm::length(p), 1.0f, Epsilon);
+                break;
+            case Surface::Cylinder:
+                // On the side, or on a cap disc whose normal is ±Y.
+                if(std::abs(n.y) < Epsilon) { EXPECT_NEAR(radius, 1.0f, Epsilon); }
+                else { EXPECT_NEAR(std::abs(p.y), c.halfLength, Epsilon); }
+                EXPECT_LE(radius, 1.0f + Epsilon);
+                break;
+            case Surface::Cone:
+                if(n.y > -0.5f) { EXPECT_NEAR(radius, (c.halfLength - p.y) / (2.0f * c.halfLength), Epsilon); }
+                else { EXPECT_NEAR(p.y, -c.halfLength, Epsilon); }
+                break;
+            case Surface::Cube:
+                EXPECT_NEAR(std::max({std::abs(p.x), std::abs(p.y), std::abs(p.z)}), 1.0f, Epsilon);
+                break;
+            case Surface::Plane:
+                EXPECT_EQ(p.z, 0.0f);
+                EXPECT_EQ(std::max(std::abs(p.x), std::abs(p.y)), 1.0f);
+                break;
+        }
+    }
+    if(c.surface != Surface::Plane) {
+        EXPECT_NEAR(minY, -c.halfLength, Epsilon);
+        EXPECT_NEAR(maxY, c.halfLength, Epsilon);
+    }
+    if(c.surface == Surface::Cone) {
+        // The apex is on +Y.
+        const bool hasApex = std::ranges::any_of(mesh.positions, [&](const Vector3& p) {
+            return glm::length(p - Vector3{0.0f, c.halfLength, 0.0f}) < Epsilon; });
+        EXPECT_TRUE(hasApex);
+    }
+}
+
+TEST_P(SolidTest, NormalsAreUnitAndOutward) {
+    const SolidCase& c = GetParam();
+    const MeshData mesh = c.make();
+    for(std::size_t i = 0; i != mesh.vertexCount(); ++i) {
+        const Vector3 p = mesh.positions[i], n = mesh.normals[i];
+        SCOPED_TRACE(testing::Message{} << "vertex " << i);
+        EXPECT_NEAR(glm::length(n), 1.0f, Epsilon);
+        if(c.surface == Surface::Plane) { EXPECT_EQ(n, (Vector3{0.0f, 0.0f, 1.0f})); }
+        // Every shape is convex around the origin.
+        else { EXPECT_GT(glm::dot(n, p), 0.0f); }
+        if(c.surface == Surface::Sphere) { EXPECT_NEAR(glm::length(n - p), 0.0f, Epsilon); }
+        if(c.surface == Surface::Cone && n.y > -0.5f) {
+            // Perpendicular to the slant line from the base to the apex.
+            const Vector3 outward = onAxis(p) ? glm::normalize(Vector3{n.x, 0.0f, n.z}) : glm::normalize(Vector3{p.x, 0.0f, p.z});
+            const Vector3 slant = Vector3{0.0f, c.halfLength, 0.0f} - (outward + Vector3{0.0f, -c.halfLength, 0.0f});
+            EXPECT_NEAR(glm::dot(n, glm::normalize(slant)), 0.0f, 1.0e-4f);
+        }
+    }
+}
+
+TEST_P(SolidTest, TrianglesWindCounterClockwiseAroundTheirNormals) {
+    const SolidCase& c = GetParam();
+    const MeshData mesh = c.make();
+    for(std::size_t t = 0; t + 2 < mesh.indices.size(); t += 3) {
+        const UnsignedInt a = mesh.indices[t], b = mesh.indices[t + 1], d = mesh.indices[t + 2];
+        const Vector3 face = glm::cross(mesh.positions[b] - mesh.positions[a], mesh.positions[d] - mesh.positions[a]);
+        SCOPED_TRACE(testing::Message{} << "triangle " << t / 3);
+        ASSERT_GT(glm::length(face), 1.0e-6f) << "degenerate";
+        const Vector3 normals = mesh.normals[a] + mesh.normals[b] + mesh.normals[d];
+        EXPECT_GT(glm::dot(face, normals), 0.0f);
+        const Vector3 centroid = (mesh.positions[a] + mesh.positions[b] + mesh.positions[d]) / 3.0f;
+        if(c.surface != Surface::Plane) { EXPECT_GT(glm::dot(face, centroid), 0.0f); }
+    }
+}
+
+std::vector<SolidCase> solidCasesWhere(bool SolidCase::*property) {
+    std::vector<SolidCase> out;
+    for(const SolidCase& c: SolidCases) if(c.*property) out.push_back(c);
+    return out;
+}
+
+class ClosedSolidTest: public testing::TestWithParam<SolidCase> {};
+
+TEST_P(ClosedSolidTest, EveryEdgeAppearsTwiceInOppositeDirections) {
+    const MeshData mesh = GetParam().make();
+    // Seams and caps repeat positions in separate vertices, so edges are compared by position.
+    const auto key = [](const Vector3& p) {
+        return std::array<long, 3>{std::lround(p.x * 1e4f), std::lround(p.y * 1e4f), std::lround(p.z * 1e4f)};
+    };
+    std::map<std::pair<std::array<long, 3>, std::array<long, 3>>, int> directed;
+    for(std::size_t t = 0; t + 2 < mesh.indices.size(); t += 3)
+        for(int e = 0; e != 3; ++e) {
+            const auto from = key(mesh.positions[mesh.indices[t + e]]);
+            const auto to = key(mesh.positions[mesh.indices[t + (e + 1) % 3]]);
+            ++directed[{from, to}];
+        }
+    for(const auto& [edge, count]: directed) {
+        EXPECT_EQ(count, 1) << "an edge runs the same way in two triangles";
+        EXPECT_EQ(directed.count({edge.second, edge.first}), 1u) << "an edge has no opposite";
+    }
+}
+
+class TangentSolidTest: public testing::TestWithParam<SolidCase> {};
+
+TEST_P(TangentSolidTest, TextureCoordinatesAndTangentsAgree) {
+    const SolidCase& c = GetParam();
+    const MeshData mesh = c.make();
+    for(std::size_t i = 0; i != mesh.vertexCount(); ++i) {
+        const Vector4 t = mesh.tangents[i];
+        const Vector2 uv = mesh.textureCoordinates[i];
+        EXPECT_NEAR(glm::length(Vector3{t}), 1.0f, Epsilon);
+        EXPECT_NEAR(glm::dot(Vector3{t}, mesh.normals[i]), 0.0f, Epsilon);
+        EXPECT_EQ(std::abs(t.w), 1.0f);
+        EXPECT_TRUE(uv.x >= 0.0f && uv.x <= 1.0f && uv.y >= 0.0f && uv.y <= 1.0f) << uv.x << " " << uv.y;
+    }
+    // The tangent frame of each vertex follows the direction in which u and v grow across its triangle.
+    for(std::size_t t = 0; t + 2 < mesh.indices.size(); t += 3) {
+        const UnsignedInt idx[]{mesh.indices[t], mesh.indices[t + 1], mesh.indices[t + 2]};
+        const Vector3 e1 = mesh.positions[idx[1]] - mesh.positions[idx[0]], e2 = mesh.positions[idx[2]] - mesh.positions[idx[0]];
+        const Vector2 d1 = mesh.textureCoordinates[idx[1]] - mesh.textureCoordinates[idx[0]];
+        const Vector2 d2 = mesh.textureCoordinates[idx[2]] - mesh.textureCoordinates[idx[0]];
+        const float det = d1.x * d2.y - d2.x * d1.y;
+        ASSERT_NE(det, 0.0f) << "triangle " << t / 3 << " has no texture area";
+        const Vector3 uDirection = (e1 * d2.y - e2 * d1.y) / det, vDirection = (e2 * d1.x - e1 * d2.x) / det;
+        for(UnsignedInt i: idx) {
+            if(onAxis(mesh.positions[i]) && c.surface != Surface::Plane && std::abs(mesh.normals[i].y) < 0.999f) continue;
+            if(c.surface == Surface::Sphere && onAxis(mesh.positions[i])) continue;  // poles have no u direction
+            const Vector4 tangent = mesh.tangents[i];
+            const Vector3 bitangent = glm::cross(mesh.normals[i], Vector3{tangent}) * tangent.w;
+            EXPECT_GT(glm::dot(Vector3{tangent}, uDirection), 0.0f) << "triangle " << t / 3 << " vertex " << i;
+            EXPECT_GT(glm::dot(bitangent, vDirection), 0.0f) << "triangle " << t / 3 << " vertex " << i;
+        }
+    }
+}
+
+const auto SolidCaseName = [](const testing::TestParamInfo<SolidCase>& info) { return std::string{info.param.name}; };
+INSTANTIATE_TEST_SUITE_P(Cases, SolidTest, testing::ValuesIn(SolidCases), SolidCaseName);
+INSTANTIATE_TEST_SUITE_P(Cases, ClosedSolidTest, testing::ValuesIn(solidCasesWhere(&SolidCase::closed)), SolidCaseName);
+INSTANTIATE_TEST_SUITE_P(Cases, TangentSolidTest, testing::ValuesIn(solidCasesWhere(&SolidCase::tangents)), SolidCaseName);
+
+namespace {
+
+struct WireframeCase {
+    const char* name;
+    std::function<MeshData()> make;
+    std::size_t vertices, lines;
+    // Checks one vertex; empty for none.
+    std::function<void(const Vector3&)> vertexCheck;
+};
+
+const WireframeCase WireframeCases[]{
+    {"Sphere", [] { return uvSphereWireframe(4, 8); }, 26, 24 + 16,
+     [](const Vector3& p) { EXPECT_NEAR(glm::length(p), 1.0f, Epsilon); }},
+    {"SphereMinimal", [] { return uvSphereWireframe(2, 4); }, 6, 4 + 8,
+     [](const Vector3& p) { EXPECT_NEAR(glm::length(p), 1.0f, Epsilon); }},
+    {"Cylinder", [] { return cylinderWireframe(2, 12, 0.5f); }, 36, 36 + 8,
+     [](const Vector3& p) { EXPECT_NEAR(p.x * p.x + p.z * p.z, 1.0f, Epsilon); EXPECT_LE(std::abs(p.y), 0.5f + Epsilon); }},
+    {"Cone", [] { return coneWireframe(16, 2.0f); }, 17, 16 + 4,
+     [](const Vector3& p) { EXPECT_NEAR(std::sqrt(p.x * p.x + p.z * p.z), (2.0f - p.y) / 4.0f, Epsilon); }},
+    {"Cube", [] { return cubeWireframe(); }, 8, 12,
+     [](const Vector3& p) { EXPECT_EQ(std::abs(p.x) + std::abs(p.y) + std::abs(p.z), 3.0f); }},
+    {"Plane", [] { return planeWireframe(); }, 4, 4,
+     [](const Vector3& p) { EXPECT_EQ(p.z, 0.0f); EXPECT_EQ(std::abs(p.x) + std::abs(p.y), 2.0f); }},
+    // The scene view's grid: 99 interior lines give 100 cells per side.
+    {"GridOfTheSceneView", [] { return grid3DWireframe({99, 99}); }, 404, 202,
+     [](const Vector3& p) { EXPECT_EQ(p.z, 0.0f); EXPECT_LE(std::max(std::abs(p.x), std::abs(p.y)), 1.0f); }},
+    {"GridUneven", [] { return grid3DWireframe({0, 3}); }, 14, 7, {}},
+    {"Axis", [] { return axis3D(); }, 6, 3, {}},
+};
+
+class WireframeTest: public testing::TestWithParam<WireframeCase> {};
+
+}
+
+TEST_P(WireframeTest, CountsAndGeometry) {
+    const WireframeCase& c = GetParam();
+    const MeshData mesh = c.make();
+    std::string why;
+    ASSERT_TRUE(mesh.isValid(&why)) << why;
+    EXPECT_EQ(mesh.primitive, MeshPrimitive::Lines);
+    EXPECT_EQ(mesh.vertexCount(), c.vertices);
+    EXPECT_EQ(mesh.indices.size(), 2 * c.lines);
+    EXPECT_FALSE(mesh.hasNormals());
+    for(std::size_t i = 0; i + 1 < mesh.indices.size(); i += 2)
+        EXPECT_GT(glm::length(mesh.positions[mesh.indices[i]] - mesh.positions[mesh.indices[i + 1]]), 1.0e-4f)
+            << "line " << i / 2 << " has no length";
+    if(c.vertexCheck)
+        for(const Vector3& p: mesh.positions) c.vertexCheck(p);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, WireframeTest, testing::ValuesIn(WireframeCases),
+    [](const testing::TestParamInfo<WireframeCase>& info) { return std::string{info.param.name}; });
+
+TEST(PrimitivesTest, CubeWireframeEdgesAreAxisAlignedAndSpanTheCube) {
+    const MeshData mesh = cubeWireframe();
+    std::set<std::pair<UnsignedInt, UnsignedInt>> edges;
+    for(std::size_t i = 0; i != mesh.indices.size(); i += 2) {
+        const Vector3 d = glm::abs(mesh.positions[mesh.indices[i + 1]] - mesh.positions[mesh.indices[i]]);
+        EXPECT_EQ(d.x + d.y + d.z, 2.0f);
+        EXPECT_EQ(std::max({d.x, d.y, d.z}), 2.0f);
+        edges.insert(std::minmax(mesh.indices[i], mesh.indices[i + 1]));
+    }
+    EXPECT_EQ(edges.size(), 12u);
+}
+
+TEST(PrimitivesTest, GridLinesAreEvenlySpacedAcrossBothAxes) {
+    const MeshData mesh = grid3DWireframe({3, 1});
+    std::set<float> xs, ys;
+    for(std::size_t i = 0; i != mesh.indices.size(); i += 2) {
+        const Vector3 a = mesh.positions[mesh.indices[i]], b = mesh.positions[mesh.indices[i + 1]];
+        // Each line runs from edge to edge along one axis.
+        if(a.x == b.x) { xs.insert(a.x); EXPECT_EQ(std::abs(b.y - a.y), 2.0f); }
+        else { ys.insert(a.y); EXPECT_EQ(a.y, b.y); EXPECT_EQ(std::abs(b.x - a.x), 2.0f); }
+    }
+    EXPECT_EQ(xs, (std::set<float>{-1.0f, -0.5f, 0.0f, 0.5f, 1.0f}));
+    EXPECT_EQ(ys, (std::set<float>{-1.0f, 0.0f, 1.0f}));
+}
+
+TEST(PrimitivesTest, AxisLinesAreColouredByTheirDirection) {
+    const MeshData mesh = axis3D();
+    ASSERT_EQ(mesh.colors.size(), mesh.vertexCount());
+    for(std::size_t i = 0; i != mesh.indices.size(); i += 2) {
+        const UnsignedInt from = mesh.indices[i], to = mesh.indices[i + 1];
+        EXPECT_EQ(mesh.positions[from], Vector3{0.0f});
+        const Vector3 direction = mesh.positions[to];
+        EXPECT_EQ(glm::length(direction), 1.0f);
+        EXPECT_EQ(mesh.colors[from], (Color4{direction, 1.0f}));
+        EXPECT_EQ(mesh.colors[to], (Color4{direction, 1.0f}));
+    }
+}
+
+TEST(PrimitivesTest, WireframeSphereMeridiansMeetThePoles) {
+    const MeshData mesh = uvSphereWireframe(6, 12);
+    int atTop = 0, atBottom = 0;
+    for(UnsignedInt i: mesh.indices) {
+        atTop += mesh.positions[i] == Vector3{0.0f, 1.0f, 0.0f};
+        atBottom += mesh.positions[i] == Vector3{0.0f, -1.0f, 0.0f};
+    }
+    EXPECT_EQ(atTop, 4);
+    EXPECT_EQ(atBottom, 4);
+}
+
+TEST(PrimitivesDeathTest, ImpossibleSubdivisionsAreFaultsOfTheCaller) {
+    EXPECT_DEATH(uvSphereSolid(1, 8), "Assertion");
+    EXPECT_DEATH(uvSphereWireframe(4, 6), "Assertion");
+    EXPECT_DEATH(coneSolid(1, 2, 1.0f), "Assertion");
+    EXPECT_DEATH(cylinderSolid(0, 8, 1.0f), "Assertion");
+}
