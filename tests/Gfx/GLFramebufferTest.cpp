@@ -348,6 +348,16 @@ TEST_F(TextureGLTest, MipChainAndRejectedRegions) {
     EXPECT_TRUE(errors.contains("level 7 does not exist")) << errors.text();
 }
 
+TEST_F(TextureGLTest, MutableImageCanChangeSize) {
+    GL::Texture2D texture;
+    texture.setImage(0, GL::TextureFormat::RGBA8, patternImage({3, 2}));
+    EXPECT_EQ(texture.size(), Vector2i(3, 2));
+    EXPECT_TRUE(pixelNear(texture.image(), {2, 1}, Rgba8{20, 10, 3, 255}, 0));
+    texture.setImage(0, GL::TextureFormat::RGBA8, patternImage({5, 4}));
+    EXPECT_EQ(texture.size(), Vector2i(5, 4));
+    EXPECT_TRUE(pixelNear(texture.image(), {4, 3}, Rgba8{40, 30, 7, 255}, 0));
+}
+
 TEST_F(TextureGLTest, ArrayLayersAndCubeFacesAreSeparate) {
     GL::Texture2DArray array;
     array.setStorage(1, GL::TextureFormat::RGBA8, {2, 2, 3});

@@ -80,7 +80,7 @@ public:
 
     // Immutable storage for `levels` levels; the texture cannot be resized afterwards.
     Texture2D& setStorage(int levels, TextureFormat format, Vector2i size);
-    // Mutable single-level storage filled from the image (or left undefined for an empty view).
+    // Mutable storage for one level, filled from the image; for textures that change size.
     Texture2D& setImage(int level, TextureFormat format, const ImageView& image);
     // Logs and leaves the texture as it was when the region is outside the level.
     Texture2D& setSubImage(int level, Vector2i offset, const ImageView& image);
