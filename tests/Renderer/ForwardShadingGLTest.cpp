@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "Gfx/GLTestFixture.h"
+#include "Gfx/Log.h"
 #include "Renderer/DefaultPipelines.h"
 #include "Renderer/InternalShaders.h"
 #include "Renderer/RendererState.h"
 #include "Renderer/ShaderBindings.h"
 #include "Renderer/ShaderProgram.h"
+#include "Renderer/TextureAtlas.h"
 #include "Renderer/UniformBlocks.h"
 
 using namespace ArdentisEngine;
@@ -351,4 +353,110 @@ TEST_F(ForwardShadingGLTest, ComponentIdEncodesTypeAndIndex) {
         EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, c.expected, 0));
     }
     setObjectId(0);
+}
+
+TEST_F(ForwardShadingGLTest, TexturesComeFromTheAtlas) {
+    // Flat with its texture: every texture goes through the atlas and its bounds texels.
+    Shaders::ShaderSource source{"Flat Textured", *Shaders::internalShaderFile("Dynamic.vert"),
+                                 *Shaders::internalShaderFile("Flat.frag"), "Dynamic.vert", "Flat.frag"};
+    Shaders::ShaderProgram program{source, {{"TEXTURE_COORDS", "TEXTURED"}}};
+    ASSERT_TRUE(program.compile());
+
+    TextureAtlas atlas{{64, 64}, 2};
+    // Four 2x2 quadrants: red, green along the bottom; blue, white along the top.
+    Image quadrants{PixelFormat::RGBA8, {4, 4}};
+    for(int y = 0; y != 4; ++y)
+        for(int x = 0; x != 4; ++x)
+            quadrants.setPixel<Rgba8>(x, y, y < 2 ? (x < 2 ? Rgba8{255, 0, 0, 255} : Rgba8{0, 255, 0, 255})
+                                                  : (x < 2 ? Rgba8{0, 0, 255, 255} : Rgba8{255, 255, 255, 255}));
+    Image green{PixelFormat::RGB8, {16, 8}};
+    for(int y = 0; y != 8; ++y)
+        for(int x = 0; x != 16; ++x) green.setPixel<glm::u8vec3>(x, y, {0, 200, 0});
+    // Too big to share the first layer with the others.
+    Image big{PixelFormat::RGBA8, {58, 58}};
+    for(int y = 0; y != 58; ++y)
+        for(int x = 0; x != 58; ++x) big.setPixel<Rgba8>(x, y, {30, 60, 90, 255});
+    for(const Image* image: {&quadrants, &green, &big}) {
+        const UnsignedInt slot = atlas.textureCount();
+        ASSERT_TRUE(atlas.reserve(image->size()));
+        EXPECT_TRUE(atlas.setImage(slot, *image));
+    }
+    EXPECT_EQ(atlas.layer(2), 1);
+    {
+        Log::Capture errors{Log::Channel::Error};
+        EXPECT_FALSE(atlas.setImage(1, quadrants));
+        EXPECT_FALSE(atlas.setImage(7, quadrants));
+        EXPECT_TRUE(errors.contains("image of 4x4 for slot 1 reserved as 16x8")) << errors.text();
+        EXPECT_TRUE(errors.contains("slot 7 was not reserved")) << errors.text();
+    }
+    atlas.finishUploads();
+
+    // Texture id t shows atlas slot t - 1; id 0 means no texture.
+    std::vector<Vector4> bounds(16, Vector4{0.0f});
+    for(UnsignedInt slot = 0; slot != atlas.textureCount(); ++slot) {
+        const auto texels = atlas.boundsTexels(slot);
+        bounds[(slot + 1)*2] = texels[0];
+        bounds[(slot + 1)*2 + 1] = texels[1];
+    }
+    GLuint boundsTexture = 0;
+    glGenTextures(1, &boundsTexture);
+    glBindTexture(GL_TEXTURE_2D, boundsTexture);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, 16, 1, 0, GL_RGBA, GL_FLOAT, bounds.data());
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    state->resync();
+    atlas.bind(*state, Shaders::TextureAtlasUnit);
+    state->bindTexture(Shaders::TextureBoundsUnit, RendererState::TextureTarget::Texture2D, boundsTexture);
+
+    const Shaders::MaterialDefinition& definition = program.materialDefinition();
+    const UnsignedInt texture = UnsignedInt(definition.paramIndex("colorTexture"));
+    Data::Material material = definition.defaults();
+    struct Sample { Vector2i at; Rgba8 expected; };
+    struct Case { UnsignedInt textureId; std::vector<Sample> samples; };
+    const Case cases[]{
+        {1, {{{6, 6}, {255, 0, 0, 255}}, {{25, 6}, {0, 255, 0, 255}}, {{6, 25}, {0, 0, 255, 255}}, {{25, 25}, {255, 255, 255, 255}}}},
+        {2, {{{16, 16}, {0, 200, 0, 255}}, {{2, 29}, {0, 200, 0, 255}}}},
+        {3, {{{16, 16}, {30, 60, 90, 255}}, {{1, 1}, {30, 60, 90, 255}}}},
+        {0, {{{16, 16}, {255, 255, 255, 255}}}},
+    };
+    for(const Case& c: cases) {
+        SCOPED_TRACE(c.textureId);
+        definition.setInteger(material, texture, c.textureId);
+        setMaterial(0, material);
+        atlas.bind(*state, Shaders::TextureAtlasUnit);
+        state->bindTexture(Shaders::TextureBoundsUnit, RendererState::TextureTarget::Texture2D, boundsTexture);
+        const Image image = render(program, {});
+        // Bilinear filtering across quadrant edges; the samples sit a texel away from them.
+        for(const Sample& s: c.samples) EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, s.at, s.expected, 3));
+    }
+    state->bindTexture(Shaders::TextureAtlasUnit, RendererState::TextureTarget::Texture2DArray, 0);
+    state->bindTexture(Shaders::TextureBoundsUnit, RendererState::TextureTarget::Texture2D, 0);
+    glDeleteTextures(1, &boundsTexture);
+}
+
+TEST_F(ForwardShadingGLTest, FullScreenPassKnowsTheViewport) {
+    const Shaders::ShaderSource source{"Coordinates", *Shaders::internalShaderFile("FullScreenTriangle.vert"),
+        "#define SHADER_TYPE_SCREENSPACE_QUAD\nuniform vec2 viewport;\nlayout(location = 0) out vec4 color;\n"
+        "void main() { color = vec4(gl_FragCoord.xy/viewport, 0.0, 1.0); }\n",
+        "FullScreenTriangle.vert", "Coordinates.frag"};
+    Shaders::FullScreenShaderProgram program{source};
+    // Set before compiling: applied once the program links.
+    program.setViewport({Size, Size});
+    state->bindFramebuffer(target->framebuffer.id());
+    state->setViewport(Range2Di{{0, 0}, Vector2i{Size}});
+    Data::Pipeline pass;
+    pass.depthTest = false;
+    state->apply(pass);
+    program.draw(*state);
+    ASSERT_TRUE(program.isReady());
+    const Image image = target->read();
+    // Pixel centres: (x + 0.5)/32.
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {0, 0}, {4, 4, 0, 255}, 1));
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size - 1, 0}, {251, 4, 0, 255}, 1));
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size - 1, Size - 1}, {251, 251, 0, 255}, 1));
+
+    // A new viewport size takes effect at once on a ready program.
+    program.setViewport({2*Size, Size});
+    program.draw(*state);
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(target->read(), {Size - 1, Size - 1}, {126, 251, 0, 255}, 1));
 }

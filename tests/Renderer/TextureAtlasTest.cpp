@@ -1,0 +1,100 @@
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "Renderer/TextureAtlas.h"
+
+using namespace ArdentisEngine;
+
+namespace {
+
+Range2Di padded(const Range2Di& r) {
+    return {r.min - TextureAtlas::Padding, r.max + TextureAtlas::Padding};
+}
+
+// Every reservation lies inside its layer with its padding, and no two padded rectangles of a layer
+// overlap.
+::testing::AssertionResult consistent(const TextureAtlas& atlas) {
+    const Range2Di layer{{0, 0}, atlas.layerSize()};
+    for(UnsignedInt i = 0; i != atlas.textureCount(); ++i) {
+        const Range2Di a = padded(atlas.rectangle(i));
+        if(a.intersected(layer) != a) return ::testing::AssertionFailure() << "slot " << i << " leaves its layer";
+        if(atlas.layer(i) < 0 || atlas.layer(i) >= atlas.layerCount())
+            return ::testing::AssertionFailure() << "slot " << i << " is on layer " << atlas.layer(i);
+        for(UnsignedInt j = 0; j != i; ++j)
+            if(atlas.layer(i) == atlas.layer(j) && !a.intersected(padded(atlas.rectangle(j))).isEmpty())
+                return ::testing::AssertionFailure() << "slots " << j << " and " << i << " overlap";
+    }
+    return ::testing::AssertionSuccess();
+}
+
+struct ReserveCase {
+    const char* name;
+    Vector2i layerSize;
+    int layers;
+    std::vector<Vector2i> sizes;
+    std::vector<bool> fits;
+};
+
+const ReserveCase ReserveCases[]{
+    {"exactly the layer with padding", {64, 64}, 1, {{60, 60}, {1, 1}}, {true, false}},
+    {"wider than the layer", {64, 64}, 4, {{61, 4}}, {false}},
+    {"taller than the layer", {64, 64}, 4, {{4, 100}}, {false}},
+    {"empty size", {64, 64}, 1, {{0, 4}, {4, -1}}, {false, false}},
+    {"a full layer spills into the next", {64, 64}, 2, {{60, 60}, {60, 60}, {60, 60}}, {true, true, false}},
+    // Four padded 16x16 images fill a shelf, the fifth opens a second one; then 49 texels of height
+    // are left neither in a shelf nor below them.
+    {"shelves fill before the layer", {64, 64}, 1, {{12, 12}, {12, 12}, {12, 12}, {12, 12}, {12, 12}, {60, 45}},
+        {true, true, true, true, true, false}},
+    {"a failure reserves nothing", {64, 64}, 1, {{100, 100}, {60, 60}}, {false, true}},
+};
+
+}
+
+TEST(TextureAtlasTest, Reserve) {
+    for(const ReserveCase& c: ReserveCases) {
+        SCOPED_TRACE(c.name);
+        TextureAtlas atlas{c.layerSize, c.layers};
+        UnsignedInt expectedCount = 0;
+        for(std::size_t i = 0; i != c.sizes.size(); ++i) {
+            EXPECT_EQ(atlas.reserve(c.sizes[i]), c.fits[i]) << "image " << i;
+            if(c.fits[i]) {
+                ++expectedCount;
+                EXPECT_EQ(atlas.rectangle(atlas.textureCount() - 1).size(), c.sizes[i]);
+            }
+            EXPECT_EQ(atlas.textureCount(), expectedCount);
+        }
+        EXPECT_TRUE(consistent(atlas));
+        if(std::string_view{c.name} == "shelves fill before the layer") {
+            EXPECT_EQ(atlas.rectangle(3).min.y, atlas.rectangle(0).min.y);
+            EXPECT_GT(atlas.rectangle(4).min.y, atlas.rectangle(0).min.y);
+        }
+        atlas.clear();
+        EXPECT_EQ(atlas.textureCount(), 0u);
+        EXPECT_TRUE(atlas.reserve(c.layerSize - 2*TextureAtlas::Padding));
+    }
+}
+
+// Random sizes until the atlas keeps refusing, checked after every step.
+TEST(TextureAtlasTest, RandomReservationsNeverOverlap) {
+    std::mt19937 random{1234};
+    for(int round = 0; round != 20; ++round) {
+        TextureAtlas atlas{{256, 128}, 3};
+        std::uniform_int_distribution<int> side{1, round % 2 ? 120 : 24};
+        int failures = 0;
+        std::int64_t area = 0;
+        while(failures < 20) {
+            const Vector2i size{side(random), side(random)};
+            if(atlas.reserve(size)) {
+                area += std::int64_t(size.x + 2*TextureAtlas::Padding)*(size.y + 2*TextureAtlas::Padding);
+                ASSERT_TRUE(consistent(atlas)) << "round " << round;
+            } else ++failures;
+        }
+        // Shelf packing wastes space, but not most of it.
+        EXPECT_GT(double(area), 0.5*256*128*3) << "round " << round;
+        const std::array<Vector4, 2> bounds = atlas.boundsTexels(0);
+        EXPECT_EQ(bounds[0].x, float(atlas.rectangle(0).min.x)/256.0f);
+        EXPECT_EQ(bounds[0].w, float(atlas.rectangle(0).sizeY())/128.0f);
+        EXPECT_EQ(bounds[1].x, float(atlas.layer(0)));
+    }
+}
