@@ -55,16 +55,6 @@ Span locate(const KeyTrack& track, float time) {
     return {a, a + 1, length > 0.0f ? (time - track.times[a])/length : 0.0f};
 }
 
-Vector3 vector3At(const KeyTrack& track, std::size_t key) {
-    const auto v = track.value(key);
-    return {v[0], v[1], v[2]};
-}
-
-Quaternion quaternionAt(const KeyTrack& track, std::size_t key) {
-    const auto v = track.value(key);
-    return Quaternion{v[3], v[0], v[1], v[2]};
-}
-
 }
 
 Quaternion slerpShortest(const Quaternion& a, const Quaternion& b0, float t) {
@@ -86,17 +76,17 @@ Quaternion slerpShortest(const Quaternion& a, const Quaternion& b0, float t) {
 std::optional<Vector3> sampleVector3(const KeyTrack& track, float time) {
     if(track.isEmpty() || track.components < 3) return std::nullopt;
     const Span s = locate(track, time);
-    const Vector3 a = vector3At(track, s.a);
+    const Vector3 a = track.vector3(s.a);
     if(s.a == s.b) return a;
-    return glm::mix(a, vector3At(track, s.b), s.t);
+    return glm::mix(a, track.vector3(s.b), s.t);
 }
 
 std::optional<Quaternion> sampleQuaternion(const KeyTrack& track, float time) {
     if(track.isEmpty() || track.components < 4) return std::nullopt;
     const Span s = locate(track, time);
-    const Quaternion a = quaternionAt(track, s.a);
+    const Quaternion a = track.quaternion(s.a);
     if(s.a == s.b) return glm::normalize(a);
-    return slerpShortest(glm::normalize(a), glm::normalize(quaternionAt(track, s.b)), s.t);
+    return slerpShortest(glm::normalize(a), glm::normalize(track.quaternion(s.b)), s.t);
 }
 
 bool sampleWeights(const KeyTrack& track, float time, std::span<float> out) {

@@ -41,6 +41,15 @@ struct KeyTrack {
     std::span<const float> value(std::size_t key) const {
         return {values.data() + key*components, components};
     }
+    // Typed views of one key, for keys of at least three and four components.
+    Vector3 vector3(std::size_t key) const {
+        const auto v = value(key);
+        return {v[0], v[1], v[2]};
+    }
+    Quaternion quaternion(std::size_t key) const {
+        const auto v = value(key);
+        return Quaternion{v[3], v[0], v[1], v[2]};
+    }
 };
 
 // Sampling clamps to the first value before the first key and to the last after the last key.
