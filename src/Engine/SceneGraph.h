@@ -54,7 +54,7 @@ public:
     bool isValid(Id object) const { return object < _indexOf.size() && _indexOf[object] != Unused; }
 
     // [hierarchy]
-    const ObjectData& objectData(std::size_t index) const { return _order[index]; }
+    const ObjectData& objectData(std::size_t index) const { AE_ASSERT(index < _order.size()); return _order[index]; }
     std::span<const ObjectData> objects() const { return _order; }
     std::size_t indexOf(Id object) const { AE_ASSERT(isValid(object)); return _indexOf[object]; }
     Id parent(Id object) const { return _order[indexOf(object)].parent; }
@@ -64,7 +64,7 @@ public:
         return p == InvalidId ? NoIndex : _indexOf[p];
     }
     std::uint32_t descendantCount(Id object) const { return _order[indexOf(object)].descendants; }
-    // The object followed by all its descendants.
+    // The object itself followed by all its descendants.
     std::span<const ObjectData> subtree(Id object) const {
         const std::size_t i = indexOf(object);
         return std::span<const ObjectData>{_order}.subspan(i, 1 + _order[i].descendants);

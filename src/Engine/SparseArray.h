@@ -31,7 +31,7 @@ public:
     bool contains(std::size_t key) const { return key < _toIndex.size() && _toIndex[key] != Invalid; }
     // Dense index of `key`, or Invalid when absent.
     std::uint16_t toIndex(std::size_t key) const { return key < _toIndex.size() ? _toIndex[key] : Invalid; }
-    std::uint16_t key(std::size_t index) const { return _keys[index]; }
+    std::uint16_t key(std::size_t index) const { AE_ASSERT(index < _keys.size()); return _keys[index]; }
 
     T& add(std::uint16_t key, T value = {}) {
         AE_ASSERT(key < _toIndex.size() && _toIndex[key] == Invalid);
@@ -61,8 +61,8 @@ public:
 
     T& operator[](std::size_t key) { AE_ASSERT(contains(key)); return _values[_toIndex[key]]; }
     const T& operator[](std::size_t key) const { AE_ASSERT(contains(key)); return _values[_toIndex[key]]; }
-    T& atIndex(std::size_t index) { return _values[index]; }
-    const T& atIndex(std::size_t index) const { return _values[index]; }
+    T& atIndex(std::size_t index) { AE_ASSERT(index < _values.size()); return _values[index]; }
+    const T& atIndex(std::size_t index) const { AE_ASSERT(index < _values.size()); return _values[index]; }
 
     std::span<T> values() { return _values; }
     std::span<const T> values() const { return _values; }
@@ -122,7 +122,7 @@ public:
 
     bool contains(std::size_t key) const { return key < _toIndex.size() && _toIndex[key] != Invalid; }
     std::uint16_t toIndex(std::size_t key) const { return key < _toIndex.size() ? _toIndex[key] : Invalid; }
-    std::uint16_t key(std::size_t index) const { return _keys[index]; }
+    std::uint16_t key(std::size_t index) const { AE_ASSERT(index < _keys.size()); return _keys[index]; }
 
     T& add(std::uint16_t key, std::size_t group, T value = {}) {
         AE_ASSERT(key < _toIndex.size() && _toIndex[key] == Invalid);
@@ -175,8 +175,8 @@ public:
 
     T& operator[](std::size_t key) { AE_ASSERT(contains(key)); return _values[_toIndex[key]]; }
     const T& operator[](std::size_t key) const { AE_ASSERT(contains(key)); return _values[_toIndex[key]]; }
-    T& atIndex(std::size_t index) { return _values[index]; }
-    const T& atIndex(std::size_t index) const { return _values[index]; }
+    T& atIndex(std::size_t index) { AE_ASSERT(index < _values.size()); return _values[index]; }
+    const T& atIndex(std::size_t index) const { AE_ASSERT(index < _values.size()); return _values[index]; }
     std::span<T> values() { return _values; }
     std::span<const T> values() const { return _values; }
     std::span<const std::uint16_t> keys() const { return _keys; }
