@@ -96,7 +96,9 @@ extern \"C\" void ${anchor}() {}
   set_source_files_properties(${generated} TARGET_DIRECTORY ${target} PROPERTIES
     OBJECT_DEPENDS "${dependencies}"
     GENERATED TRUE)
-  target_link_libraries(${target} PRIVATE ArdentisGfx)
+  if(NOT target STREQUAL "ArdentisGfx")
+    target_link_libraries(${target} PRIVATE ArdentisGfx)
+  endif()
   get_target_property(type ${target} TYPE)
   if(type STREQUAL "STATIC_LIBRARY")
     target_link_options(${target} INTERFACE "LINKER:--undefined=${anchor}")

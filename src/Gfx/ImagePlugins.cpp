@@ -50,8 +50,11 @@ bool AbstractImageImporter::openData(std::string_view data) {
 }
 
 std::optional<Image> AbstractImageImporter::image2D(unsigned id, unsigned level) {
-    // Asking before a successful open is a fault of the calling code, not of the file.
-    AE_ASSERT(isOpened());
+    // Reached when a caller skips checking the open result; the open already said why.
+    if(!isOpened()) {
+        Log::error("{}: no image is open", _name);
+        return std::nullopt;
+    }
     if(id != 0 || level != 0) {
         Log::error("{}: no image {} level {}, the file holds one image of one level", _name, id, level);
         return std::nullopt;

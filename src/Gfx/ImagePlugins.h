@@ -51,7 +51,7 @@ public:
     bool isOpened() const { return _image.has_value(); }
     void close() { _image.reset(); }
 
-    // Images hold one level; any other id or level is an error message and nothing.
+    // Images hold one level; any other id or level, or no open image, is an error message and nothing.
     unsigned image2DCount() const { return isOpened() ? 1 : 0; }
     std::optional<Image> image2D(unsigned id = 0, unsigned level = 0);
 

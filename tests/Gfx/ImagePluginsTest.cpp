@@ -298,6 +298,8 @@ TEST(ImagePluginsTest, FailedOpenDropsThePreviousImage) {
     EXPECT_FALSE(importer->openData(std::string_view{"garbage"}));
     EXPECT_FALSE(importer->isOpened());
     EXPECT_TRUE(errors.contains("AnyImageImporter: can't decode data"));
+    EXPECT_FALSE(importer->image2D());
+    EXPECT_TRUE(errors.contains("AnyImageImporter: no image is open"));
 }
 
 TEST(ImagePluginsTest, OnlyImageZeroLevelZeroExists) {
