@@ -11,6 +11,7 @@
 #include "Renderer/ShaderProgram.h"
 #include "Renderer/TextureAtlas.h"
 #include "Renderer/UniformBlocks.h"
+#include "Renderer/UniformBuffers.h"
 
 using namespace ArdentisEngine;
 using ArdentisEngine::Test::Rgba8;
@@ -35,13 +36,10 @@ protected:
         state = std::make_unique<RendererState>();
         target = std::make_unique<ArdentisEngine::Test::RenderTarget>(Vector2i{Size});
 
-        glGenBuffers(4, blocks);
         frame = {};
-        lights = {};
         setCamera(glm::lookAt(Vector3{0, 0, 2}, Vector3{0}, Vector3{0, 1, 0}),
                   glm::ortho(-1.0f, 1.0f, -1.0f, 1.0f, 0.1f, 10.0f), true);
-        upload(blocks[2], lights);
-        upload(blocks[3], Shaders::ProbeVolumeUniforms{});
+        probeUbo.upload();
 
         // Every object at the identity, using material 0.
         std::vector<Vector4> texels(TransformationsWidth*16, Vector4{0.0f});
@@ -84,28 +82,22 @@ protected:
             state->bindVertexArray(0);
             state->useProgram(0);
             for(UnsignedInt b = 0; b != 4; ++b) state->bindUniformBuffer(b, 0);
+            RendererState::notifyTextureDeleted(textures[0]);
+            RendererState::notifyTextureDeleted(textures[1]);
             for(UnsignedInt unit: {Shaders::TransformationsUnit, Shaders::MaterialsUnit})
                 state->bindTexture(unit, RendererState::TextureTarget::Texture2D, 0);
             state->bindFramebuffer(0);
         }
         glDeleteVertexArrays(1, &vao);
         glDeleteBuffers(1, &vbo);
-        glDeleteBuffers(4, blocks);
         glDeleteTextures(2, textures);
         target.reset();
         GLTestFixture::TearDown();
     }
 
-    template<class T> void upload(GLuint buffer, const T& data) {
-        glBindBuffer(GL_UNIFORM_BUFFER, buffer);
-        glBufferData(GL_UNIFORM_BUFFER, sizeof(T), &data, GL_DYNAMIC_DRAW);
-        glBindBuffer(GL_UNIFORM_BUFFER, 0);
-    }
-
-    void setCamera(const Matrix4& view, const Matrix4& projection, bool orthographic) {
-        Shaders::ViewsBlock views;
-        views.views[0] = Shaders::ViewUniforms::from(view, projection, {0, 0, Size, Size}, 0.1f, 10.0f, orthographic);
-        upload(blocks[1], views);
+    void setCamera(const Matrix4& view, const Matrix4& projection, bool orthographic, UnsignedInt index = 0) {
+        viewUbo.setView(index, Shaders::ViewUniforms::from(view, projection, {0, 0, Size, Size}, 0.1f, 10.0f, orthographic));
+        viewUbo.upload();
     }
 
     void setMaterial(UnsignedInt row, const Data::Material& material) {
@@ -120,10 +112,7 @@ protected:
     static void setObjectId(UnsignedInt id) { glVertexAttribI4ui(4, id, 0, 0, 0); }
 
     void setLights(std::initializer_list<LightUniforms> list) {
-        lights = {};
-        std::size_t i = 0;
-        for(const LightUniforms& l: list) lights.lights[i++] = l;
-        frame.lightCount = UnsignedInt(list.size());
+        lightUbo.setLights(std::span{list.begin(), list.size()});
     }
 
     // Compiles a default pipeline's shader, asserting success.
@@ -139,15 +128,20 @@ protected:
 
     Image render(Shaders::ShaderProgram& program, const Data::Pipeline& pipeline, GLsizei vertices = 6,
                  const Color4& clear = Color4{0, 0, 0, 1}) {
-        upload(blocks[0], frame);
-        upload(blocks[2], lights);
+        frameUbo.data() = frame;
+        frameUbo.data().lightCount = lightUbo.count();
+        frameUbo.upload();
+        lightUbo.upload();
         state->bindFramebuffer(target->framebuffer.id());
         state->setViewport(Range2Di{{0, 0}, Vector2i{Size}});
         state->apply();
         glClearColor(clear.r, clear.g, clear.b, clear.a);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         state->apply(pipeline);
-        for(UnsignedInt b = 0; b != 4; ++b) state->bindUniformBuffer(b, blocks[b]);
+        frameUbo.bind(*state);
+        viewUbo.bind(*state);
+        lightUbo.bind(*state);
+        probeUbo.bind(*state);
         state->bindTexture(Shaders::TransformationsUnit, RendererState::TextureTarget::Texture2D, textures[0]);
         state->bindTexture(Shaders::MaterialsUnit, RendererState::TextureTarget::Texture2D, textures[1]);
         program.use(*state);
@@ -163,11 +157,13 @@ protected:
 
     std::unique_ptr<RendererState> state;
     std::unique_ptr<ArdentisEngine::Test::RenderTarget> target;
-    GLuint blocks[4]{};  // Frame, Views, Lights, ProbeVolume, at their binding points
+    FrameUniformBuffer frameUbo;
+    ViewUniformBuffer viewUbo;
+    LightUniformBuffer lightUbo;
+    ProbeVolumeUniformBuffer probeUbo;
     GLuint textures[2]{};  // transformations, materials
     GLuint vao = 0, vbo = 0;
     Shaders::FrameUniforms frame;
-    Shaders::LightsBlock lights;
 };
 
 struct LightSideCase {
@@ -459,4 +455,29 @@ TEST_F(ForwardShadingGLTest, FullScreenPassKnowsTheViewport) {
     program.setViewport({2*Size, Size});
     program.draw(*state);
     EXPECT_TRUE(ArdentisEngine::Test::pixelNear(target->read(), {Size - 1, Size - 1}, {126, 251, 0, 255}, 1));
+}
+
+// A shader draws with the view its `viewIndex` names; only the views in use are uploaded.
+TEST_F(ForwardShadingGLTest, ViewIndexPicksTheView) {
+    auto program = pipelineShader("Flat Opaque");
+    ASSERT_TRUE(program && program->isReady());
+    const Shaders::MaterialDefinition& definition = program->materialDefinition();
+    Data::Material material = definition.defaults();
+    definition.set(material, UnsignedInt(definition.paramIndex("color")), Vector4{1, 1, 0, 1});
+    setMaterial(0, material);
+    viewUbo.resize(2);
+    // View 1 looks at the quad from beside it, so that it covers the right half only.
+    setCamera(glm::lookAt(Vector3{-1, 0, 2}, Vector3{-1, 0, 0}, Vector3{0, 1, 0}),
+              glm::ortho(-1.0f, 1.0f, -1.0f, 1.0f, 0.1f, 10.0f), true, 1);
+    const int viewIndex = program->uniformLocation("viewIndex");
+    ASSERT_NE(viewIndex, -1);
+    struct Case { UnsignedInt view; Rgba8 left, right; };
+    for(const Case& c: {Case{0, {255, 255, 0, 255}, {255, 255, 0, 255}}, Case{1, {0, 0, 0, 255}, {255, 255, 0, 255}}}) {
+        SCOPED_TRACE(c.view);
+        program->use(*state);
+        glUniform1ui(viewIndex, c.view);
+        const Image image = render(*program, {});
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {4, Size/2}, c.left, 1));
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size - 5, Size/2}, c.right, 1));
+    }
 }
