@@ -296,3 +296,40 @@ TEST(SceneGraphComponents, ManagerWithoutGraphRefusesComponents) {
     EXPECT_EQ(lonely.addComponent(1), InvalidId);
     EXPECT_FALSE(errors.text().empty());
 }
+
+namespace {
+
+// The shape a viewport takes: a graph that owns its camera and the view manager for it.
+class CameraGraph: public SceneGraph {
+public:
+    CameraGraph(): SceneGraph{3, 2} {
+        setComponentManager(views);
+        activate();
+        camera = addObject(Root);
+        view = views.addComponent(camera);
+        views.activate(view);
+    }
+    CountingManager views{ComponentType::View};
+    Id camera, view;
+};
+
+}
+
+TEST(SceneGraphComponents, DerivedGraphGetsFirstIdsAndManagerLeavesNoLinks) {
+    CameraGraph graph;
+    EXPECT_EQ(graph.camera, 1);
+    EXPECT_EQ(graph.view, 0);
+    EXPECT_EQ(graph.componentsOfType(graph.camera, ComponentType::View), (std::vector<Id>{0}));
+
+    SceneGraph plain{4};
+    const Id object = plain.addObject(0);
+    {
+        CountingManager texts{ComponentType::Text};
+        plain.setComponentManager(texts);
+        texts.addComponent(object);
+        EXPECT_TRUE(plain.hasComponent(object, ComponentType::Text));
+    }
+    EXPECT_FALSE(plain.hasComponent(object, ComponentType::Text));
+    EXPECT_EQ(plain.componentManager(ComponentType::Text), nullptr);
+    EXPECT_EQ(plain.removeObject(object), 1u);
+}
