@@ -204,12 +204,20 @@ void EditorShell::persistPreferences() {
     if(!_configuration.preferencesFile.empty()) savePreferences(_editor.preferences(), _configuration.preferencesFile);
 }
 
-EditorView* EditorShell::viewAt(Vector2) const {
+EditorView* EditorShell::viewAt(Vector2 position) const {
+    // Dear ImGui finds the hovered window only at the next NewFrame; an event needs it now, from
+    // the windows as the last frame left them, front-most first.
     const ImGuiContext& g = *_context;
-    if(!g.HoveredWindow) return nullptr;
-    const ImGuiWindow* root = g.HoveredWindow->RootWindow;
-    for(const auto& view: _views)
-        if(view->isOpen() && std::strcmp(root->Name, view->title()) == 0) return view.get();
+    const ImVec2 p{position.x, position.y};
+    for(int i = g.Windows.Size - 1; i >= 0; --i) {
+        const ImGuiWindow* window = g.Windows[i];
+        if(!window->Active || window->Hidden || (window->Flags & ImGuiWindowFlags_NoMouseInputs)) continue;
+        if(!window->OuterRectClipped.Contains(p)) continue;
+        const ImGuiWindow* root = window->RootWindow;
+        for(const auto& view: _views)
+            if(view->isOpen() && std::strcmp(root->Name, view->title()) == 0) return view.get();
+        return nullptr;
+    }
     return nullptr;
 }
 
@@ -255,9 +263,9 @@ void EditorShell::handle(const InputEvent& event) {
             EditorView* view = _pointerView ? _pointerView : viewAt(event.position);
             if(!view) break;
             if(press) {
-                view->pointerPressEvent(e);
                 _pointerView = view;
                 view->setHoldsPointer(true);
+                view->pointerPressEvent(e);
             } else {
                 view->pointerReleaseEvent(e);
                 if(!_buttonsDown) {

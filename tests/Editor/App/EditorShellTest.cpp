@@ -8,6 +8,8 @@
 
 #include "Editor/App/EditorShell.h"
 #include "Editor/App/InputScript.h"
+#include "Editor/Input/Key.h"
+#include <GLFW/glfw3.h>
 #include "Editor/Project/ProjectFile.h"
 #include "Editor/Undo/ChangeManager.h"
 #include "Gfx/Log.h"
@@ -164,6 +166,100 @@ TEST(EditorShellTest, BrokenProjectKeepsTheOpenOne) {
     EXPECT_FALSE(driver.shell.openProject(broken.string()));
     EXPECT_TRUE(errors.contains(ProjectFile::FileName)) << errors.text();
     EXPECT_TRUE(driver.shell.project().section<ObjectRecord>().contains(ResourceId{3}));
+}
+
+}
+
+namespace {
+
+// A view that records what the host does to it.
+class RecordingView: public EditorView {
+public:
+    explicit RecordingView(const char* name): EditorView{name} {}
+
+    void init(ImGuiContext* context, EditorData* data, ArdentisEditorApplication* application) override {
+        EditorView::init(context, data, application);
+        initialized = data != nullptr;
+        registerShortcuts({Shortcut{"Frame all", chord(Key::F), ShortcutScope(2), ShortcutFlags{3}}});
+    }
+    void draw() override {
+        beginWindow(8);
+        if(shortcuts()[0].isTriggered(ShortcutScope(0))) ++triggered;
+        if(ui().shortcut(Ui::Shortcuts::Delete).isTriggered(ShortcutScope(0))) ++deletes;
+        ImGui::End();
+        ++draws;
+    }
+    void update() override { ++updates; }
+    void focusEvent(bool focused) override { focusEvents.push_back(focused); }
+    void pointerPressEvent(PointerEvent& e) override { presses.push_back(e.button); holdingAtPress = holdsPointer(); }
+    void pointerReleaseEvent(PointerEvent& e) override { releases.push_back(e.button); }
+    void pointerMoveEvent(PointerMoveEvent& e) override { if(holdsPointer()) dragged += e.relativePosition; }
+    void keyPressEvent(KeyEvent& e) override { keys.push_back(e.key); }
+
+    bool initialized{}, holdingAtPress{};
+    int draws{}, updates{}, triggered{}, deletes{};
+    std::vector<bool> focusEvents;
+    std::vector<int> presses, releases, keys;
+    Vector2 dragged{};
+};
+
+TEST(EditorShellViewTest, EventsAndShortcutsFollowFocus) {
+    ShellDriver driver{makeProject("views")};
+    auto& first = static_cast<RecordingView&>(driver.shell.addView(std::make_unique<RecordingView>("First View")));
+    auto& second = static_cast<RecordingView&>(driver.shell.addView(std::make_unique<RecordingView>("Second View")));
+    EXPECT_TRUE(first.initialized);
+    driver.frame();
+    EXPECT_EQ(first.draws, 1);
+    EXPECT_EQ(first.updates, 1);
+
+    // The second view sits on top of the first, offset by 24 pixels; its body is at (700, 300),
+    // and the first view's title bar peeks out above it at (700, 32).
+    const std::string body = xy({700.0f, 300.0f});
+    const std::string firstTitle = xy({700.0f, 32.0f});
+
+    // F pressed while the outliner has focus: no view fires.
+    driver.play(at(0, "click left 40 400") + at(3, "key F"), 5);
+    EXPECT_EQ(first.triggered + second.triggered, 0);
+
+    // Clicking into the second view focuses it; F and Delete then fire there only, once each.
+    driver.play(at(0, "press left " + body) + at(1, "move 720 310") + at(2, "release left " + xy({720.0f, 310.0f})) +
+                at(4, "key F") + at(6, "key Delete"), 9);
+    EXPECT_EQ(second.presses, std::vector<int>{PointerButton::Left});
+    EXPECT_EQ(second.releases, std::vector<int>{PointerButton::Left});
+    EXPECT_TRUE(second.holdingAtPress);
+    EXPECT_FALSE(second.holdsPointer()) << "released with the last button";
+    EXPECT_EQ(second.dragged, Vector2(20.0f, 10.0f));
+    // Dear ImGui focuses the newest window at start; the outliner click took the focus away.
+    EXPECT_EQ(second.focusEvents, (std::vector<bool>{true, false, true}));
+    EXPECT_EQ(second.triggered, 1);
+    EXPECT_EQ(second.deletes, 1);
+    EXPECT_EQ(first.triggered, 0);
+    EXPECT_EQ(first.deletes, 0);
+    EXPECT_TRUE(first.presses.empty());
+    EXPECT_EQ(second.keys, (std::vector<int>{GLFW_KEY_F, GLFW_KEY_DELETE}));
+    EXPECT_TRUE(first.keys.empty()) << "keys go to the focused view only";
+
+    // Focus moves to the first view: focus events on both sides, and F fires there.
+    driver.play(at(0, "click left " + firstTitle) + at(3, "key F"), 6);
+    EXPECT_EQ(second.focusEvents, (std::vector<bool>{true, false, true, false}));
+    EXPECT_EQ(first.focusEvents, std::vector<bool>{true});
+    EXPECT_EQ(first.triggered, 1);
+    EXPECT_EQ(second.triggered, 1);
+
+    // Holding F (auto-repeat) does not fire again.
+    InputEvent repeat{InputEvent::Type::KeyPress};
+    repeat.key = GLFW_KEY_F;
+    repeat.repeat = true;
+    driver.shell.handle(repeat);
+    driver.frame();
+    EXPECT_EQ(first.triggered, 1);
+
+    // Closed views are neither updated nor drawn.
+    first.setOpen(false);
+    const int draws = first.draws;
+    driver.frame();
+    EXPECT_EQ(first.draws, draws);
+    EXPECT_FALSE(first.isVisible());
 }
 
 }
