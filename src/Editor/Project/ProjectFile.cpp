@@ -260,7 +260,7 @@ bool ProjectFile::makeCachePath() const {
     return true;
 }
 
-std::optional<std::string> ProjectFile::relativePath(std::string_view path) const {
+std::optional<std::string> ProjectFile::relativePath(std::string_view path, bool report) const {
     fs::path p{path};
     std::string relative;
     if(p.is_absolute()) {
@@ -269,7 +269,7 @@ std::optional<std::string> ProjectFile::relativePath(std::string_view path) cons
         if(relative.empty()) relative = "..";
     } else relative = p.lexically_normal().generic_string();
     if(relative.empty() || relative == "." || !isInsideProject(relative)) {
-        Log::error("Refusing {}: it is outside the project folder {}", path, _folder);
+        if(report) Log::error("Refusing {}: it is outside the project folder {}", path, _folder);
         return {};
     }
     return relative;

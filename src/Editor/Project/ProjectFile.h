@@ -64,8 +64,8 @@ public:
     // Creates the cache folder when missing; false (with a message) when it cannot be made.
     bool makeCachePath() const;
     // path (absolute, or relative to the project folder) as a normalised path relative to the
-    // project folder; empty, with a message, when it points outside the folder.
-    std::optional<std::string> relativePath(std::string_view path) const;
+    // project folder; empty, with a message unless report is false, when it points outside.
+    std::optional<std::string> relativePath(std::string_view path, bool report = true) const;
     std::string absolutePath(std::string_view relative) const;
 
     JsonDocument& document() { return _document; }

@@ -35,11 +35,16 @@ struct FileLink {
 };
 
 class ImportedSceneCache;
+struct MeshData;
+namespace Data { struct AnimationData; }
 
 // Record kinds: each names its section in the project file. Data is what resolveData() hands out
 // once the record's source has been imported or compiled.
 struct ObjectRecord { static constexpr const char* Section = "objects"; };
-struct MeshRecord { static constexpr const char* Section = "meshes"; };
+struct MeshRecord {
+    static constexpr const char* Section = "meshes";
+    using Data = MeshData;
+};
 struct MaterialRecord { static constexpr const char* Section = "materials"; };
 struct TextureRecord { static constexpr const char* Section = "textures"; };
 struct ImageRecord { static constexpr const char* Section = "images"; };
@@ -48,6 +53,7 @@ struct PipelineRecord { static constexpr const char* Section = "pipelines"; };
 struct FontRecord { static constexpr const char* Section = "fonts"; };
 struct AnimationRecord {
     static constexpr const char* Section = "animations";
+    using Data = ::ArdentisEngine::Data::AnimationData;
     struct Event { static constexpr const char* List = "events"; };
 };
 struct FileRecord {

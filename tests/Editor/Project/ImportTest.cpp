@@ -1,0 +1,261 @@
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "Editor/Import/Import.h"
+#include "Editor/Undo/ChangeManager.h"
+#include "Gfx/Log.h"
+#include "TestProject.h"
+
+namespace ArdentisEngine::Test {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path modelFolder() { return fs::path{ARDENTIS_TESTDATA_DIR}/"gltf"; }
+
+// The glTF JSON of a .gltf or .glb file: what the importer's results are checked against.
+bool readGltfJson(const fs::path& file, JsonDocument& out) {
+    std::string bytes = readFile(file);
+    if(file.extension() == ".glb") {
+        if(bytes.size() < 20) return false;
+        std::uint32_t length;
+        std::memcpy(&length, bytes.data() + 12, 4);
+        bytes = bytes.substr(20, length);
+    }
+    std::string error;
+    return parseJson(bytes, out, error);
+}
+
+struct ModelCase {
+    const char* name;
+    const char* file;  // relative to the glTF test folder
+};
+
+void PrintTo(const ModelCase& data, std::ostream* out) { *out << data.name; }
+
+class ImportModel: public testing::TestWithParam<ModelCase> {
+protected:
+    void SetUp() override {
+        if(!fs::is_directory(modelFolder())) GTEST_SKIP() << "test models not found in " << modelFolder();
+        ASSERT_TRUE(project.create(scratchFolder().string()));
+    }
+    ProjectFile project;
+    ChangeManager changes{project};
+};
+
+TEST_P(ImportModel, MatchesTheFile) {
+    const fs::path file = modelFolder()/GetParam().file;
+    JsonDocument gltf;
+    ASSERT_TRUE(readGltfJson(file, gltf));
+    const std::string before = project.text();
+    ASSERT_TRUE(loadFile(file.string(), changes));
+    EXPECT_EQ(changes.undoCount(), 1u);
+
+    auto files = project.section<FileRecord>();
+    ASSERT_EQ(files.ids().size(), 1u);
+    const ImportedSceneCache* cache = files.resolveData(files.ids()[0]);
+    ASSERT_TRUE(cache);
+    const std::string fileName = files[files.ids()[0]][Model::File::FileName].value();
+    EXPECT_TRUE(fs::exists(project.absolutePath(fileName))) << fileName;
+
+    const JsonValue& nodes = gltf["nodes"];
+    EXPECT_EQ(cache->objectCount(), nodes.Size());
+    EXPECT_EQ(project.section<ObjectRecord>().ids().size(), nodes.Size());
+    EXPECT_EQ(cache->animations.size(), gltf.HasMember("animations") ? gltf["animations"].Size() : 0u);
+    EXPECT_EQ(project.section<AnimationRecord>().ids().size(), cache->animations.size());
+    EXPECT_EQ(cache->skins.size(), gltf.HasMember("skins") ? gltf["skins"].Size() : 0u);
+
+    // Named nodes keep their names, and each keeps its parent.
+    std::map<std::string, std::uint32_t> objectByName;
+    for(std::uint32_t i = 0; i != cache->objectCount(); ++i) objectByName[cache->names[i]] = i;
+    std::map<std::uint32_t, std::uint32_t> parentOf;
+    for(const auto& entry: cache->hierarchy) parentOf[entry.object] = entry.parent;
+    std::set<std::uint32_t> seen;
+    for(const auto& entry: cache->hierarchy) {
+        if(entry.parent != ImportedSceneCache::NoParent) {
+            EXPECT_TRUE(seen.count(entry.parent)) << "parent after child";
+        }
+        seen.insert(entry.object);
+    }
+    for(rapidjson::SizeType n = 0; n != nodes.Size(); ++n) {
+        if(!nodes[n].HasMember("name") || !nodes[n].HasMember("children")) continue;
+        const std::string name = nodes[n]["name"].GetString();
+        ASSERT_TRUE(objectByName.count(name)) << name;
+        for(const JsonValue& child: nodes[n]["children"].GetArray()) {
+            if(!nodes[child.GetUint()].HasMember("name")) continue;
+            const std::string childName = nodes[child.GetUint()]["name"].GetString();
+            ASSERT_TRUE(objectByName.count(childName)) << childName;
+            EXPECT_EQ(parentOf[objectByName[childName]], objectByName[name]) << childName;
+        }
+    }
+
+    // Records resolve to their data; the project stays loadable.
+    for(ResourceId mesh: project.section<MeshRecord>().resourceIds()) {
+        const MeshData* data = project.section<MeshRecord>().resolveData(mesh);
+        ASSERT_TRUE(data);
+        EXPECT_TRUE(data->isValid());
+        EXPECT_GT(data->elementCount(), 0u);
+    }
+    for(ResourceId animation: project.section<AnimationRecord>().resourceIds())
+        EXPECT_TRUE(project.section<AnimationRecord>().resolveData(animation));
+    EXPECT_FALSE(validateProject(project.document()));
+
+    changes.undo();
+    EXPECT_EQ(project.text(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(Models, ImportModel, testing::ValuesIn(std::vector<ModelCase>{
+    {"Box", "Box/Box.glb"},
+    {"BoxEmbedded", "Box/glTF-Embedded/Box.gltf"},
+    {"BoxAnimated", "BoxAnimated/BoxAnimated.glb"},
+    {"RiggedSimple", "RiggedSimple/RiggedSimple.glb"},
+    {"SimpleSkin", "SimpleSkin/SimpleSkin.gltf"},
+    {"AnimatedMorphCube", "AnimatedMorphCube/AnimatedMorphCube.glb"},
+    {"CesiumMan", "CesiumMan/CesiumMan.glb"},
+    {"CesiumManSeparate", "CesiumMan/glTF/CesiumMan.gltf"},
+    {"Fox", "Fox/Fox.glb"},
+}), [](const auto& info) { return std::string{info.param.name}; });
+
+class ImportTest: public testing::Test {
+protected:
+    void SetUp() override {
+        if(!fs::is_directory(modelFolder())) GTEST_SKIP() << "test models not found in " << modelFolder();
+        folder = scratchFolder();
+        ASSERT_TRUE(project.create(folder.string()));
+    }
+    fs::path folder;
+    ProjectFile project;
+    ChangeManager changes{project};
+};
+
+TEST_F(ImportTest, FoxHasItsThreeAnimationsAndSkin) {
+    ASSERT_TRUE(loadFile((modelFolder()/"Fox/Fox.glb").string(), changes));
+    std::vector<std::string> names;
+    auto animations = project.section<AnimationRecord>();
+    for(ResourceId id: animations.resourceIds()) {
+        names.push_back(animations[id][Model::Animation::Name].value());
+        EXPECT_EQ(animations[id].fileName(), "imported/Fox/Fox.glb");
+        const Data::AnimationData* data = animations.resolveData(animations[id].id());
+        ASSERT_TRUE(data);
+        EXPECT_GT(data->duration, 0.0f);
+        EXPECT_GT(data->trackCount(), 0u);
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"Survey", "Walk", "Run"}));
+    // The animation's file resolves by name to the imported scene the preview reads.
+    const ResourceId file = project.section<FileRecord>().resourceByName("fileName", animations[animations.ids()[0]].fileName());
+    ASSERT_TRUE(file);
+    const ImportedSceneCache* cache = project.section<FileRecord>().resolveData(file);
+    ASSERT_TRUE(cache);
+    for(const Data::AnimationData& animation: cache->animations)
+        for(std::size_t t = 0; t != animation.trackCount(); ++t) EXPECT_LT(animation.trackTarget(t), cache->objectCount());
+    // One skin component whose joints are objects of the file.
+    std::size_t skins = 0;
+    for(ResourceId id: project.section<ObjectRecord>().resourceIds()) {
+        const ValueAccess<void> components = project.section<ObjectRecord>()[id].access("components");
+        for(std::size_t c = 0; c != components.size(); ++c)
+            if(components.access(c)[Model::Component::Type].value() == std::uint32_t(Model::ComponentType::Skin)) {
+                ++skins;
+                EXPECT_EQ(components.access(c).access("joints").size(), cache->skins[0].joints.size());
+            }
+    }
+    EXPECT_EQ(skins, 1u);
+    // The embedded texture was written out and is a texture record.
+    EXPECT_EQ(project.section<TextureRecord>().ids().size(), 1u);
+    const std::string image = project.section<ImageRecord>()[ResourceId{1}][Model::Image::File].value();
+    EXPECT_TRUE(fs::exists(project.absolutePath(image))) << image;
+}
+
+TEST_F(ImportTest, SeparateFilesComeAlong) {
+    ASSERT_TRUE(loadFile((modelFolder()/"CesiumMan/glTF/CesiumMan.gltf").string(), changes));
+    EXPECT_TRUE(fs::exists(folder/"imported/CesiumMan/CesiumMan0.bin"));
+    auto textures = project.section<TextureRecord>();
+    const ResourceId texture = textures.resourceByName("name", "CesiumMan.jpg");
+    ASSERT_TRUE(texture);
+    EXPECT_TRUE(isImageLoaded((folder/"imported/CesiumMan/CesiumMan.jpg").string(), project));
+    // The material points at the texture.
+    auto materials = project.section<MaterialRecord>();
+    ASSERT_EQ(materials.ids().size(), 1u);
+    EXPECT_EQ(materials[materials.ids()[0]]["Phong"]["diffuseTexture"].as<ResourceId>(), texture);
+}
+
+TEST_F(ImportTest, MorphTargetsAreKept) {
+    ASSERT_TRUE(loadFile((modelFolder()/"AnimatedMorphCube/AnimatedMorphCube.glb").string(), changes));
+    const ImportedSceneCache* cache = project.section<FileRecord>().resolveData(ResourceId{1});
+    ASSERT_TRUE(cache);
+    ASSERT_EQ(cache->meshes.size(), 1u);
+    EXPECT_EQ(cache->meshes[0].morphTargets.targetCount, 2u);
+    EXPECT_EQ(cache->meshes[0].morphTargets.positionDeltas.size(), 2*cache->meshes[0].data.vertexCount());
+    ASSERT_EQ(cache->animations.size(), 1u);
+    bool weights = false;
+    for(const Data::AnimationTrack& track: cache->animations[0].tracks)
+        weights = weights || (track.property == Data::TrackProperty::MorphWeights && track.keys.components == 2);
+    EXPECT_TRUE(weights);
+}
+
+TEST_F(ImportTest, OpenedProjectResolvesImportedData) {
+    ASSERT_TRUE(loadFile((modelFolder()/"BoxAnimated/BoxAnimated.glb").string(), changes));
+    ASSERT_TRUE(project.save());
+    ProjectFile reopened;
+    ASSERT_TRUE(reopened.load(folder.string()));
+    EXPECT_FALSE(reopened.section<MeshRecord>().resolveData(ResourceId{1}));
+    EXPECT_EQ(resolveImportedData(reopened), 0u);
+    EXPECT_TRUE(reopened.section<MeshRecord>().resolveData(ResourceId{1}));
+    EXPECT_TRUE(reopened.section<AnimationRecord>().resolveData(ResourceId{1}));
+}
+
+TEST_F(ImportTest, ImageDropAddsImageAndTextureOnce) {
+    const fs::path image = folder/"Bricks.png";
+    // Records only name the file; its pixels are read when the scene is compiled.
+    writeFile(image, "\x89PNG");
+    EXPECT_FALSE(isImageLoaded(image.string(), project));
+    ASSERT_TRUE(loadFile(image.string(), changes));
+    EXPECT_TRUE(isImageLoaded("Bricks.png", project));
+    EXPECT_TRUE(project.section<TextureRecord>().resourceByName("name", "Bricks.png"));
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(loadImage(image.string(), changes));
+    EXPECT_TRUE(errors.contains("already")) << errors.text();
+    EXPECT_EQ(project.section<ImageRecord>().ids().size(), 1u);
+}
+
+// Files that must be refused whole: one message naming the file, nothing added or left behind.
+struct RefusedCase {
+    const char* name;
+    const char* fileName;
+    std::function<std::string()> bytes;  // nullptr: the file does not exist
+    const char* reason;
+};
+
+void PrintTo(const RefusedCase& data, std::ostream* out) { *out << data.name; }
+
+class ImportRefused: public ImportTest, public testing::WithParamInterface<RefusedCase> {};
+
+TEST_P(ImportRefused, ChangesNothing) {
+    const RefusedCase& data = GetParam();
+    const fs::path outside = folder.parent_path()/(std::string{GetParam().name} + "-source");
+    fs::create_directories(outside);
+    const fs::path file = outside/data.fileName;
+    if(data.bytes) writeFile(file, data.bytes());
+    const std::string before = project.text();
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(loadFile(file.string(), changes));
+    EXPECT_EQ(std::count(errors.text().begin(), errors.text().end(), '\n'), 1) << errors.text();
+    EXPECT_TRUE(errors.contains(file.string())) << errors.text();
+    EXPECT_TRUE(errors.contains(data.reason)) << errors.text();
+    EXPECT_EQ(project.text(), before);
+    EXPECT_EQ(changes.undoCount(), 0u);
+    EXPECT_FALSE(fs::exists(folder/ImportFolder) && !fs::is_empty(folder/ImportFolder));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, ImportRefused, testing::ValuesIn(std::vector<RefusedCase>{
+    {"TruncatedGlb", "Fox.glb", [] { const std::string b = readFile(modelFolder()/"Fox/Fox.glb"); return b.substr(0, b.size()/2); }, ""},
+    {"ForeignGltf", "Foreign.gltf", [] { return std::string{R"({"hello": "world"})"}; }, ""},
+    {"NotJson", "Text.gltf", [] { return std::string{"just some text"}; }, ""},
+    {"Missing", "Missing.glb", nullptr, "no such file"},
+    {"UnknownKind", "Notes.txt", [] { return std::string{"notes"}; }, "not a scene file"},
+}), [](const auto& info) { return std::string{info.param.name}; });
+
+}
+}
