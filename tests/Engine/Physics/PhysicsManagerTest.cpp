@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "Engine/Physics/PhysicsManager.h"
 #include "Engine/SceneGraph.h"
 #include "Gfx/Log.h"
@@ -265,6 +267,80 @@ TEST(PhysicsManager, DebugVisualizationFollowsBodies) {
 
     s.physics.deactivate(s.floorBody);
     EXPECT_EQ(s.physics.renderDebugVisualization().segmentCount(), 24u);
+}
+
+TEST(PhysicsManager, RandomEditsKeepOneBodyPerActiveDescribedComponent) {
+    // Oracle: a body exists exactly for active components with a description, at the object's pose.
+    std::mt19937 random{7};
+    SceneGraph graph{64};
+    PhysicsManager physics{64};
+    graph.setComponentManager(physics);
+    std::vector<Id> objects;
+    std::size_t most = 0;  // bodies at once, to show the sequence is not trivially empty
+    const auto pick = [&](auto& list) { return list[std::uniform_int_distribution<std::size_t>{0, list.size() - 1}(random)]; };
+
+    for(int step = 0; step != 600; ++step) {
+        std::vector<Id> components;
+        for(std::size_t i = 0; i != physics.size(); ++i) components.push_back(physics.component(i));
+        // Growing operations more often than shrinking ones, so the scene fills up.
+        switch(std::discrete_distribution<int>{3, 3, 3, 3, 1, 1, 1, 1}(random)) {
+            case 0: {
+                const Id parent = objects.empty() || random() % 3 == 0 ? SceneGraph::Root : pick(objects);
+                const Id o = graph.addObject(parent);
+                if(o != InvalidId) {
+                    graph.setLocalTransformation(o, DualQuaternion::translation({float(random() % 7), float(random() % 5), 0}));
+                    objects.push_back(o);
+                }
+                break;
+            }
+            case 1:
+                if(!objects.empty()) physics.addComponent(pick(objects));
+                break;
+            case 2:
+                if(!components.empty()) physics.setBody(pick(components), body(random() % 2 ? BodyType::Dynamic : BodyType::Static,
+                    random() % 2 ? CollisionShape::sphere(0.5f) : CollisionShape::box(Vector3{0.5f})));
+                break;
+            case 3:
+                if(!components.empty()) physics.activate(pick(components));
+                break;
+            case 4:
+                if(!components.empty()) physics.deactivate(pick(components));
+                break;
+            case 5:
+                if(!components.empty()) physics.removeComponent(pick(components));
+                break;
+            case 6:
+                if(!objects.empty()) {
+                    graph.removeObject(pick(objects));
+                    std::erase_if(objects, [&](Id o) { return !graph.isValid(o); });
+                }
+                break;
+            case 7:
+                if(!objects.empty()) graph.setLocalTransformation(pick(objects), DualQuaternion::translation({0, 9, float(step)}));
+                physics.doFalseUpdate();
+                break;
+        }
+
+        std::size_t expected = 0;
+        for(std::size_t i = 0; i != physics.size(); ++i) {
+            const Id c = physics.component(i);
+            const bool shouldExist = physics.isActive(c) && physics.body(c);
+            ASSERT_EQ(bool(physics.worldHandle(c)), shouldExist) << "step " << step << " component " << c;
+            expected += shouldExist;
+        }
+        ASSERT_EQ(physics.world().bodyCount(), expected) << "step " << step;
+        most = std::max(most, expected);
+    }
+    EXPECT_GE(most, 10u);
+
+    // After a false update every body sits at its object.
+    physics.doFalseUpdate();
+    for(std::size_t i = 0; i != physics.size(); ++i) {
+        const Id c = physics.component(i);
+        if(!physics.worldHandle(c)) continue;
+        EXPECT_NEAR(glm::distance(physics.world().pose(*physics.worldHandle(c)).translation(),
+            graph.absoluteTransformation(physics.objectOf(c)).translation()), 0.0f, 1e-4f);
+    }
 }
 
 }
