@@ -5,6 +5,7 @@
 #include "Gfx/Log.h"
 #include "Renderer/DefaultPipelines.h"
 #include "Renderer/InternalShaders.h"
+#include "Renderer/PipelineRegistry.h"
 #include "Renderer/ShaderBindings.h"
 #include "Renderer/ShaderProgram.h"
 #include "Renderer/UniformBlocks.h"
@@ -234,4 +235,70 @@ TEST_F(ShaderCompileGLTest, AsyncCompileBecomesReady) {
     EXPECT_TRUE(ready);
     EXPECT_TRUE(program.asyncCompile(true));
     EXPECT_NE(program.uniformLocation("viewIndex"), -1);
+}
+
+TEST_F(ShaderCompileGLTest, RegistryFindsPipelinesAndSharesShaders) {
+    PipelineRegistry registry;
+    EXPECT_EQ(registry.pipelineIndex("Phong Opaque"), 0u);
+    ASSERT_EQ(registry.addDefaultPipelines(), 9u);
+    EXPECT_EQ(registry.pipelineCount(), 10u);
+
+    struct Lookup { const char* name; UnsignedInt index; };
+    for(const Lookup& l: {Lookup{"Phong Opaque", 1}, Lookup{"Flat Transparent", 6}, Lookup{"MeshVisualizer", 9},
+                          Lookup{"Nope", 0}, Lookup{"", 0}, Lookup{"phong opaque", 0}}) {
+        SCOPED_TRACE(l.name);
+        EXPECT_EQ(registry.pipelineIndex(l.name), l.index);
+        if(l.index) {
+            EXPECT_EQ(registry.pipelineName(l.index), l.name);
+        }
+    }
+    // Flat Opaque and Flat Transparent differ only in their fixed-function state.
+    EXPECT_EQ(registry.pipeline(registry.pipelineIndex("Flat Opaque")).shader,
+              registry.pipeline(registry.pipelineIndex("Flat Transparent")).shader);
+    EXPECT_NE(registry.pipeline(registry.pipelineIndex("Phong Opaque")).shader,
+              registry.pipeline(registry.pipelineIndex("Phong Opaque Textured")).shader);
+    EXPECT_EQ(registry.shaderCount(), 9u);
+    EXPECT_EQ(registry.shader(0), nullptr);
+    EXPECT_TRUE(registry.pipeline(registry.pipelineIndex("Flat Transparent")).blend);
+
+    EXPECT_TRUE(registry.compileAll(true));
+    Shaders::ShaderProgram* text = registry.shader(registry.pipelineIndex("Text"));
+    ASSERT_TRUE(text);
+    EXPECT_TRUE(text->isReady());
+    for(const char* param: {"color", "effectColor", "font"})
+        EXPECT_NE(text->materialDefinition().paramIndex(param), -1) << param;
+    const Shaders::MaterialDefinition& visualizer = registry.shader(registry.pipelineIndex("MeshVisualizer"))->materialDefinition();
+    EXPECT_NE(visualizer.paramIndex("color"), -1);
+    EXPECT_NE(visualizer.paramIndex("wireframeColor"), -1);
+
+    {
+        Log::Capture errors{Log::Channel::Error};
+        const auto source = Shaders::loadPipelineShader(*Shaders::findDefaultPipeline("Sky"));
+        EXPECT_EQ(registry.addPipeline({}, "Sky", *source, {}), 0u);
+        Data::Pipeline broken;
+        broken.depthFunction = Data::DepthFunction(9);
+        EXPECT_EQ(registry.addPipeline(broken, "Broken", *source, {}), 0u);
+        EXPECT_TRUE(errors.contains("a pipeline named \"Sky\" is already registered")) << errors.text();
+        EXPECT_TRUE(errors.contains("pipeline \"Broken\" has an unknown blend, depth or type code")) << errors.text();
+        EXPECT_EQ(registry.pipelineCount(), 10u);
+    }
+
+    // A project shader that fails to compile leaves the others usable.
+    const UnsignedInt bad = registry.addPipeline({}, "Bad", {"", internalFile("Dynamic.vert"), "void main() { nope; }\n"}, {});
+    ASSERT_NE(bad, 0u);
+    {
+        Log::Silence silence;
+        EXPECT_TRUE(registry.compileAll(true));
+    }
+    EXPECT_EQ(registry.shader(bad)->status(), ShaderProgram::Status::Failed);
+
+    registry.addDepthShader("v", "f");
+    registry.addTileFeedbackShader("v2", "#define SKY\nf2", true);
+    ASSERT_TRUE(registry.depthShader());
+    EXPECT_EQ(registry.tileFeedbackShader(false), nullptr);
+    EXPECT_EQ(registry.tileFeedbackShader(true)->fragment, "#define SKY\nf2");
+    registry.clear();
+    EXPECT_EQ(registry.pipelineIndex("Phong Opaque"), 0u);
+    EXPECT_EQ(registry.pipelineCount(), 1u);
+    EXPECT_EQ(registry.depthShader(), nullptr);
 }
