@@ -13,7 +13,7 @@ EditorData::EditorData(ProjectFile& project) { attachProject(project); }
 EditorData::~EditorData() { detach(); }
 
 void EditorData::detach() {
-    if(_project) _project->removeChangeListener(_listener);
+    if(_project && !_projectLifetime.expired()) _project->removeChangeListener(_listener);
     _project = nullptr;
     _listener = 0;
 }
@@ -21,6 +21,7 @@ void EditorData::detach() {
 void EditorData::attachProject(ProjectFile& project) {
     detach();
     _project = &project;
+    _projectLifetime = project.lifetime();
     // The project's change categories and the scene's first categories share their values.
     _listener = project.addChangeListener([this](std::string_view, ChangeCategories categories) {
         _scene.main().markChanged(categories);
@@ -31,7 +32,7 @@ void EditorData::attachProject(ProjectFile& project) {
 }
 
 ProjectFile& EditorData::projectFile() {
-    AE_ASSERT(_project);
+    AE_ASSERT(_project && !_projectLifetime.expired());
     return *_project;
 }
 

@@ -65,6 +65,7 @@ private:
     void detach();
 
     ProjectFile* _project = nullptr;
+    std::weak_ptr<const void> _projectLifetime;
     int _listener = 0;
     EditorSceneData _scene;
     BitSet _mainSelection;

@@ -88,6 +88,9 @@ public:
     // Listeners see every edit after it is applied; load reports the root path and all categories.
     int addChangeListener(ChangeListener listener);
     void removeChangeListener(int handle);
+    // Expires when the project is destroyed: listeners that may outlive it check it before
+    // removing themselves.
+    std::weak_ptr<const void> lifetime() const { return _lifetime; }
 
     // Runtime data of a record, typed; replaced or dropped by the importer and compiler.
     template<class T> void setData(const char* section, ResourceId id, std::shared_ptr<T> data) {
@@ -110,6 +113,7 @@ private:
     std::uint32_t _revision = 0;
     std::array<std::uint32_t, 20> _stamps{};
     std::vector<std::pair<int, ChangeListener>> _listeners;
+    std::shared_ptr<const void> _lifetime = std::make_shared<int>(0);
     int _nextListener = 1;
     std::map<std::pair<std::string, std::uint32_t>, std::pair<std::shared_ptr<void>, std::type_index>> _data;
 };

@@ -215,8 +215,16 @@ bool related(std::string_view a, std::string_view b) {
 
 }
 
-ChangeManager::ChangeManager(ProjectFile& project): _project{&project} {}
-ChangeManager::~ChangeManager() = default;
+ChangeManager::ChangeManager(ProjectFile& project): _project{&project}, _projectLifetime{project.lifetime()} {
+    // Only a load or create touches the root path; our own edits never replace the root.
+    _listener = project.addChangeListener([this](std::string_view path, ChangeCategories) {
+        if(path.empty()) clear();
+    });
+}
+
+ChangeManager::~ChangeManager() {
+    if(!_projectLifetime.expired()) _project->removeChangeListener(_listener);
+}
 
 bool ChangeManager::hasPendingChanges() const { return _pending && !_pending->changes.empty(); }
 

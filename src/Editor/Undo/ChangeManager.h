@@ -49,7 +49,8 @@ public:
     // Takes back the pending pushes, or else the last step, and forgets them: used to cancel a
     // preview. The redo history goes too, since it no longer follows from the current state.
     bool undoLast();
-    // Forgets all history (after a project load).
+    // Forgets all history. Happens by itself when the project's records are replaced (load), since
+    // the history no longer matches them.
     void clear();
 
     std::size_t undoCount() const { return _undo.size(); }
@@ -72,6 +73,8 @@ private:
     bool apply(Change& change, bool forward);
 
     ProjectFile* _project;
+    std::weak_ptr<const void> _projectLifetime;
+    int _listener = 0;
     std::unique_ptr<Step> _pending;
     std::vector<std::unique_ptr<Step>> _undo, _redo;
     unsigned _group = 1, _groupCounter = 1;

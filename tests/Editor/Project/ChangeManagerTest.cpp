@@ -381,3 +381,32 @@ INSTANTIATE_TEST_SUITE_P(Cases, ChangeManagerStamps, testing::ValuesIn(std::vect
 
 }
 }
+
+namespace ArdentisEngine::Test {
+namespace {
+
+TEST(ChangeManagerLifetime, LoadingForgetsHistoryThatNoLongerApplies) {
+    ProjectFile project;
+    ChangeManager changes{project};
+    ASSERT_TRUE(project.loadText(SampleProject, "sample"));
+    changes.pushChange(project.section<ObjectRecord>()[ResourceId{1}].access("name"), "Renamed");
+    changes.commit();
+    changes.pushChange(project.section<ObjectRecord>()[ResourceId{2}].access("name"), "Pending");
+    ASSERT_TRUE(project.loadText(SampleProject, "sample again"));
+    const std::string loaded = project.text();
+    EXPECT_EQ(changes.undoCount(), 0u);
+    EXPECT_FALSE(changes.hasPendingChanges());
+    EXPECT_FALSE(changes.undo());
+    EXPECT_FALSE(changes.undoLast());
+    EXPECT_EQ(project.text(), loaded);
+}
+
+TEST(ChangeManagerLifetime, ProjectMayGoFirst) {
+    auto project = std::make_unique<ProjectFile>();
+    ChangeManager changes{*project};
+    project.reset();
+    // Destroying the undo service afterwards must not reach into the dead project.
+}
+
+}
+}
