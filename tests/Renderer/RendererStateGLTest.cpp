@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <backends/imgui_impl_opengl3.h>
+#include <imgui.h>
+
 #include "Renderer/GLCallCounter.h"
 #include "Renderer/RendererState.h"
 #include "Gfx/GLTestFixture.h"
@@ -335,5 +338,63 @@ TEST_F(RendererStateGLTest, AlphaBlendCodesBlendPixels) {
     state.useProgram(0);
     state.bindFramebuffer(0);
     glDeleteVertexArrays(1, &vao);
+    glDeleteProgram(program);
+}
+
+// What the cache is for in the editor: Dear ImGui's backend draws with its own state between our
+// passes. After resync the cache must agree with GL, and the next apply must really set our state.
+TEST_F(RendererStateGLTest, ResyncAfterTheUiHasDrawn) {
+    ArdentisEngine::Test::RenderTarget target{{64, 64}};
+    ImGuiContext* ui = ImGui::CreateContext();
+    ImGuiIO& io = ImGui::GetIO();
+    io.DisplaySize = ImVec2{64.0f, 64.0f};
+    io.IniFilename = nullptr;
+    ASSERT_TRUE(ImGui_ImplOpenGL3_Init("#version 330 core"));
+
+    RendererState state;
+    const GLuint program = compileProgram("color = vec4(1.0);");
+    state.bindFramebuffer(target.framebuffer.id());
+    state.setViewport(Range2Di{{0, 0}, {64, 64}});
+    state.apply();
+    glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    Pipeline ours;
+    ours.depthFunction = DepthFunction::LessEqual;
+    ours.polygonOffsetFactor = 1.0f;
+    state.apply(ours);
+    state.useProgram(program);
+
+    ImGui_ImplOpenGL3_NewFrame();
+    ImGui::NewFrame();
+    ImGui::SetNextWindowPos(ImVec2{0.0f, 0.0f});
+    ImGui::SetNextWindowSize(ImVec2{64.0f, 64.0f});
+    ImGui::Begin("Panel");
+    ImGui::Text("UI");
+    ImGui::End();
+    ImGui::Render();
+    ImGui_ImplOpenGL3_RenderDrawData(ImGui::GetDrawData());
+
+    state.resync();
+    EXPECT_EQ(state.state(), RendererState::query());
+    state.apply(ours);
+    state.useProgram(program);
+    const RendererState::State real = RendererState::query();
+    EXPECT_EQ(state.state(), real);
+    EXPECT_TRUE(real.depthTest);
+    EXPECT_FALSE(real.blend);
+    EXPECT_FALSE(real.scissorTest);
+    EXPECT_TRUE(real.cullFace);
+    EXPECT_TRUE(real.polygonOffset);
+    EXPECT_EQ(real.depthFunction, GLenum(GL_LEQUAL));
+    EXPECT_EQ(real.program, program);
+
+    // The UI did draw: the window background covers the cleared black.
+    const Image image = target.read();
+    EXPECT_LT(ArdentisEngine::Test::countPixels(image, {0, 0, 0, 255}, 2), 64*64/2);
+
+    ImGui_ImplOpenGL3_Shutdown();
+    ImGui::DestroyContext(ui);
+    state.useProgram(0);
+    state.bindFramebuffer(0);
     glDeleteProgram(program);
 }
