@@ -259,3 +259,61 @@ INSTANTIATE_TEST_SUITE_P(Cases, ImportRefused, testing::ValuesIn(std::vector<Ref
 
 }
 }
+
+namespace ArdentisEngine::Test {
+namespace {
+
+// An OBJ made here, with its material library and a texture in a sub-folder, imported from
+// outside the project: everything it names comes along.
+TEST(ImportObj, MaterialLibraryAndTextureComeAlong) {
+    const fs::path folder = scratchFolder();
+    const fs::path source = folder/"outside";
+    fs::create_directories(source/"textures");
+    writeFile(source/"cube.obj",
+        "mtllib cube.mtl\no Cube\n"
+        "v -1 -1 -1\nv 1 -1 -1\nv 1 1 -1\nv -1 1 -1\nv -1 -1 1\nv 1 -1 1\nv 1 1 1\nv -1 1 1\n"
+        "vt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\n"
+        "usemtl Bricks\n"
+        "f 1/1 4/4 3/3 2/2\nf 5/1 6/2 7/3 8/4\nf 1/1 2/2 6/3 5/4\nf 2/1 3/2 7/3 6/4\nf 3/1 4/2 8/3 7/4\nf 4/1 1/2 5/3 8/4\n");
+    writeFile(source/"cube.mtl", "newmtl Bricks\nKd 0.8 0.2 0.1\nmap_Kd textures/bricks.png\n");
+    writeFile(source/"textures/bricks.png", "\x89PNG");
+
+    ProjectFile project;
+    ASSERT_TRUE(project.create((folder/"project").string()));
+    ChangeManager changes{project};
+    ASSERT_TRUE(loadFile((source/"cube.obj").string(), changes));
+    EXPECT_TRUE(fs::exists(folder/"project/imported/cube/cube.mtl"));
+    EXPECT_TRUE(fs::exists(folder/"project/imported/cube/textures/bricks.png"));
+
+    auto meshes = project.section<MeshRecord>();
+    ASSERT_EQ(meshes.ids().size(), 1u);
+    const MeshData* mesh = meshes.resolveData(meshes.ids()[0]);
+    ASSERT_TRUE(mesh);
+    EXPECT_EQ(mesh->elementCount(), 36u);
+    EXPECT_TRUE(mesh->hasTextureCoordinates());
+
+    const ResourceId texture = project.section<TextureRecord>().resourceByName("name", "bricks.png");
+    ASSERT_TRUE(texture);
+    EXPECT_EQ(project.section<ImageRecord>()[ResourceId{1}][Model::Image::File].value(), "imported/cube/textures/bricks.png");
+    auto materials = project.section<MaterialRecord>();
+    ASSERT_EQ(materials.ids().size(), 1u);
+    const RecordAccess material = materials[materials.ids()[0]];
+    EXPECT_EQ(material[Model::Material::Name].value(), "Bricks");
+    EXPECT_EQ(material["Phong"]["diffuseTexture"].as<ResourceId>(), texture);
+    const Vector4 diffuse = material["Phong"]["diffuse"].as<Vector4>();
+    EXPECT_NEAR(diffuse.x, 0.8f, 1e-6f);
+    EXPECT_NEAR(diffuse.z, 0.1f, 1e-6f);
+
+    // Some object carries the mesh with that material.
+    bool found = false;
+    for(ResourceId id: project.section<ObjectRecord>().resourceIds()) {
+        const ValueAccess<void> components = project.section<ObjectRecord>()[id].access("components");
+        for(std::size_t c = 0; c != components.size(); ++c)
+            found = found || (components.access(c)[Model::Component::Mesh].value() == meshes.ids()[0] &&
+                components.access(c)[Model::Component::Material].value() == materials.ids()[0]);
+    }
+    EXPECT_TRUE(found);
+}
+
+}
+}
