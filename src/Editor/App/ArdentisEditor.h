@@ -56,6 +56,7 @@ public:
     void attachProject(ProjectFile* project, ChangeManager* changeManager) {
         _project = project;
         _changeManager = changeManager;
+        _ui.setChangeManager(changeManager);
     }
     void attachEditorData(EditorData* data) { _editorData = data; }
     void attachAssetCompiler(AssetCompiler* compiler) { _assetCompiler = compiler; }

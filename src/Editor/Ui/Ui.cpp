@@ -6,6 +6,7 @@
 #include <imgui.h>
 #include <imgui_internal.h>
 
+#include "Editor/Undo/ChangeManager.h"
 #include "Gfx/Assert.h"
 #include "Gfx/Log.h"
 
@@ -134,6 +135,80 @@ std::optional<std::string> Ui::takePickedObject(std::string_view requester) {
     _picked = false;
     _pickRequester.clear();
     return std::move(_pickedObject);
+}
+
+namespace {
+
+// "translation##/objects/3/translation": the key shows, the full path keeps ids apart.
+std::string valueLabel(const ValueAccess<void>& value) { return value.key() + "##" + value.path(); }
+
+}
+
+template<class T> void Ui::record(const ValueAccess<void>& value, const T& newValue, bool continuing) {
+    if(!_changes) {
+        Log::error("Ui: no project is open, the edit of {} is dropped", value.path());
+        return;
+    }
+    // An edit that spans frames (typing, dragging) merges into one step of its own group.
+    if(!continuing) _changes->startChangeGroup();
+    _changes->pushChange(value, newValue, continuing);
+    _changes->commit();
+}
+
+bool Ui::inputText(const ValueAccess<void>& value) {
+    const std::string stored = value.as<std::string>();
+    std::array<char, 1024> buffer{};
+    std::memcpy(buffer.data(), stored.data(), std::min(stored.size(), buffer.size() - 1));
+    ImGui::InputText(valueLabel(value).c_str(), buffer.data(), buffer.size());
+    // Text is written when the field lets go, so that one rename is one step.
+    if(!ImGui::IsItemDeactivatedAfterEdit() || stored == buffer.data()) return false;
+    record(value, std::string_view{buffer.data()}, false);
+    return true;
+}
+
+bool Ui::inputFloat(const ValueAccess<void>& value, float min, float max, float step, float fastStep) {
+    float f = value.as<float>();
+    if(!ImGui::InputFloat(valueLabel(value).c_str(), &f, step, fastStep, "%.3f")) return false;
+    f = std::clamp(f, min, max);
+    if(value.exists() && value.as<float>() == f) return false;
+    record(value, f, ImGui::IsItemActive() && !ImGui::IsItemActivated());
+    return true;
+}
+
+bool Ui::checkboxBits(const ValueAccess<void>& value, unsigned count, std::span<const std::string_view> labels) {
+    AE_ASSERT(count <= 32);
+    const std::uint32_t bits = value.as<std::uint32_t>();
+    std::uint32_t result = bits;
+    ImGui::PushID(value.path().c_str());
+    ImGui::TextUnformatted(value.key().c_str());
+    for(unsigned i = 0; i != count; ++i) {
+        const std::string label = i < labels.size() ? std::string{labels[i]} : std::to_string(i);
+        bool on = (bits >> i) & 1u;
+        ImGui::PushID(int(i));
+        if(ImGui::Checkbox(label.c_str(), &on)) result = on ? (result | (1u << i)) : (result & ~(1u << i));
+        ImGui::PopID();
+    }
+    ImGui::PopID();
+    if(result == bits) return false;
+    record(value, result, false);
+    return true;
+}
+
+bool Ui::selectGeneric(const ValueAccess<void>& value, std::span<const std::string_view> items) {
+    const std::uint32_t index = value.as<std::uint32_t>();
+    // A stored index past the list shows as its number rather than as another entry.
+    const std::string current = index < items.size() ? std::string{items[index]} : "#" + std::to_string(index);
+    std::uint32_t chosen = index;
+    if(ImGui::BeginCombo(valueLabel(value).c_str(), current.c_str())) {
+        for(std::uint32_t i = 0; i != items.size(); ++i) {
+            const std::string item{items[i]};
+            if(ImGui::Selectable(item.c_str(), i == index)) chosen = i;
+        }
+        ImGui::EndCombo();
+    }
+    if(chosen == index) return false;
+    record(value, chosen, false);
+    return true;
 }
 
 bool Ui::beginDragDropTargetWindow() {

@@ -11,9 +11,12 @@
 #include <vector>
 
 #include "Editor/Input/Shortcut.h"
+#include "Editor/Project/Access.h"
 #include "Editor/Ui/ResourceType.h"
 
 namespace ArdentisEngine {
+
+class ChangeManager;
 
 class Ui {
 public:
@@ -81,13 +84,33 @@ public:
     // Accepts a dragged resource of `type` on the current drop target.
     static std::optional<std::uint32_t> acceptResource(ResourceType type);
 
+    // Widgets bound to one project value, labelled with the value's key. Each shows the stored value
+    // (or the default a missing one reads as), records the user's edit through the ChangeManager as
+    // one undo step however many frames the edit takes, and returns true when it changed the value.
+    void setChangeManager(ChangeManager* changes) { _changes = changes; }
+    bool inputText(const ValueAccess<void>& value);
+    // Typed values are clamped to [min, max].
+    bool inputFloat(const ValueAccess<void>& value, float min, float max, float step = 0.0f, float fastStep = 0.0f);
+    // An unsigned value as `count` checkboxes, bit i labelled labels[i] (or its number).
+    bool checkboxBits(const ValueAccess<void>& value, unsigned count, std::span<const std::string_view> labels);
+    bool checkboxBits(const ValueAccess<void>& value, unsigned count, std::initializer_list<std::string_view> labels) {
+        return checkboxBits(value, count, std::span<const std::string_view>{labels.begin(), labels.size()});
+    }
+    // An unsigned value as an index into `items`, chosen from a drop-down list.
+    bool selectGeneric(const ValueAccess<void>& value, std::span<const std::string_view> items);
+    bool selectGeneric(const ValueAccess<void>& value, std::initializer_list<std::string_view> items) {
+        return selectGeneric(value, std::span<const std::string_view>{items.begin(), items.size()});
+    }
+
 private:
+    template<class T> void record(const ValueAccess<void>& value, const T& newValue, bool continuing);
     void applyBindings(std::string_view group, std::vector<Shortcut>& shortcuts);
 
     ShortcutDispatcher _dispatcher;
     std::vector<Shortcut> _editorShortcuts;
     std::vector<ShortcutTable> _tables;
     std::map<std::string, std::string>* _bindings{};
+    ChangeManager* _changes{};
     std::string _pickRequester, _pickedObject;
     bool _pickPending{}, _picked{};
 };

@@ -1,0 +1,182 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
+
+#include <imgui.h>
+
+#include "Editor/App/ArdentisEditor.h"
+#include "Editor/Project/ProjectFile.h"
+#include "Editor/Ui/Ui.h"
+#include "Editor/Undo/ChangeManager.h"
+#include "Gfx/Log.h"
+
+using namespace ArdentisEngine;
+
+namespace {
+
+constexpr const char* ProjectText = R"({
+  "format": "ardentis-project",
+  "version": 1,
+  "objects": {"1": {"name": "Lamp", "components": [{"type": 1, "lightType": 1, "intensity": 2}]}},
+  "animations": {"1": {"name": "Walk", "flags": 1}}
+})";
+
+// One Dear ImGui context with a single window, driven frame by frame with synthetic input.
+class UiHarness {
+public:
+    UiHarness() {
+        _context = ImGui::CreateContext();
+        ImGuiIO& io = ImGui::GetIO();
+        io.IniFilename = nullptr;
+        io.DisplaySize = {800, 600};
+        io.KeyMap[ImGuiKey_Enter] = 257;
+        io.KeyMap[ImGuiKey_A] = 65;
+        unsigned char* pixels;
+        int w, h;
+        io.Fonts->GetTexDataAsRGBA32(&pixels, &w, &h);
+        EXPECT_TRUE(project.loadText(ProjectText, "ui-test.json"));
+        editor.attachProject(&project, &changes);
+    }
+    ~UiHarness() { ImGui::DestroyContext(_context); }
+
+    // Draws `widgets` in one frame; returns whether any reported a change.
+    bool frame(const std::function<bool()>& widgets) {
+        ImGuiIO& io = ImGui::GetIO();
+        io.DeltaTime = 1.0f/60.0f;
+        ImGui::NewFrame();
+        ImGui::SetNextWindowPos({0, 0});
+        ImGui::SetNextWindowSize({800, 600});
+        ImGui::Begin("test");
+        const bool changed = widgets();
+        ImGui::End();
+        ImGui::Render();
+        return changed;
+    }
+    void pointer(ImVec2 at, bool down) {
+        ImGui::GetIO().MousePos = at;
+        ImGui::GetIO().MouseDown[0] = down;
+    }
+    ValueAccess<void> component(const char* field) {
+        return project.section<ObjectRecord>()[ResourceId{1}].access("components").access(std::size_t{0}).access(field);
+    }
+
+    ProjectFile project;
+    ChangeManager changes{project};
+    ArdentisEditor editor;
+
+private:
+    ImGuiContext* _context;
+};
+
+TEST(UiValueWidgetsTest, CheckboxBitsFlipsOneBitAsOneStep) {
+    UiHarness h;
+    const ValueAccess<void> flags = h.project.section<AnimationRecord>()[ResourceId{1}].access("flags");
+    ImVec2 third{};
+    h.frame([&] {
+        const bool changed = h.editor.ui().checkboxBits(flags, 3, {"loop", "root motion", "mirror"});
+        // The last item is the third checkbox.
+        third = {(ImGui::GetItemRectMin().x + ImGui::GetItemRectMax().x)*0.5f, (ImGui::GetItemRectMin().y + ImGui::GetItemRectMax().y)*0.5f};
+        return changed;
+    });
+    const std::string before = h.project.text();
+    bool changed = false;
+    for(bool down: {false, true, false}) {
+        h.pointer(third, down);
+        changed |= h.frame([&] { return h.editor.ui().checkboxBits(flags, 3, {"loop", "root motion", "mirror"}); });
+    }
+    EXPECT_TRUE(changed);
+    EXPECT_EQ(flags.as<std::uint32_t>(), 0b101u);
+    EXPECT_EQ(h.changes.undoCount(), 1u);
+    h.changes.undo();
+    EXPECT_EQ(h.project.text(), before);
+}
+
+TEST(UiValueWidgetsTest, InputFloatClampsAndMergesTyping) {
+    UiHarness h;
+    const ValueAccess<void> intensity = h.component("intensity");
+    bool focus = true;
+    auto draw = [&] {
+        if(focus) ImGui::SetKeyboardFocusHere();
+        focus = false;
+        return h.editor.ui().inputFloat(intensity, 0.0f, 10.0f);
+    };
+    // Focus the field (its text is selected), type one character per frame, confirm with Enter.
+    auto type = [&](const std::string& text) {
+        focus = true;
+        h.frame(draw);
+        h.frame(draw);
+        for(char c: text) {
+            ImGui::GetIO().AddInputCharacter(c);
+            h.frame(draw);
+        }
+        ImGui::GetIO().KeysDown[257] = true;
+        h.frame(draw);
+        ImGui::GetIO().KeysDown[257] = false;
+        h.frame(draw);
+    };
+    type("7.25");
+    EXPECT_FLOAT_EQ(intensity.as<float>(), 7.25f);
+    EXPECT_EQ(h.changes.undoCount(), 1u) << "7, 7.2 and 7.25 merged into one step";
+    type("99");
+    EXPECT_FLOAT_EQ(intensity.as<float>(), 10.0f) << "99 is past the maximum";
+    EXPECT_EQ(h.changes.undoCount(), 2u) << "a new focus is a new step";
+    h.changes.undo();
+    EXPECT_FLOAT_EQ(intensity.as<float>(), 7.25f);
+    h.changes.undo();
+    EXPECT_FLOAT_EQ(intensity.as<float>(), 2.0f);
+}
+
+TEST(UiValueWidgetsTest, WithoutAProjectTheEditIsReported) {
+    UiHarness h;
+    h.editor.attachProject(nullptr, nullptr);
+    const ValueAccess<void> flags = h.project.section<AnimationRecord>()[ResourceId{1}].access("flags");
+    ImVec2 first{};
+    h.frame([&] {
+        h.editor.ui().checkboxBits(flags, 1, {"loop"});
+        first = {(ImGui::GetItemRectMin().x + ImGui::GetItemRectMax().x)*0.5f, (ImGui::GetItemRectMin().y + ImGui::GetItemRectMax().y)*0.5f};
+        return false;
+    });
+    Log::Capture errors{Log::Channel::Error};
+    for(bool down: {true, false}) {
+        h.pointer(first, down);
+        h.frame([&] { return h.editor.ui().checkboxBits(flags, 1, {"loop"}); });
+    }
+    EXPECT_TRUE(errors.contains("no project is open")) << errors.text();
+    EXPECT_EQ(flags.as<std::uint32_t>(), 1u);
+}
+
+TEST(UiTest, ResourcePayloadTypes) {
+    // The two the scene view accepts, by their numbers, and every type named, fitting Dear ImGui's
+    // 32-character payload type limit, distinct.
+    EXPECT_EQ(Ui::resourceToDragDropType(ResourceType(7)), Ui::resourceToDragDropType(ResourceType::Material));
+    EXPECT_EQ(Ui::resourceToDragDropType(ResourceType(5)), Ui::resourceToDragDropType(ResourceType::Texture));
+    std::set<std::string_view> seen;
+    for(int t = 1; t != int(ResourceType::Count); ++t) {
+        const std::string_view name = Ui::resourceToDragDropType(ResourceType(t));
+        EXPECT_FALSE(name.empty()) << t;
+        EXPECT_LE(name.size(), 32u) << name;
+        EXPECT_TRUE(seen.insert(name).second) << name;
+    }
+    EXPECT_TRUE(Ui::resourceToDragDropType(ResourceType::None).empty());
+}
+
+TEST(UiTest, ObjectPickRequest) {
+    Ui ui;
+    EXPECT_FALSE(ui.isObjectPickPending());
+    ui.setPickedObject("Ignored");
+    EXPECT_FALSE(ui.takePickedObject("anyone")) << "no request, nothing picked";
+    ui.requestObjectPick("camera target");
+    EXPECT_TRUE(ui.isObjectPickPending());
+    ui.setPickedObject("Crate");
+    EXPECT_FALSE(ui.isObjectPickPending());
+    EXPECT_FALSE(ui.takePickedObject("someone else"));
+    EXPECT_EQ(ui.takePickedObject("camera target"), std::optional<std::string>{"Crate"});
+    EXPECT_FALSE(ui.takePickedObject("camera target")) << "taken once";
+    ui.requestObjectPick("light");
+    ui.cancelObjectPick();
+    ui.setPickedObject("Lamp");
+    EXPECT_FALSE(ui.takePickedObject("light"));
+}
+
+}
