@@ -26,6 +26,10 @@ public:
     // An id no record uses: one past the largest.
     ResourceId nextId() const;
     RecordAccess record(ResourceId id) const;
+    // The text of the file a link names: an engine-internal file for the resource "default"
+    // ("Dynamic.vert" of the shader library), else a file of the project. Nothing, after a
+    // message, when it cannot be read.
+    std::optional<std::string> getOriginal(const FileLink& link) const;
 
 protected:
     ProjectFile* _project;

@@ -149,3 +149,31 @@ INSTANTIATE_TEST_SUITE_P(Cases, SettingsTest, testing::ValuesIn(std::vector<Sett
 
 }
 }
+
+namespace ArdentisEngine::Test {
+namespace {
+
+TEST(OriginalFiles, EngineAndProjectFiles) {
+    const std::filesystem::path folder = scratchFolder();
+    ProjectFile project;
+    ASSERT_TRUE(project.create(folder.string()));
+    std::filesystem::create_directories(folder/"shaders");
+    writeFile(folder/"shaders/Custom.frag", "void main() {}\n");
+    auto shaders = project.section<ShaderRecord>();
+
+    const std::optional<std::string> dynamic = shaders.getOriginal({"Dynamic.vert", "default"});
+    ASSERT_TRUE(dynamic);
+    EXPECT_NE(dynamic->find("main"), std::string::npos);
+    EXPECT_EQ(shaders.getOriginal({"shaders/Custom.frag", ""}), "void main() {}\n");
+
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(shaders.getOriginal({"NoSuch.vert", "default"}));
+    EXPECT_FALSE(shaders.getOriginal({"shaders/Missing.frag", ""}));
+    EXPECT_FALSE(shaders.getOriginal({"../outside.frag", ""}));
+    EXPECT_TRUE(errors.contains("NoSuch.vert")) << errors.text();
+    EXPECT_TRUE(errors.contains("Missing.frag")) << errors.text();
+    EXPECT_TRUE(errors.contains("outside the project folder")) << errors.text();
+}
+
+}
+}
