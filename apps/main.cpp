@@ -107,7 +107,7 @@ std::optional<Arguments> parseArguments(int argc, char** argv) {
     return arguments;
 }
 
-// While the right button is held, fly cameras turn with the pointer.
+// While the right button is held, fly cameras turn with the pointer (headless: the scripted one).
 void lookWithPointer(EditorShell& shell) {
     FlyController::setDefaultLookSource([&shell]() -> std::optional<Vector2> {
         if(shell.buttonsDown() & PointerButton::Right) return shell.pointer();
@@ -217,7 +217,14 @@ int runWindow(const Arguments& arguments) {
     const std::filesystem::path preferences = defaultPreferencesPath();
     EditorShell shell{EditorShell::Configuration{preferences.parent_path()/"layout.ini", preferences}};
     shell.editor().setWindow(window);
-    lookWithPointer(shell);
+    // Read the cursor from GLFW rather than from events: views warp it when flying starts, and the
+    // warp must not show up as a turn.
+    FlyController::setDefaultLookSource([window]() -> std::optional<Vector2> {
+        if(glfwGetMouseButton(window, GLFW_MOUSE_BUTTON_RIGHT) != GLFW_PRESS) return std::nullopt;
+        double x, y;
+        glfwGetCursorPos(window, &x, &y);
+        return Vector2{float(x), float(y)};
+    });
     if(!arguments.project.empty() && !shell.openProject(arguments.project))
         Log::error("Starting with an empty project instead");
     float scaleX, scaleY;
