@@ -5,6 +5,7 @@
 #include <fstream>
 
 #include <imgui.h>
+#include <imgui_internal.h>
 
 #include "Editor/App/EditorShell.h"
 #include "Editor/App/InputScript.h"
@@ -260,6 +261,75 @@ TEST(EditorShellViewTest, EventsAndShortcutsFollowFocus) {
     driver.frame();
     EXPECT_EQ(first.draws, draws);
     EXPECT_FALSE(first.isVisible());
+}
+
+}
+
+namespace {
+
+TEST(EditorShellTest, ProgressAreaShowsRecordsUntilFinishedAndReleased) {
+    ShellDriver driver{makeProject("progress")};
+    auto shown = [&] {
+        const ImGuiWindow* window = ImGui::FindWindowByName("##progress");
+        return window && window->Active;
+    };
+    driver.frame();
+    EXPECT_FALSE(shown());
+    Progress& bake = driver.shell.editor().pushProgress("Baking");
+    ProgressHandle handle{bake};
+    bake.setTotal(4);
+    bake.advance(1);
+    driver.frame();
+    EXPECT_TRUE(shown());
+    bake.finish();
+    driver.frame();
+    EXPECT_TRUE(shown()) << "still held";
+    handle.reset();
+    driver.frame();
+    driver.frame();
+    EXPECT_FALSE(shown());
+    EXPECT_TRUE(driver.shell.editor().progress().empty());
+}
+
+TEST(EditorShellTest, SaveAsCopiesSourcesAndContinuesThere) {
+    const std::filesystem::path source = makeProject("save-as-source");
+    std::filesystem::create_directories(source/"models");
+    std::ofstream{source/"models"/"box.obj"} << "v 0 0 0\n";
+    std::filesystem::create_directories(source/ProjectFile::CacheFolder);
+    std::ofstream{source/ProjectFile::CacheFolder/"baked.bin"} << "x";
+    ShellDriver driver{source};
+    const std::filesystem::path target = source.parent_path()/"save-as-target";
+    std::filesystem::remove_all(target);
+
+    ASSERT_TRUE(driver.shell.saveProjectAs(target.string()));
+    EXPECT_TRUE(std::filesystem::exists(target/"models"/"box.obj"));
+    EXPECT_FALSE(std::filesystem::exists(target/ProjectFile::CacheFolder/"baked.bin")) << "the cache is rebuilt, not copied";
+    EXPECT_EQ(std::filesystem::path{driver.shell.project().folder()}, target);
+    EXPECT_FALSE(driver.shell.hasUnsavedChanges());
+    ProjectFile copy;
+    ASSERT_TRUE(copy.load(target.string()));
+    EXPECT_TRUE(copy.section<ObjectRecord>().contains(ResourceId{3}));
+
+    // A folder that already holds a project is not overwritten.
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(driver.shell.saveProjectAs(source.string()));
+    EXPECT_TRUE(errors.contains("already holds a project")) << errors.text();
+}
+
+TEST(EditorShellTest, NewProjectStartsEmptyWithNoHistory) {
+    const std::filesystem::path from = makeProject("new-from");
+    ShellDriver driver{from};
+    const RecordAccess crate = driver.shell.project().section<ObjectRecord>()[ResourceId{1}];
+    driver.shell.changeManager().pushChange(crate[Model::Object::Name], std::string_view{"Box"});
+    driver.shell.changeManager().commit();
+    driver.shell.selection().select(ResourceId{1});
+    const std::filesystem::path folder = from.parent_path()/"brand-new";
+    std::filesystem::remove_all(folder);
+    ASSERT_TRUE(driver.shell.newProject(folder.string()));
+    EXPECT_TRUE(driver.shell.project().section<ObjectRecord>().resourceIds().empty());
+    EXPECT_EQ(driver.shell.changeManager().undoCount(), 0u);
+    EXPECT_TRUE(driver.shell.selection().empty());
+    driver.frame();
 }
 
 }
