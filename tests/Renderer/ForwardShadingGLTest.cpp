@@ -4,6 +4,7 @@
 
 #include "Gfx/GLTestFixture.h"
 #include "Gfx/Log.h"
+#include "Renderer/DataTextures.h"
 #include "Renderer/DefaultPipelines.h"
 #include "Renderer/InternalShaders.h"
 #include "Renderer/RendererState.h"
@@ -20,7 +21,7 @@ using Shaders::LightUniforms;
 namespace {
 
 constexpr int Size = 32;
-constexpr int TransformationsWidth = 64;
+constexpr std::size_t ObjectCount = 300;
 constexpr int MaterialRows = 4;
 // Constant radiance L projects onto the first SH coefficient as L*2*sqrt(pi).
 constexpr float ShConstant = 3.5449077f;
@@ -42,22 +43,9 @@ protected:
         probeUbo.upload();
 
         // Every object at the identity, using material 0.
-        std::vector<Vector4> texels(TransformationsWidth*16, Vector4{0.0f});
-        for(std::size_t o = 0; o*3 + 2 < texels.size(); ++o) {
-            texels[o*3] = {0, 0, 0, 1};
-            texels[o*3 + 2] = {1, 1, 1, std::bit_cast<float>(0u)};
-        }
-        glGenTextures(2, textures);
-        glBindTexture(GL_TEXTURE_2D, textures[0]);
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, TransformationsWidth, 16, 0, GL_RGBA, GL_FLOAT, texels.data());
-        glBindTexture(GL_TEXTURE_2D, textures[1]);
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, Shaders::MaterialDefinition::SlotCount, MaterialRows, 0, GL_RGBA, GL_FLOAT, nullptr);
-        for(GLuint t: textures) {
-            glBindTexture(GL_TEXTURE_2D, t);
-            glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-            glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-        }
-        glBindTexture(GL_TEXTURE_2D, 0);
+        transformations.resize(ObjectCount);
+        for(std::size_t o = 0; o != ObjectCount; ++o) transformations.setTransformation(o, {}, Vector3{1.0f}, 0);
+        materials.resize(MaterialRows);
 
         const float quad[]{  // position, normal, uv
             -1, -1, 0, 0, 0, 1, 0, 0,   1, -1, 0, 0, 0, 1, 1, 0,   1, 1, 0, 0, 0, 1, 1, 1,
@@ -82,15 +70,12 @@ protected:
             state->bindVertexArray(0);
             state->useProgram(0);
             for(UnsignedInt b = 0; b != 4; ++b) state->bindUniformBuffer(b, 0);
-            RendererState::notifyTextureDeleted(textures[0]);
-            RendererState::notifyTextureDeleted(textures[1]);
             for(UnsignedInt unit: {Shaders::TransformationsUnit, Shaders::MaterialsUnit})
                 state->bindTexture(unit, RendererState::TextureTarget::Texture2D, 0);
             state->bindFramebuffer(0);
         }
         glDeleteVertexArrays(1, &vao);
         glDeleteBuffers(1, &vbo);
-        glDeleteTextures(2, textures);
         target.reset();
         GLTestFixture::TearDown();
     }
@@ -100,13 +85,7 @@ protected:
         viewUbo.upload();
     }
 
-    void setMaterial(UnsignedInt row, const Data::Material& material) {
-        glBindTexture(GL_TEXTURE_2D, textures[1]);
-        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, GLint(row), Shaders::MaterialDefinition::SlotCount, 1, GL_RGBA, GL_FLOAT,
-                        material.values.data());
-        glBindTexture(GL_TEXTURE_2D, 0);
-        state->resync();
-    }
+    void setMaterial(UnsignedInt row, const Data::Material& material) { materials.setMaterial(row, material); }
 
     // The mesh has no object-id array, so every vertex reads the attribute's current value.
     static void setObjectId(UnsignedInt id) { glVertexAttribI4ui(4, id, 0, 0, 0); }
@@ -142,8 +121,10 @@ protected:
         viewUbo.bind(*state);
         lightUbo.bind(*state);
         probeUbo.bind(*state);
-        state->bindTexture(Shaders::TransformationsUnit, RendererState::TextureTarget::Texture2D, textures[0]);
-        state->bindTexture(Shaders::MaterialsUnit, RendererState::TextureTarget::Texture2D, textures[1]);
+        transformations.upload();
+        materials.upload();
+        transformations.bind(*state, Shaders::TransformationsUnit);
+        materials.bind(*state, Shaders::MaterialsUnit);
         program.use(*state);
         state->bindVertexArray(vao);
         glDrawArrays(GL_TRIANGLES, 0, vertices);
@@ -161,7 +142,8 @@ protected:
     ViewUniformBuffer viewUbo;
     LightUniformBuffer lightUbo;
     ProbeVolumeUniformBuffer probeUbo;
-    GLuint textures[2]{};  // transformations, materials
+    TransformationsTexture transformations;
+    MaterialTexture materials;
     GLuint vao = 0, vbo = 0;
     Shaders::FrameUniforms frame;
 };
@@ -388,21 +370,10 @@ TEST_F(ForwardShadingGLTest, TexturesComeFromTheAtlas) {
     atlas.finishUploads();
 
     // Texture id t shows atlas slot t - 1; id 0 means no texture.
-    std::vector<Vector4> bounds(16, Vector4{0.0f});
-    for(UnsignedInt slot = 0; slot != atlas.textureCount(); ++slot) {
-        const auto texels = atlas.boundsTexels(slot);
-        bounds[(slot + 1)*2] = texels[0];
-        bounds[(slot + 1)*2 + 1] = texels[1];
-    }
-    GLuint boundsTexture = 0;
-    glGenTextures(1, &boundsTexture);
-    glBindTexture(GL_TEXTURE_2D, boundsTexture);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, 16, 1, 0, GL_RGBA, GL_FLOAT, bounds.data());
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glBindTexture(GL_TEXTURE_2D, 0);
-    state->resync();
-    atlas.bind(*state, Shaders::TextureAtlasUnit);
-    state->bindTexture(Shaders::TextureBoundsUnit, RendererState::TextureTarget::Texture2D, boundsTexture);
+    TextureBoundsTexture bounds;
+    bounds.resize(atlas.textureCount() + 1);
+    for(UnsignedInt slot = 0; slot != atlas.textureCount(); ++slot) bounds.setBounds(slot + 1, atlas.boundsTexels(slot));
+    bounds.upload();
 
     const Shaders::MaterialDefinition& definition = program.materialDefinition();
     const UnsignedInt texture = UnsignedInt(definition.paramIndex("colorTexture"));
@@ -420,14 +391,13 @@ TEST_F(ForwardShadingGLTest, TexturesComeFromTheAtlas) {
         definition.setInteger(material, texture, c.textureId);
         setMaterial(0, material);
         atlas.bind(*state, Shaders::TextureAtlasUnit);
-        state->bindTexture(Shaders::TextureBoundsUnit, RendererState::TextureTarget::Texture2D, boundsTexture);
+        bounds.bind(*state, Shaders::TextureBoundsUnit);
         const Image image = render(program, {});
         // Bilinear filtering across quadrant edges; the samples sit a texel away from them.
         for(const Sample& s: c.samples) EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, s.at, s.expected, 3));
     }
     state->bindTexture(Shaders::TextureAtlasUnit, RendererState::TextureTarget::Texture2DArray, 0);
     state->bindTexture(Shaders::TextureBoundsUnit, RendererState::TextureTarget::Texture2D, 0);
-    glDeleteTextures(1, &boundsTexture);
 }
 
 TEST_F(ForwardShadingGLTest, FullScreenPassKnowsTheViewport) {
