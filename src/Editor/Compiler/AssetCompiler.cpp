@@ -1,0 +1,683 @@
+#include "Editor/Compiler/AssetCompiler.h"
+
+// [SECTION] Driving the passes
+// [SECTION] Shaders and pipelines
+// [SECTION] Images and textures
+// [SECTION] Materials
+// [SECTION] Meshes, fonts and animations
+// [SECTION] Probes
+// Objects and their components are in CompileObjects.cpp.
+
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "Editor/Compiler/FontLoader.h"
+#include "Editor/Data/EditorData.h"
+#include "Editor/Import/SceneImporter.h"
+#include "Gfx/ImageConversion.h"
+#include "Gfx/Log.h"
+#include "Gfx/MeshTools.h"
+#include "Gfx/Primitives/Primitives.h"
+#include "Renderer/DefaultPipelines.h"
+#include "Renderer/InlineIncludes.h"
+#include "Renderer/InternalShaders.h"
+
+namespace ArdentisEngine {
+
+namespace fs = std::filesystem;
+using Data::SceneCategory;
+
+namespace {
+
+constexpr std::uint32_t bit(SceneCategory c) { return 1u << unsigned(c); }
+
+template<class T> void fitTo(std::vector<T>& v, const SlotTable& table) {
+    if(v.size() < table.size()) v.resize(table.size());
+}
+
+// "meshes/3" -> 3 for the prefix "meshes/"; nothing for other forms.
+std::optional<std::size_t> indexedResource(std::string_view resource, std::string_view prefix) {
+    if(!resource.starts_with(prefix)) return {};
+    resource.remove_prefix(prefix.size());
+    std::size_t index = 0;
+    const auto [end, error] = std::from_chars(resource.data(), resource.data() + resource.size(), index);
+    if(error != std::errc{} || end != resource.data() + resource.size()) return {};
+    return index;
+}
+
+// Built-in shapes that mesh records can name with a "primitive" field instead of a source.
+std::optional<MeshData> primitiveMesh(std::string_view name) {
+    using namespace Primitives;
+    if(name == "cube") return cubeSolid();
+    if(name == "sphere") return uvSphereSolid(16, 32, UVSphereFlag::TextureCoordinates);
+    if(name == "plane") return planeSolid(PlaneFlag::TextureCoordinates);
+    if(name == "cylinder") return cylinderSolid(1, 32, 1.0f, CylinderFlag::CapEnds | CylinderFlag::TextureCoordinates);
+    if(name == "cone") return coneSolid(1, 32, 1.0f, ConeFlag::CapEnd);
+    return {};
+}
+
+}
+
+AssetCompiler::AssetCompiler(ProjectFile& project, Data::Scene& scene): _project{&project}, _scene{&scene} {
+    addProbeCompiler("environment", [](AssetCompiler& compiler, Data::Scene& s) { return compiler.compileEnvironmentProbe(s); });
+}
+
+AssetCompiler::AssetCompiler(EditorData& data): AssetCompiler{data.projectFile(), data.scene().main()} {}
+
+AssetCompiler::~AssetCompiler() = default;
+
+// [SECTION] Driving the passes
+
+bool AssetCompiler::moved(ChangeCategory category) const {
+    return _first || _project->stamp(category) != _seen[std::size_t(category)];
+}
+
+bool AssetCompiler::recordChanged(std::map<std::uint32_t, std::string>& texts, const RecordAccess& record, bool force) {
+    const JsonValue* json = record.json();
+    std::string text = json ? writeJson(*json) : std::string{};
+    std::string& previous = texts[record.id().value];
+    if(!force && previous == text) return false;
+    previous = std::move(text);
+    return true;
+}
+
+void AssetCompiler::markCompiled(SceneCategory category, std::uint32_t count) {
+    _counts[std::size_t(category)] += count;
+    _compiledMask |= bit(category);
+}
+
+std::uint32_t AssetCompiler::compile() {
+    compileCategories(true, false);
+    return _compiledMask;
+}
+
+void AssetCompiler::compileObjects(bool all) { compileCategories(true, all); }
+
+void AssetCompiler::compileCategories(bool objects, bool allObjects) {
+    _counts.fill(0);
+    _compiledMask = 0;
+
+    const bool files = moved(ChangeCategory::Files);
+    if(files) _sceneFiles.clear();
+
+    // Each pass reports whether any slot changed, so that what depends on it looks again.
+    const bool shaders = moved(ChangeCategory::Shaders);
+    const std::uint32_t before = _compiledMask;
+    if(shaders) compileShaders(false);
+    const bool shadersChanged = _compiledMask != before;
+    if(shaders) compilePipelines(shadersChanged);
+    const bool pipelinesChanged = _compiledMask & bit(SceneCategory::Pipelines);
+
+    const bool imageSettings = moved(ChangeCategory::ImageSettings);
+    if(moved(ChangeCategory::Images) || imageSettings) compileImages(imageSettings);
+    const bool imagesChanged = _compiledMask & bit(SceneCategory::Images);
+    if(moved(ChangeCategory::Textures) || imagesChanged) compileTextures(imagesChanged);
+    const bool texturesChanged = _compiledMask & bit(SceneCategory::Textures);
+    if(moved(ChangeCategory::Materials) || pipelinesChanged || texturesChanged)
+        compileMaterials(pipelinesChanged || texturesChanged);
+    const bool materialsChanged = _compiledMask & bit(SceneCategory::Materials);
+
+    if(moved(ChangeCategory::Meshes) || files) compileMeshes(files);
+    const bool meshesChanged = _compiledMask & bit(SceneCategory::Meshes);
+    if(moved(ChangeCategory::Fonts)) compileFonts(false);
+    const bool fontsChanged = _compiledMask & bit(SceneCategory::Fonts);
+    if(moved(ChangeCategory::Animations) || files) compileAnimations(files);
+    const bool animationsChanged = _compiledMask & bit(SceneCategory::Animations);
+
+    const bool dependencies = meshesChanged || materialsChanged || fontsChanged || animationsChanged;
+    const bool objectRecords = moved(ChangeCategory::Objects) || moved(ChangeCategory::Lights) ||
+        moved(ChangeCategory::Texts) || moved(ChangeCategory::Physics);
+    if(objects && (allObjects || objectRecords || dependencies))
+        compileObjectRecords(allObjects, dependencies);
+
+    _seen = {};
+    for(std::size_t c = 0; c != _seen.size(); ++c) _seen[c] = _project->stamp(ChangeCategory(c));
+    _first = false;
+    _scene->markChanged(_compiledMask);
+}
+
+// [SECTION] Shaders and pipelines
+
+std::optional<std::string> AssetCompiler::readProjectText(const std::string& file, std::string_view who) {
+    const fs::path path = _project->absolutePath(file);
+    std::ifstream in{path, std::ios::binary};
+    if(!in) {
+        Log::error("{}: cannot read {}", who, path.string());
+        return {};
+    }
+    std::ostringstream out;
+    out << in.rdbuf();
+    return out.str();
+}
+
+void AssetCompiler::compileShaders(bool force) {
+    ProjectSection section{*_project, ShaderRecord::Section};
+    std::uint32_t count = 0;
+    for(ResourceId id: section.resourceIds()) {
+        const RecordAccess record = section.record(id);
+        if(!recordChanged(_shaderTexts, record, force)) continue;
+        const std::string name = record[Model::Shader::Name].value();
+        const std::string file = record[Model::Shader::File].value();
+        const std::string who = fmt::format("Shader {} ({})", id.value, name);
+        // A file of the project first; otherwise a file of the engine's own shader group, so that
+        // projects can name "Phong.frag" without carrying a copy.
+        std::optional<std::string> source;
+        if(file.empty()) Log::error("{}: names no file", who);
+        else if(fs::is_regular_file(_project->absolutePath(file))) source = readProjectText(file, who);
+        else if(std::optional<std::string> internal = Shaders::internalShaderFile(file)) source = std::move(internal);
+        else Log::error("{}: {} not found", who, _project->absolutePath(file));
+        if(!source) {
+            _shaderTexts.erase(id.value);
+            continue;
+        }
+        const std::uint16_t slot = _shaders.assign(id);
+        if(!slot) { Log::error("{}: too many shaders", who); continue; }
+        fitTo(_scene->shaders, _shaders);
+        Data::ShaderData& shader = _scene->shaders[slot];
+        shader.header.kind = std::uint8_t(record[Model::Shader::Kind].value());
+        shader.header.role = std::uint8_t(record[Model::Shader::Role].value());
+        shader.name = name;
+        shader.source = std::move(*source);
+        ++count;
+    }
+    for(std::uint16_t slot: _shaders.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+        _scene->shaders[slot] = {};
+        ++count;
+    }
+    std::erase_if(_shaderTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
+    if(count) {
+        markCompiled(SceneCategory::Shaders, count);
+    }
+}
+
+void AssetCompiler::compilePipelines(bool force) {
+    ProjectSection section{*_project, PipelineRecord::Section};
+    ProjectSection shaders{*_project, ShaderRecord::Section};
+    // Includes resolve against the project's shaders by record name and by file, then the engine's.
+    std::unordered_map<std::string, std::string> files;
+    for(const auto& [id, slot]: _shaders.slots()) {
+        const Data::ShaderData& shader = _scene->shaders[slot];
+        files.emplace(shader.name, shader.source);
+        files.emplace(shaders.record(ResourceId{id})[Model::Shader::File].value(), shader.source);
+    }
+
+    std::uint32_t count = 0;
+    for(ResourceId id: section.resourceIds()) {
+        const RecordAccess record = section.record(id);
+        if(!recordChanged(_pipelineTexts, record, force)) continue;
+        const std::string name = record[Model::Pipeline::Name].value();
+        const std::string who = fmt::format("Pipeline {} ({})", id.value, name);
+        auto fail = [&] { _pipelineTexts.erase(id.value); };
+
+        const ResourceId fragmentId = record[Model::Pipeline::Shader].value();
+        const ResourceId vertexId = record[Model::Pipeline::VertexShader].value();
+        const Shaders::PipelineDescription* builtIn = Shaders::findDefaultPipeline(name);
+        std::string fragmentSource, fragmentName, shaderName;
+        if(fragmentId) {
+            const std::uint16_t fragmentSlot = _shaders.find(fragmentId);
+            if(!fragmentSlot) {
+                Log::error("{}: its shader {} is not compiled", who, fragmentId.value);
+                fail();
+                continue;
+            }
+            fragmentSource = _scene->shaders[fragmentSlot].source;
+            shaderName = _scene->shaders[fragmentSlot].name;
+            fragmentName = shaders.record(fragmentId)[Model::Shader::File].value();
+        } else if(builtIn) {
+            // A pipeline named after a built-in one draws with the engine's shader.
+            std::optional<std::string> source = Shaders::internalShaderFile(builtIn->fragmentShader);
+            if(!source) { Log::error("{}: the engine has no {}", who, builtIn->fragmentShader); fail(); continue; }
+            fragmentSource = std::move(*source);
+            fragmentName = builtIn->fragmentShader;
+            shaderName = fs::path{fragmentName}.stem().string();
+        } else {
+            Log::error("{}: names no shader", who);
+            fail();
+            continue;
+        }
+        if(vertexId && !_shaders.find(vertexId)) {
+            Log::error("{}: its vertex shader {} is not compiled", who, vertexId.value);
+            fail();
+            continue;
+        }
+
+        std::optional<Utils::InlinedSource> inlined = Utils::inlineIncludes(fragmentSource, fragmentName, files);
+        if(!inlined) { fail(); continue; }
+        std::optional<Shaders::MaterialDefinition> definition = Shaders::MaterialDefinition::parse(inlined->text, inlined->files, 0);
+        if(!definition) { fail(); continue; }
+
+        const std::uint16_t slot = _pipelines.assign(id);
+        if(!slot) { Log::error("{}: too many pipelines", who); fail(); continue; }
+        fitTo(_scene->pipelines, _pipelines);
+        fitTo(_definitions, _pipelines);
+        fitTo(_pipelineShaderNames, _pipelines);
+        if(_pipelineTransparent.size() < _pipelines.size()) _pipelineTransparent.resize(_pipelines.size());
+
+        const bool transparent = record[Model::Pipeline::Transparent].value();
+        Data::PipelineType type = builtIn ? builtIn->pipeline.type : Data::PipelineType::Opaque;
+        if(transparent) type = Data::PipelineType::Transparent;
+        Data::PipelineData& pipeline = _scene->pipelines[slot];
+        pipeline.name = name;
+        pipeline.fragmentShader = _shaders.find(fragmentId);
+        pipeline.vertexShader = _shaders.find(vertexId);
+        // The low byte holds the pass the pipeline draws in (Data::PipelineType).
+        pipeline.header = std::uint32_t(type);
+        pipeline.enabledFeatures = 0;
+        pipeline.present = true;
+        _definitions[slot] = std::move(definition);
+        _pipelineShaderNames[slot] = shaderName;
+        _pipelineTransparent[slot] = transparent || type == Data::PipelineType::Transparent;
+        ++count;
+    }
+    for(std::uint16_t slot: _pipelines.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+        _scene->pipelines[slot] = {};
+        _definitions[slot].reset();
+        _pipelineShaderNames[slot].clear();
+        ++count;
+    }
+    std::erase_if(_pipelineTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
+    if(count) {
+        markCompiled(SceneCategory::Pipelines, count);
+        _compiledMask |= bit(SceneCategory::Shaders);
+    }
+}
+
+const Shaders::MaterialDefinition* AssetCompiler::materialDefinition(std::uint16_t pipeline) const {
+    return pipeline < _definitions.size() && _definitions[pipeline] ? &*_definitions[pipeline] : nullptr;
+}
+
+// [SECTION] Images and textures
+
+void AssetCompiler::compileImages(bool force) {
+    ProjectSection section{*_project, ImageRecord::Section};
+    const std::uint32_t maxSize = _project->settings()[Model::Settings::MaxImageSize].value();
+    std::uint32_t count = 0;
+    for(ResourceId id: section.resourceIds()) {
+        const RecordAccess record = section.record(id);
+        if(!recordChanged(_imageTexts, record, force)) continue;
+        const std::string name = record[Model::Image::Name].value();
+        const std::string file = record[Model::Image::File].value();
+        auto fail = [&] { _imageTexts.erase(id.value); };
+        if(file.empty()) { Log::error("Image {} ({}): names no file", id.value, name); fail(); continue; }
+        const std::string path = _project->absolutePath(file);
+        if(!fs::is_regular_file(path)) { Log::error("Image {} ({}): {} not found", id.value, name, path); fail(); continue; }
+        AbstractImageImporter* importer = _plugins.importer("AnyImageImporter");
+        // The importer's own message names the file and the reason.
+        if(!importer || !importer->openFile(path)) { fail(); continue; }
+        std::optional<Image> image = importer->image2D();
+        importer->close();
+        if(!image) { fail(); continue; }
+
+        const Vector2i size = image->size();
+        if(maxSize && std::uint32_t(std::max(size.x, size.y)) > maxSize) {
+            const float scale = float(maxSize)/float(std::max(size.x, size.y));
+            const Vector2i target = glm::max(Vector2i{1}, Vector2i{Vector2(size)*scale});
+            if(AbstractImageConverter* resize = _plugins.converter("StbResizeImageConverter")) {
+                resize->configuration().setValue("size", fmt::format("{} {}", target.x, target.y));
+                if(std::optional<Image> smaller = resize->convert(image->view())) image = std::move(smaller);
+            }
+        }
+
+        const std::uint16_t slot = _images.assign(id);
+        if(!slot) { Log::error("Image {} ({}): too many images", id.value, name); fail(); continue; }
+        fitTo(_scene->images, _images);
+        Data::ImageData& data = _scene->images[slot];
+        data = {};
+        data.pixels = std::move(image);
+        data.name = name;
+        ++count;
+    }
+    for(std::uint16_t slot: _images.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+        _scene->images[slot] = {};
+        ++count;
+    }
+    std::erase_if(_imageTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
+    if(_scene->streamedImages.size() < _scene->images.size()) _scene->streamedImages.resize(_scene->images.size());
+    if(count) markCompiled(SceneCategory::Images, count);
+}
+
+void AssetCompiler::compileTextures(bool force) {
+    ProjectSection section{*_project, TextureRecord::Section};
+    std::uint32_t count = 0;
+    for(ResourceId id: section.resourceIds()) {
+        const RecordAccess record = section.record(id);
+        if(!recordChanged(_textureTexts, record, force)) continue;
+        const std::uint16_t slot = _textures.assign(id);
+        if(!slot) { Log::error("Texture {}: too many textures", id.value); _textureTexts.erase(id.value); continue; }
+        fitTo(_scene->textures, _textures);
+        Data::TextureData& texture = _scene->textures[slot];
+        texture.id = slot;
+        // An image that failed to compile leaves the texture without one; it was reported then.
+        texture.image = _images.find(record[Model::Texture::Image].value());
+        texture.samplerFlags = (record[Model::Texture::Repeat].value() ? SamplerRepeat : 0) |
+            (record[Model::Texture::Filter].value() ? SamplerLinear : 0);
+        ++count;
+    }
+    for(std::uint16_t slot: _textures.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+        _scene->textures[slot] = {};
+        ++count;
+    }
+    std::erase_if(_textureTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
+    if(count) markCompiled(SceneCategory::Textures, count);
+}
+
+// [SECTION] Materials
+
+void AssetCompiler::compileMaterials(bool force) {
+    ProjectSection section{*_project, MaterialRecord::Section};
+    std::uint32_t count = 0;
+    for(ResourceId id: section.resourceIds()) {
+        const RecordAccess record = section.record(id);
+        if(!recordChanged(_materialTexts, record, force)) continue;
+        const std::string name = record[Model::Material::Name].value();
+        const std::string who = fmt::format("Material {} ({})", id.value, name);
+        const ResourceId pipelineId = record[Model::Material::Pipeline].value();
+        const std::uint16_t pipeline = _pipelines.find(pipelineId);
+        if(pipelineId && !pipeline) Log::error("{}: its pipeline {} is not compiled", who, pipelineId.value);
+
+        Data::MaterialData material;
+        material.name = name;
+        material.pipeline = pipeline;
+        if(const Shaders::MaterialDefinition* definition = materialDefinition(pipeline)) {
+            Data::Material packed = definition->defaults();
+            const std::string& shaderName = _pipelineShaderNames[pipeline];
+            const JsonValue* values = record.access(shaderName).json();
+            if(values && values->IsObject()) for(const auto& member: values->GetObject()) {
+                const std::string param{member.name.GetString(), member.name.GetStringLength()};
+                const int index = definition->paramIndex(param);
+                if(index < 0) {
+                    Log::error("{}: shader {} has no parameter {}", who, shaderName, param);
+                    continue;
+                }
+                const JsonValue& value = member.value;
+                const Shaders::MaterialParamType type = definition->paramType(unsigned(index));
+                const unsigned components = definition->paramComponents(unsigned(index));
+                if(type == Shaders::MaterialParamType::Texture) {
+                    if(!value.IsUint()) { Log::error("{}: {} must be a texture id", who, param); continue; }
+                    const ResourceId texture{value.GetUint()};
+                    const std::uint16_t slot = _textures.find(texture);
+                    if(texture && !slot) Log::error("{}: {} names texture {}, which does not exist", who, param, texture.value);
+                    definition->setInteger(packed, unsigned(index), slot);
+                } else if(type == Shaders::MaterialParamType::Int || type == Shaders::MaterialParamType::UnsignedInt) {
+                    if(!value.IsInt64()) { Log::error("{}: {} must be an integer", who, param); continue; }
+                    definition->setInteger(packed, unsigned(index), std::uint32_t(value.GetInt64()));
+                } else {
+                    Vector4 v{0.0f};
+                    bool valid = false;
+                    if(components == 1 && value.IsNumber()) {
+                        v.x = float(value.GetDouble());
+                        valid = true;
+                    } else if(value.IsArray() && value.Size() == components) {
+                        valid = true;
+                        for(unsigned i = 0; i != components; ++i) {
+                            if(!value[i].IsNumber()) { valid = false; break; }
+                            v[int(i)] = float(value[i].GetDouble());
+                        }
+                    }
+                    if(!valid) { Log::error("{}: {} must be {} number{}", who, param, components, components == 1 ? "" : "s"); continue; }
+                    definition->set(packed, unsigned(index), v);
+                }
+            }
+            material.parameters.assign(packed.values.begin(), packed.values.end());
+            for(unsigned index: definition->findTextureProperties())
+                material.textures.push_back(definition->getInteger(packed, index));
+            material.alphaBlended = _pipelineTransparent[pipeline];
+        }
+
+        const std::uint16_t slot = _materials.assign(id);
+        if(!slot) { Log::error("{}: too many materials", who); _materialTexts.erase(id.value); continue; }
+        fitTo(_scene->materials, _materials);
+        _scene->materials[slot] = std::move(material);
+        ++count;
+    }
+    for(std::uint16_t slot: _materials.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+        _scene->materials[slot] = {};
+        ++count;
+    }
+    std::erase_if(_materialTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
+    if(count) markCompiled(SceneCategory::Materials, count);
+}
+
+// [SECTION] Meshes, fonts and animations
+
+std::shared_ptr<const ImportedSceneCache> AssetCompiler::sceneFile(const std::string& file, std::string_view who) {
+    if(auto found = _sceneFiles.find(file); found != _sceneFiles.end()) {
+        if(!found->second) Log::error("{}: {} could not be imported", who, _project->absolutePath(file));
+        return found->second;
+    }
+    // Read the file ourselves rather than borrow the importer's cache: the compiled scene keeps
+    // pieces of it, and the importer may replace its cache at any time.
+    ImportedFile imported;
+    std::string error;
+    const std::string path = _project->absolutePath(file);
+    std::shared_ptr<const ImportedSceneCache> cache;
+    if(!fs::is_regular_file(path)) Log::error("{}: {} not found", who, path);
+    else if(!importSceneFile(path, imported, error)) Log::error("{}: cannot import {}: {}", who, path, error);
+    else cache = std::make_shared<const ImportedSceneCache>(std::move(imported.cache));
+    // Failures are remembered too, so that ten meshes of one broken file give one line each
+    // without importing it ten times.
+    _sceneFiles.emplace(file, cache);
+    return cache;
+}
+
+void AssetCompiler::compileMeshes(bool force) {
+    ProjectSection section{*_project, MeshRecord::Section};
+    std::uint32_t count = 0;
+    bool morphTargets = false;
+    for(ResourceId id: section.resourceIds()) {
+        const RecordAccess record = section.record(id);
+        if(!recordChanged(_meshTexts, record, force)) continue;
+        const std::string name = record[Model::Mesh::Name].value();
+        const std::string who = fmt::format("Mesh {} ({})", id.value, name);
+        auto fail = [&] { _meshTexts.erase(id.value); };
+
+        MeshData data;
+        Data::MorphTargetSet morph;
+        MeshSkin skin;
+        if(const std::string primitive = record.access("primitive").as<std::string>(); !primitive.empty()) {
+            std::optional<MeshData> made = primitiveMesh(primitive);
+            if(!made) { Log::error("{}: unknown primitive {}", who, primitive); fail(); continue; }
+            data = std::move(*made);
+        } else {
+            const FileLink link = record[Model::Mesh::Source].value();
+            if(link.file.empty()) { Log::error("{}: has neither a source nor a primitive", who); fail(); continue; }
+            std::shared_ptr<const ImportedSceneCache> file = sceneFile(link.file, who);
+            if(!file) { fail(); continue; }
+            std::optional<std::size_t> index = indexedResource(link.resource, "meshes/");
+            if(!index) for(std::size_t i = 0; i != file->meshes.size(); ++i)
+                if(file->meshes[i].name == link.resource) { index = i; break; }
+            if(!index || *index >= file->meshes.size()) {
+                Log::error("{}: {} has no mesh {}", who, _project->absolutePath(link.file), link.resource);
+                fail();
+                continue;
+            }
+            const ImportedSceneCache::Mesh& mesh = file->meshes[*index];
+            data = mesh.data;
+            morph = mesh.morphTargets;
+            if(mesh.skin >= 0 && std::size_t(mesh.skin) < file->skins.size()) {
+                skin.inverseBindMatrices = file->skins[mesh.skin].inverseBindMatrices;
+                skin.skinned = true;
+            }
+        }
+        if(std::string why; !data.isValid(&why)) {
+            Log::error("{}: invalid mesh data: {}", who, why);
+            fail();
+            continue;
+        }
+
+        const std::uint16_t slot = _meshes.assign(id);
+        if(!slot) { Log::error("{}: too many meshes", who); fail(); continue; }
+        fitTo(_scene->meshData, _meshes);
+        fitTo(_scene->meshBoundingSpheres, _meshes);
+        fitTo(_scene->morphTargetSets, _meshes);
+        _scene->meshBoundingSpheres[slot] = MeshTools::boundingSphere(data);
+        _scene->meshData[slot] = std::move(data);
+        morphTargets |= morph.targetCount != 0 || _scene->morphTargetSets[slot].targetCount != 0;
+        _scene->morphTargetSets[slot] = std::move(morph);
+        _meshSkins[slot] = std::move(skin);
+        ++count;
+    }
+    for(std::uint16_t slot: _meshes.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+        _scene->meshData[slot] = {};
+        _scene->meshBoundingSpheres[slot] = {};
+        morphTargets |= _scene->morphTargetSets[slot].targetCount != 0;
+        _scene->morphTargetSets[slot] = {};
+        _meshSkins.erase(slot);
+        ++count;
+    }
+    std::erase_if(_meshTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
+    if(count) markCompiled(SceneCategory::Meshes, count);
+    if(morphTargets) markCompiled(SceneCategory::MorphTargets);
+}
+
+void AssetCompiler::compileFonts(bool force) {
+    ProjectSection section{*_project, FontRecord::Section};
+    std::uint32_t count = 0;
+    for(ResourceId id: section.resourceIds()) {
+        const RecordAccess record = section.record(id);
+        if(!recordChanged(_fontTexts, record, force)) continue;
+        const std::string name = record[Model::Font::Name].value();
+        const std::string file = record[Model::Font::File].value();
+        auto fail = [&] { _fontTexts.erase(id.value); };
+        if(file.empty()) { Log::error("Font {} ({}): names no file", id.value, name); fail(); continue; }
+        const std::string path = _project->absolutePath(file);
+        std::string error;
+        std::optional<Data::FontData> font = loadFontFile(path, error);
+        if(!font) { Log::error("Font {} ({}): {}: {}", id.value, name, path, error); fail(); continue; }
+        if(!name.empty()) font->name = name;
+        const std::uint16_t slot = _fonts.assign(id);
+        if(!slot) { Log::error("Font {} ({}): too many fonts", id.value, name); fail(); continue; }
+        fitTo(_scene->fonts, _fonts);
+        _scene->fonts[slot] = std::move(*font);
+        ++count;
+    }
+    for(std::uint16_t slot: _fonts.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+        _scene->fonts[slot] = {};
+        ++count;
+    }
+    std::erase_if(_fontTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
+    if(count) markCompiled(SceneCategory::Fonts, count);
+}
+
+void AssetCompiler::compileAnimations(bool force) {
+    ProjectSection section{*_project, AnimationRecord::Section};
+    std::uint32_t count = 0;
+    for(ResourceId id: section.resourceIds()) {
+        const RecordAccess record = section.record(id);
+        if(!recordChanged(_animationTexts, record, force)) continue;
+        const std::string name = record[Model::Animation::Name].value();
+        const std::string who = fmt::format("Animation {} ({})", id.value, name);
+        auto fail = [&] { _animationTexts.erase(id.value); };
+        const FileLink link = record[Model::Animation::Source].value();
+        if(link.file.empty()) { Log::error("{}: has no source", who); fail(); continue; }
+        std::shared_ptr<const ImportedSceneCache> file = sceneFile(link.file, who);
+        if(!file) { fail(); continue; }
+        std::optional<std::size_t> index = indexedResource(link.resource, "animations/");
+        if(!index) for(std::size_t i = 0; i != file->animations.size(); ++i)
+            if(file->animations[i].name == link.resource) { index = i; break; }
+        if(!index || *index >= file->animations.size()) {
+            Log::error("{}: {} has no animation {}", who, _project->absolutePath(link.file), link.resource);
+            fail();
+            continue;
+        }
+
+        AnimationSource source;
+        source.data = std::make_shared<const Data::AnimationData>(file->animations[*index]);
+        // Tracks name objects of the file by index; keep the names (and their parents') that the
+        // targets are found by among the project's objects.
+        std::vector<std::uint32_t> parents(file->objectCount(), ImportedSceneCache::NoParent);
+        for(const ImportedSceneCache::HierarchyEntry& e: file->hierarchy)
+            if(e.object < parents.size()) parents[e.object] = e.parent;
+        for(const Data::AnimationTrack& track: source.data->tracks) {
+            const bool known = track.target < file->objectCount();
+            source.targetNames.push_back(known ? file->names[track.target] : std::string{});
+            const std::uint32_t parent = known ? parents[track.target] : ImportedSceneCache::NoParent;
+            source.targetParentNames.push_back(parent < file->objectCount() ? file->names[parent] : std::string{});
+        }
+        const ValueAccess<void> events = record.access(Model::Animation::Events);
+        for(std::size_t i = 0; i != events.size(); ++i)
+            source.events.push_back({events[i][Model::AnimationEvent::Time].value(), events[i][Model::AnimationEvent::Name].value()});
+        source.name = name;
+        _animationSources[id.value] = std::move(source);
+        ++count;
+    }
+    for(auto it = _animationSources.begin(); it != _animationSources.end();) {
+        if(section.contains(ResourceId{it->first})) { ++it; continue; }
+        it = _animationSources.erase(it);
+        ++count;
+    }
+    std::erase_if(_animationTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
+    if(count) markCompiled(SceneCategory::Animations, count);
+}
+
+std::uint32_t AssetCompiler::animationInstance(ResourceId animation) const {
+    const auto found = _animationIndex.find(animation.value);
+    return found == _animationIndex.end() ? NoAnimation : found->second;
+}
+
+// [SECTION] Probes
+
+void AssetCompiler::addProbeCompiler(std::string name, ProbeCompiler compiler) {
+    for(auto& [existing, function]: _probeCompilers)
+        if(existing == name) { function = std::move(compiler); return; }
+    _probeCompilers.emplace_back(std::move(name), std::move(compiler));
+}
+
+void AssetCompiler::removeProbeCompiler(std::string_view name) {
+    std::erase_if(_probeCompilers, [name](const auto& entry) { return entry.first == name; });
+}
+
+std::vector<std::string> AssetCompiler::probeCompilerNames() const {
+    std::vector<std::string> out;
+    for(const auto& entry: _probeCompilers) out.push_back(entry.first);
+    return out;
+}
+
+bool AssetCompiler::compileProbes() {
+    bool all = true;
+    for(auto& [name, compiler]: _probeCompilers) all &= compiler(*this, *_scene);
+    return all;
+}
+
+bool AssetCompiler::compileEnvironmentProbe(Data::Scene& scene) {
+    const fs::path cache = _project->cachePath();
+    Data::ProbeData probe;
+    Vector2i levelSize{0};
+    for(std::uint32_t level = 0;; ++level) {
+        fs::path path;
+        const char* importerName = nullptr;
+        for(const auto& [extension, importer]: {std::pair{".hdr", "HdrImporter"}, std::pair{".png", "AnyImageImporter"}}) {
+            const fs::path candidate = cache/fmt::format("environment-mip-{}{}", level, extension);
+            if(fs::is_regular_file(candidate)) { path = candidate; importerName = importer; break; }
+        }
+        if(!importerName) break;
+        AbstractImageImporter* importer = _plugins.importer(importerName);
+        if(!importer || !importer->openFile(path.string())) return false;
+        std::optional<Image> image = importer->image2D();
+        importer->close();
+        if(!image) return false;
+        // Each level halves the one before; a file that breaks the chain is stale.
+        if(level && image->size() != glm::max(levelSize/2, Vector2i{1})) {
+            Log::error("Environment probe: {} is {}x{}, expected half of the level before", path.string(), image->size().x, image->size().y);
+            return false;
+        }
+        levelSize = image->size();
+        std::optional<Image> rgba = convertPixelFormat(image->view(), PixelFormat::RGBA32F);
+        if(!rgba) return false;
+        if(level == 0) probe.baseSize = std::uint32_t(levelSize.x);
+        const auto bytes = rgba->data();
+        probe.data.insert(probe.data.end(), bytes.begin(), bytes.end());
+        probe.header.levelCount = level + 1;
+    }
+    if(!probe.header.levelCount) {
+        Log::error("Environment probe: no baked levels in {}", cache.string());
+        return false;
+    }
+    scene.environmentProbe = std::move(probe);
+    scene.markChanged(SceneCategory::EnvironmentProbe);
+    return true;
+}
+
+}
