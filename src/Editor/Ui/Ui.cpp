@@ -149,10 +149,15 @@ template<class T> void Ui::record(const ValueAccess<void>& value, const T& newVa
         Log::error("Ui: no project is open, the edit of {} is dropped", value.path());
         return;
     }
-    // An edit that spans frames (typing, dragging) merges into one step of its own group.
+    // An edit that spans frames (typing, dragging) merges into one step of the group its widget
+    // started when it was activated; a one-off edit is a step of its own.
     if(!continuing) _changes->startChangeGroup();
     _changes->pushChange(value, newValue, continuing);
     _changes->commit();
+}
+
+void Ui::startGroupOnActivation() {
+    if(_changes && ImGui::IsItemActivated()) _changes->startChangeGroup();
 }
 
 bool Ui::inputText(const ValueAccess<void>& value) {
@@ -168,10 +173,12 @@ bool Ui::inputText(const ValueAccess<void>& value) {
 
 bool Ui::inputFloat(const ValueAccess<void>& value, float min, float max, float step, float fastStep) {
     float f = value.as<float>();
-    if(!ImGui::InputFloat(valueLabel(value).c_str(), &f, step, fastStep, "%.3f")) return false;
+    const bool edited = ImGui::InputFloat(valueLabel(value).c_str(), &f, step, fastStep, "%.3f");
+    startGroupOnActivation();
+    if(!edited) return false;
     f = std::clamp(f, min, max);
     if(value.exists() && value.as<float>() == f) return false;
-    record(value, f, ImGui::IsItemActive() && !ImGui::IsItemActivated());
+    record(value, f, ImGui::IsItemActive());
     return true;
 }
 

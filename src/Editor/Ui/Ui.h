@@ -104,6 +104,7 @@ public:
 
 private:
     template<class T> void record(const ValueAccess<void>& value, const T& newValue, bool continuing);
+    void startGroupOnActivation();
     void applyBindings(std::string_view group, std::vector<Shortcut>& shortcuts);
 
     ShortcutDispatcher _dispatcher;

@@ -125,6 +125,14 @@ TEST(EditorShellTest, OutlinerClickSelectsAndTranslationEditUndoesAndRedoes) {
     // Ctrl+Y is the other redo.
     driver.play(at(0, "key Ctrl+Y"), 3);
     EXPECT_EQ(driver.translation(1), edited);
+
+    // A second edit of the same field is a step of its own, not merged into the first.
+    driver.play(at(0, "click left " + field) + at(2, "click left " + field) + at(5, "key Ctrl+A") +
+                at(7, "text 9") + at(9, "key Enter"), 12);
+    EXPECT_FLOAT_EQ(driver.translation(1).x, 9.0f);
+    EXPECT_EQ(driver.shell.changeManager().undoCount(), 2u);
+    driver.play(at(0, "key Ctrl+Z"), 3);
+    EXPECT_EQ(driver.translation(1), edited);
 }
 
 TEST(EditorShellTest, DeleteInTheOutlinerTakesChildrenAlongAndUndoes) {

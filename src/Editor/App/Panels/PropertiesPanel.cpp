@@ -13,9 +13,22 @@
 
 namespace ArdentisEngine {
 
+namespace {
+
+// Called right after a widget that can edit over several frames: its edits from activation to
+// release form one change group, so that they merge into one step and nothing older.
+bool tracked(PanelContext& context, bool changed) {
+    if(ImGui::IsItemActivated()) context.changes.startChangeGroup();
+    return changed;
+}
+
+}
+
 template<class T> void PropertiesPanel::edit(PanelContext& context, const ValueAccess<void>& target, const T& value) {
-    if(ImGui::IsItemActivated() || !ImGui::IsItemActive()) context.changes.startChangeGroup();
-    context.changes.pushChange(target, value, true);
+    // A change while the widget is released (a typed value confirmed) is a step of its own.
+    const bool continuing = ImGui::IsItemActive();
+    if(!continuing) context.changes.startChangeGroup();
+    context.changes.pushChange(target, value, continuing);
     context.changes.commit();
 }
 
@@ -67,20 +80,20 @@ void PropertiesPanel::drawTransform(PanelContext& context, const RecordAccess& r
     const auto translation = record[Model::Object::Translation];
     Vector3 t = translation.value();
     ImGui::SetNextItemWidth(-90.0f);
-    if(ImGui::DragFloat3("Translation", &t.x, 0.05f, 0.0f, 0.0f, "%.3f")) edit(context, translation, t);
+    if(tracked(context, ImGui::DragFloat3("Translation", &t.x, 0.05f, 0.0f, 0.0f, "%.3f"))) edit(context, translation, t);
 
     // Shown as angles in degrees about X, Y and Z; stored as a quaternion.
     const auto rotation = record[Model::Object::Rotation];
     const Quaternion q = rotation.value();
     Vector3 angles = glm::degrees(glm::eulerAngles(q));
     ImGui::SetNextItemWidth(-90.0f);
-    if(ImGui::DragFloat3("Rotation", &angles.x, 0.5f, 0.0f, 0.0f, "%.2f"))
+    if(tracked(context, ImGui::DragFloat3("Rotation", &angles.x, 0.5f, 0.0f, 0.0f, "%.2f")))
         edit(context, rotation, glm::normalize(Quaternion{glm::radians(angles)}));
 
     const auto scaling = record[Model::Object::Scaling];
     Vector3 s = scaling.value();
     ImGui::SetNextItemWidth(-90.0f);
-    if(ImGui::DragFloat3("Scaling", &s.x, 0.01f, 0.0f, 0.0f, "%.3f")) edit(context, scaling, s);
+    if(tracked(context, ImGui::DragFloat3("Scaling", &s.x, 0.01f, 0.0f, 0.0f, "%.3f"))) edit(context, scaling, s);
     ImGui::PopID();
 }
 
@@ -144,7 +157,7 @@ bool PropertiesPanel::drawValue(PanelContext& context, const ValueAccess<void>& 
         }
     } else if(json->IsNumber()) {
         float f = float(json->GetDouble());
-        if((changed = ImGui::DragFloat(name.c_str(), &f, 0.01f))) edit(context, value, f);
+        if((changed = tracked(context, ImGui::DragFloat(name.c_str(), &f, 0.01f)))) edit(context, value, f);
     } else if(json->IsString()) {
         std::array<char, 512> buffer{};
         std::strncpy(buffer.data(), json->GetString(), buffer.size() - 1);
@@ -156,11 +169,11 @@ bool PropertiesPanel::drawValue(PanelContext& context, const ValueAccess<void>& 
     } else if(json->IsArray() && json->Size() == 3 && isValidJsonValue<Vector3>(*json)) {
         Vector3 v = JsonReader::as<Vector3>(*json);
         const bool colour = name.find("olor") != std::string::npos;
-        changed = colour ? ImGui::ColorEdit3(name.c_str(), &v.x) : ImGui::DragFloat3(name.c_str(), &v.x, 0.01f);
+        changed = tracked(context, colour ? ImGui::ColorEdit3(name.c_str(), &v.x) : ImGui::DragFloat3(name.c_str(), &v.x, 0.01f));
         if(changed) edit(context, value, v);
     } else if(json->IsArray() && json->Size() == 4 && isValidJsonValue<Vector4>(*json)) {
         Vector4 v = JsonReader::as<Vector4>(*json);
-        if((changed = ImGui::DragFloat4(name.c_str(), &v.x, 0.01f))) edit(context, value, v);
+        if((changed = tracked(context, ImGui::DragFloat4(name.c_str(), &v.x, 0.01f)))) edit(context, value, v);
     } else {
         // Lists of ids (skin joints) and file links are shown, not edited here.
         ImGui::LabelText(name.c_str(), "%s", json->IsArray() ? "(list)" : json->IsObject() ? "(record)" : "null");
