@@ -553,6 +553,12 @@ void EditorShell::drawProgress() {
 }
 
 void EditorShell::requestQuit() {
+    // A view with unfinished work may keep the editor open.
+    for(auto& view: _views) {
+        ExitEvent event;
+        view->exitEvent(event);
+        if(event.cancelled) return;
+    }
     if(hasUnsavedChanges()) {
         _dialog = Dialog::Unsaved;
         _openDialog = true;

@@ -204,8 +204,9 @@ public:
     void pointerReleaseEvent(PointerEvent& e) override { releases.push_back(e.button); }
     void pointerMoveEvent(PointerMoveEvent& e) override { if(holdsPointer()) dragged += e.relativePosition; }
     void keyPressEvent(KeyEvent& e) override { keys.push_back(e.key); }
+    void exitEvent(ExitEvent& e) override { e.cancelled = busy; }
 
-    bool initialized{}, holdingAtPress{};
+    bool initialized{}, holdingAtPress{}, busy{};
     int draws{}, updates{}, triggered{}, deletes{};
     std::vector<bool> focusEvents;
     std::vector<int> presses, releases, keys;
@@ -262,6 +263,14 @@ TEST(EditorShellViewTest, EventsAndShortcutsFollowFocus) {
     driver.shell.handle(repeat);
     driver.frame();
     EXPECT_EQ(first.triggered, 1);
+
+    // A busy view keeps the editor open.
+    second.busy = true;
+    driver.shell.requestQuit();
+    EXPECT_FALSE(driver.shell.shouldQuit());
+    second.busy = false;
+    driver.shell.requestQuit();
+    EXPECT_TRUE(driver.shell.shouldQuit());
 
     // Closed views are neither updated nor drawn.
     first.setOpen(false);
