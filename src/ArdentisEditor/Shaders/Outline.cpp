@@ -127,10 +127,11 @@ Outline& Outline::setColor(const Color4& color) {
 }
 
 std::vector<UnsignedInt> Outline::stepSpacings(const Vector2i& size, float width) {
+    // Also false for NaN, which std::min below would pass over.
+    if(!(width > 1.0f)) return {};
     const float diagonal = std::sqrt(float(size.x)*float(size.x) + float(size.y)*float(size.y));
     const float reach = std::floor(std::min(diagonal, width));
-    // Also false for NaN.
-    if(!(reach > 1.0f)) return {};
+    if(reach <= 1.0f) return {};
     // floor(log2(n - 1)) + 1 steps, the first with spacing 2^(steps - 1).
     const UnsignedInt steps = UnsignedInt(std::bit_width(UnsignedInt(reach) - 1));
     std::vector<UnsignedInt> spacings;

@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "ArdentisEditor/Shaders/EditorShaders.h"
+#include "Gfx/GLTestFixture.h"
+#include "Gfx/HeadlessContext.h"
+#include "Gfx/Log.h"
+#include "Gfx/Resource.h"
+#include "Renderer/RendererState.h"
+#include "Renderer/ShaderBindings.h"
+#include "Renderer/ShaderProgram.h"
+
+using namespace ArdentisEngine;
+namespace AT = ArdentisEngine::Test;
+using Shaders::ShaderType;
+
+namespace {
+
+using AT::PrintTo;
+
+const std::vector<std::string_view> PackFiles{
+    "Depth.frag", "Depth.wgsl.frag", "IrradianceProbePreview.frag", "OutlineDraw.frag", "OutlineInit.frag",
+    "OutlineStep.frag", "Skinning.vert", "SpecularIBLBaker.frag", "TileFeedback.frag"};
+
+TEST(ShaderPack, RegisteredInOrderBeforeMain) {
+    ASSERT_TRUE(Resource::hasGroup(Shaders::EditorShaderGroup));
+    const Resource pack{Shaders::EditorShaderGroup};
+    EXPECT_EQ(pack.list(), PackFiles);
+    // The glyph shaders arrive with the glyph library; until then they are absent, not empty.
+    EXPECT_FALSE(pack.contains("lib/Slug.frag.glsl"));
+    EXPECT_FALSE(pack.contains("lib/Slug.vert.glsl"));
+    for(std::string_view file: PackFiles) EXPECT_FALSE(pack.get(file).empty()) << file;
+}
+
+struct HeaderCase {
+    const char* name;
+    ShaderType type;
+    bool internal;
+};
+
+// Depth, skinning and tile feedback stay visible to projects (their internal define is commented out).
+const HeaderCase HeaderCases[]{
+    {"Depth.frag", ShaderType::Depth, false},
+    {"Depth.wgsl.frag", ShaderType::Depth, false},
+    {"IrradianceProbePreview.frag", ShaderType::Forward, true},
+    {"OutlineDraw.frag", ShaderType::ScreenSpaceQuad, true},
+    {"OutlineInit.frag", ShaderType::ScreenSpaceQuad, true},
+    {"OutlineStep.frag", ShaderType::ScreenSpaceQuad, true},
+    {"Skinning.vert", ShaderType::Skinning, false},
+    {"SpecularIBLBaker.frag", ShaderType::ScreenSpaceQuad, true},
+    {"TileFeedback.frag", ShaderType::TileFeedback, false},
+};
+
+class ShaderPackHeader: public ::testing::TestWithParam<HeaderCase> {};
+
+TEST_P(ShaderPackHeader, DeclaresItsType) {
+    const HeaderCase& c = GetParam();
+    const Resource pack{Shaders::EditorShaderGroup};
+    Log::Capture errors{Log::Channel::Error};
+    const Shaders::ShaderHeader header = Shaders::parseShaderHeader(pack.get(c.name), c.name);
+    EXPECT_EQ(header.type, c.type);
+    EXPECT_EQ(header.internal, c.internal);
+    EXPECT_EQ(errors.text(), "");
+}
+
+std::string caseName(std::string name) {
+    for(char& ch: name) if(!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(, ShaderPackHeader, ::testing::ValuesIn(HeaderCases),
+                         [](const auto& info) { return caseName(info.param.name); });
+
+// Every program the engine builds from the pack, with the variants its defines select.
+struct CompileCase {
+    const char* name;
+    const char* fragment;   // a pack file, or "" for SkinningCapture
+    const char* vertex;     // engine vertex stage, or a pack file
+    std::vector<std::string> defines;
+    bool needsDrawParameters = false;
+};
+
+// The skinning stage rasterises nothing; a fragment stage is only there to link.
+const char* const SkinningCapture = "#define SHADER_TYPE_SKINNING\nvoid main() {}\n";
+
+const CompileCase CompileCases[]{
+    {"Depth", "Depth.frag", "Dynamic.vert", {}},
+    {"Depth skinned input", "Depth.frag", "Dynamic.vert", {"PRETRANSFORMED"}},
+    {"Depth web", "Depth.wgsl.frag", "Dynamic.vert", {}},
+    {"Irradiance probe preview", "IrradianceProbePreview.frag", "Dynamic.vert", {"NORMAL"}},
+    {"Irradiance probe preview without normals", "IrradianceProbePreview.frag", "Dynamic.vert", {}},
+    {"Outline init", "OutlineInit.frag", "FullScreenTriangle.vert", {}},
+    {"Outline step", "OutlineStep.frag", "FullScreenTriangle.vert", {}},
+    {"Outline draw", "OutlineDraw.frag", "FullScreenTriangle.vert", {}},
+    {"Skinning plain", "", "Skinning.vert", {}},
+    {"Skinning primary joints", "", "Skinning.vert", {"PRIMARY_JOINTS", "NORMAL"}},
+    {"Skinning everything", "", "Skinning.vert",
+     {"PRIMARY_JOINTS", "SECONDARY_JOINTS", "MORPH_TARGETS", "MORPH_NORMALS", "TEXTURE_COORDS", "TEXTURE_COORDS_1",
+      "COLOR", "TANGENT", "NORMAL"}},
+    {"Skinning tangent only", "", "Skinning.vert", {"PRIMARY_JOINTS", "TANGENT"}},
+    {"Skinning multidraw", "", "Skinning.vert", {"PRIMARY_JOINTS", "MULTIDRAW", "NORMAL"}, true},
+    {"Specular IBL baker", "SpecularIBLBaker.frag", "FullScreenTriangle.vert", {}},
+    {"Tile feedback", "TileFeedback.frag", "Dynamic.vert", {"TEXTURE_COORDS"}},
+    {"Tile feedback without coordinates", "TileFeedback.frag", "Dynamic.vert", {}},
+    {"Tile feedback sky", "TileFeedback.frag", "FullScreenTriangle.vert", {"SKY"}},
+};
+
+class ShaderPackCompileGLTest: public AT::GLTestFixtureWithParam<CompileCase> {};
+
+TEST_P(ShaderPackCompileGLTest, CompilesAndLinks) {
+    const CompileCase& c = GetParam();
+    if(c.needsDrawParameters)
+        // Not a skip: without the extension the engine never asks for this variant, and the
+        // preamble's #extension would be refused; the plain variant above covers the file.
+        if(!Gfx::isVersionAtLeast(4, 6) && !Gfx::hasExtension("GL_ARB_shader_draw_parameters")) {
+            SUCCEED() << "GL_ARB_shader_draw_parameters is not there";
+            return;
+        }
+
+    const Resource pack{Shaders::EditorShaderGroup};
+    Shaders::ShaderSource source;
+    if(std::string_view{c.vertex} == "Skinning.vert") {
+        source = Shaders::ShaderSource{c.name, std::string{pack.get(c.vertex)}, SkinningCapture, c.vertex,
+                                       "SkinningCapture.frag"};
+    } else {
+        auto loaded = Shaders::loadEditorShader(c.fragment, c.vertex);
+        ASSERT_TRUE(loaded);
+        source = std::move(*loaded);
+    }
+
+    Log::Capture errors{Log::Channel::Error};
+    Shaders::ShaderProgram program{source, {c.defines, {}, Shaders::GlslDialect::Glsl330}};
+    EXPECT_TRUE(program.compile()) << errors.text();
+    EXPECT_TRUE(program.isReady());
+}
+
+INSTANTIATE_TEST_SUITE_P(, ShaderPackCompileGLTest, ::testing::ValuesIn(CompileCases),
+                         [](const auto& info) { return caseName(info.param.name); });
+
+}
