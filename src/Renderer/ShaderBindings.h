@@ -14,6 +14,7 @@ enum UniformBlockBinding: UnsignedInt {
     LightsBlockBinding = 2,
     ProbeVolumeBlockBinding = 3,
     PerPassBlockBinding = 4,  // one-off parameters of a pass or bake
+    ShadowsBlockBinding = 5,
 };
 
 enum TextureUnit: UnsignedInt {
@@ -45,6 +46,7 @@ inline constexpr NamedBinding UniformBlockBindings[]{
     {"ProbeVolume", ProbeVolumeBlockBinding},
     {"PerPass", PerPassBlockBinding},
     {"PerBake", PerPassBlockBinding},
+    {"Shadows", ShadowsBlockBinding},
 };
 
 inline constexpr NamedBinding SamplerUnits[]{

@@ -10,6 +10,7 @@ namespace ArdentisEngine::Shaders {
 
 constexpr UnsignedInt MaxViews = 8;
 constexpr UnsignedInt MaxLights = 64;
+constexpr UnsignedInt MaxShadowMaps = 32;
 
 enum class LightType: UnsignedInt { Point = 0, Spot = 1, Sun = 2 };
 
@@ -52,7 +53,7 @@ struct LightUniforms {
     Vector4 positionType{0.0f};
     Vector4 directionRange{0.0f, 0.0f, -1.0f, 0.0f};
     Vector4 colorIntensity{1.0f};
-    Vector4 spotShadow{1.0f, 0.0f, -1.0f, 0.0f};  // cos inner, cos outer, shadow index, unused
+    Vector4 spotShadow{1.0f, 0.0f, -1.0f, 0.0f};  // cos inner, cos outer, first shadow layer (-1 none), unused
 
     static LightUniforms point(const Vector3& position, const Color3& color, float intensity, float range = 0.0f);
     static LightUniforms spot(const Vector3& position, const Vector3& direction, const Color3& color,
@@ -65,6 +66,15 @@ struct LightsBlock {
     std::array<LightUniforms, MaxLights> lights{};
 };
 static_assert(sizeof(LightsBlock) == 64*MaxLights);
+
+struct ShadowUniforms {
+    std::array<Matrix4, MaxShadowMaps> shadowMatrices{};
+    // Depth bias, normal offset in world units, texel size (1 / map size), sun cascade count.
+    Vector4 parameters{0.002f, 0.02f, 1.0f/1024.0f, 1.0f};
+    // View-space distance where each sun cascade ends.
+    Vector4 cascadeSplits{0.0f};
+};
+static_assert(sizeof(ShadowUniforms) == 64*MaxShadowMaps + 32);
 
 struct ProbeVolumeUniforms {
     Vector4 origin{0.0f};  // w = 1 when enabled

@@ -35,6 +35,7 @@ protected:
 
 using FrameUniformBuffer = UniformBuffer<Shaders::FrameUniforms, Shaders::FrameBlockBinding>;
 using ProbeVolumeUniformBuffer = UniformBuffer<Shaders::ProbeVolumeUniforms, Shaders::ProbeVolumeBlockBinding>;
+using ShadowUniformBuffer = UniformBuffer<Shaders::ShadowUniforms, Shaders::ShadowsBlockBinding>;
 
 // Up to MaxViews views; shaders pick one with their `viewIndex` uniform. Only the views in use are
 // uploaded.

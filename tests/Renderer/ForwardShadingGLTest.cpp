@@ -41,6 +41,7 @@ protected:
         setCamera(glm::lookAt(Vector3{0, 0, 2}, Vector3{0}, Vector3{0, 1, 0}),
                   glm::ortho(-1.0f, 1.0f, -1.0f, 1.0f, 0.1f, 10.0f), true);
         probeUbo.upload();
+        shadowUbo.upload();
 
         // Every object at the identity, using material 0.
         transformations.resize(ObjectCount);
@@ -69,7 +70,7 @@ protected:
         if(state) {
             state->bindVertexArray(0);
             state->useProgram(0);
-            for(UnsignedInt b = 0; b != 4; ++b) state->bindUniformBuffer(b, 0);
+            for(UnsignedInt b = 0; b != 6; ++b) state->bindUniformBuffer(b, 0);
             for(UnsignedInt unit: {Shaders::TransformationsUnit, Shaders::MaterialsUnit})
                 state->bindTexture(unit, RendererState::TextureTarget::Texture2D, 0);
             state->bindFramebuffer(0);
@@ -121,6 +122,7 @@ protected:
         viewUbo.bind(*state);
         lightUbo.bind(*state);
         probeUbo.bind(*state);
+        shadowUbo.bind(*state);
         transformations.upload();
         materials.upload();
         transformations.bind(*state, Shaders::TransformationsUnit);
@@ -142,6 +144,7 @@ protected:
     ViewUniformBuffer viewUbo;
     LightUniformBuffer lightUbo;
     ProbeVolumeUniformBuffer probeUbo;
+    ShadowUniformBuffer shadowUbo;
     TransformationsTexture transformations;
     MaterialTexture materials;
     GLuint vao = 0, vbo = 0;
@@ -450,4 +453,91 @@ TEST_F(ForwardShadingGLTest, ViewIndexPicksTheView) {
         EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {4, Size/2}, c.left, 1));
         EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size - 5, Size/2}, c.right, 1));
     }
+}
+
+struct ShadowCase {
+    const char* name;
+    const char* pipeline;
+    LightUniforms light;
+    bool leftShadowed;
+};
+
+// A hand-made shadow map over the quad: its left half holds an occluder close to the light, its
+// right half nothing. Drawn from the camera's own position, so the map lines up with the view.
+TEST_F(ForwardShadingGLTest, ShadowMapsDarkenOccludedSurfaces) {
+    constexpr int MapSize = 16;
+    constexpr int Layers = 7;
+    // Occluders in layer 1 and in layer 6 (a point light's -Z face when its first layer is 1).
+    std::vector<float> depths(MapSize*MapSize*Layers, 1.0f);
+    for(int layer: {1, 6})
+        for(int y = 0; y != MapSize; ++y)
+            for(int x = 0; x != MapSize/2; ++x) depths[std::size_t((layer*MapSize + y)*MapSize + x)] = 0.05f;
+    GLuint shadowMaps = 0;
+    glGenTextures(1, &shadowMaps);
+    glBindTexture(GL_TEXTURE_2D_ARRAY, shadowMaps);
+    glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_DEPTH_COMPONENT32F, MapSize, MapSize, Layers, 0, GL_DEPTH_COMPONENT, GL_FLOAT, depths.data());
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_COMPARE_MODE, GL_COMPARE_REF_TO_TEXTURE);
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_COMPARE_FUNC, GL_LEQUAL);
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    glBindTexture(GL_TEXTURE_2D_ARRAY, 0);
+    state->resync();
+
+    const Matrix4 lightMatrix = glm::ortho(-1.0f, 1.0f, -1.0f, 1.0f, 0.1f, 10.0f)*
+                                glm::lookAt(Vector3{0, 0, 2}, Vector3{0}, Vector3{0, 1, 0});
+    for(int layer = 0; layer != Layers; ++layer) shadowUbo.data().shadowMatrices[std::size_t(layer)] = lightMatrix;
+    shadowUbo.data().parameters = Vector4{0.002f, 0.0f, 1.0f/MapSize, 1.0f};
+    shadowUbo.upload();
+
+    auto withShadow = [](LightUniforms l, float layer) { l.spotShadow.z = layer; return l; };
+    const ShadowCase cases[]{
+        {"Phong, sun", "Phong Opaque", withShadow(LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), 1), true},
+        {"Physical, sun", "Physical Opaque", withShadow(LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), 1), true},
+        {"Physical, spot", "Physical Opaque",
+            withShadow(LightUniforms::spot({0, 0, 2}, {0, 0, -1}, {1, 1, 1}, 8.0f, 1.0f, 1.2f), 1), true},
+        // The quad lies below the light, in its -Z face.
+        {"Phong, point light face", "Phong Opaque", withShadow(LightUniforms::point({0, 0, 2.0f}, {1, 1, 1}, 4.0f), 1), true},
+        {"a light without a shadow map", "Phong Opaque", LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), false},
+        {"a shadow layer without occluders", "Phong Opaque", withShadow(LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), 0), false},
+    };
+    // The camera is 2 units from the quad: past the first cascade's end at 1, so in the second.
+    shadowUbo.data().parameters.w = 2.0f;
+    shadowUbo.data().cascadeSplits = Vector4{1.0f, 100.0f, 0.0f, 0.0f};
+    shadowUbo.upload();
+    for(const ShadowCase& c: std::initializer_list<ShadowCase>{
+            {"Phong, second sun cascade", "Phong Opaque", withShadow(LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), 0), true}}) {
+        SCOPED_TRACE(c.name);
+        auto program = pipelineShader(c.pipeline);
+        ASSERT_TRUE(program && program->isReady());
+        setMaterial(0, program->materialDefinition().defaults());
+        setLights({c.light});
+        state->bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, shadowMaps);
+        const Image image = render(*program, {});
+        EXPECT_EQ(brightness(image, 4, Size/2), 0.0f);
+        EXPECT_GT(brightness(image, Size - 5, Size/2), 60.0f);
+    }
+    shadowUbo.data().parameters.w = 1.0f;
+    shadowUbo.upload();
+
+    for(const ShadowCase& c: cases) {
+        SCOPED_TRACE(c.name);
+        auto program = pipelineShader(c.pipeline);
+        ASSERT_TRUE(program && program->isReady());
+        setMaterial(0, program->materialDefinition().defaults());
+        setLights({c.light});
+        state->bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, shadowMaps);
+        const Image image = render(*program, {});
+        const float left = brightness(image, 4, Size/2), right = brightness(image, Size - 5, Size/2);
+        EXPECT_GT(right, 60.0f);
+        if(c.leftShadowed) {
+            EXPECT_EQ(left, 0.0f);
+        } else {
+            EXPECT_NEAR(left, right, 0.1f*right);
+        }
+    }
+    state->bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, 0);
+    RendererState::notifyTextureDeleted(shadowMaps);
+    glDeleteTextures(1, &shadowMaps);
 }

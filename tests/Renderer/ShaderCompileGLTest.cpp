@@ -58,11 +58,11 @@ const char* const LibraryFragment =
     "#include \"lib/CoordinateSystems.glsl\"\n#include \"lib/Color.glsl\"\n#include \"lib/Equirect.glsl\"\n"
     "#include \"lib/GI.glsl\"\n#include \"lib/PhysicalBSDF.glsl\"\n#include \"lib/Quaternion.glsl\"\n"
     "#include \"lib/Packing.glsl\"\n#include \"lib/Textures.glsl\"\n#include \"lib/Lights.glsl\"\n"
-    "#include \"lib/MorphTargets.glsl\"\n"
+    "#include \"lib/MorphTargets.glsl\"\n#include \"lib/Shadows.glsl\"\n"
     "layout(location = 0) out vec4 color;\n"
     "void main() {\n"
     "  vec3 n = normalize(surfaceNormal);\n"
-    "  vec3 l; vec3 radiance = incomingLight(0u, surfacePosition, l);\n"
+    "  vec3 l; vec3 radiance = incomingLight(0u, surfacePosition, l)*shadowFactor(0u, surfacePosition, n);\n"
     "  SurfaceParameters s = SurfaceParameters(vec3(1.0), 0.5, 0.5, 1.0);\n"
     "  vec3 c = evaluateBSDF(s, n, viewDirection(surfacePosition), l)*radiance + ambientDiffuse(surfacePosition, n);\n"
     "  c += environmentSpecular(n, 0.5)*environmentBRDF(0.5, 0.5).x + importanceSampleGGX(hammersley(3u, 8u), 0.25);\n"
@@ -151,7 +151,8 @@ TEST_F(ShaderCompileGLTest, BlocksAndSamplersGetTheirFixedBindings) {
     for(const Block& b: {Block{"Frame", Shaders::FrameBlockBinding, sizeof(Shaders::FrameUniforms)},
                          Block{"Views", Shaders::ViewsBlockBinding, sizeof(Shaders::ViewsBlock)},
                          Block{"Lights", Shaders::LightsBlockBinding, sizeof(Shaders::LightsBlock)},
-                         Block{"ProbeVolume", Shaders::ProbeVolumeBlockBinding, sizeof(Shaders::ProbeVolumeUniforms)}}) {
+                         Block{"ProbeVolume", Shaders::ProbeVolumeBlockBinding, sizeof(Shaders::ProbeVolumeUniforms)},
+                         Block{"Shadows", Shaders::ShadowsBlockBinding, sizeof(Shaders::ShadowUniforms)}}) {
         SCOPED_TRACE(b.name);
         const GLuint index = glGetUniformBlockIndex(id, b.name);
         ASSERT_NE(index, GL_INVALID_INDEX);
@@ -165,7 +166,8 @@ TEST_F(ShaderCompileGLTest, BlocksAndSamplersGetTheirFixedBindings) {
     struct Sampler { const char* name; UnsignedInt unit; };
     for(const Sampler& s: {Sampler{"transformations", Shaders::TransformationsUnit}, Sampler{"materials", Shaders::MaterialsUnit},
                            Sampler{"textureAtlas", Shaders::TextureAtlasUnit}, Sampler{"textureBounds", Shaders::TextureBoundsUnit},
-                           Sampler{"environmentTexture", Shaders::EnvironmentUnit}, Sampler{"probeVolumeTexture", Shaders::ProbeVolumeUnit}}) {
+                           Sampler{"environmentTexture", Shaders::EnvironmentUnit}, Sampler{"probeVolumeTexture", Shaders::ProbeVolumeUnit},
+                           Sampler{"shadowMaps", Shaders::ShadowMapsUnit}}) {
         SCOPED_TRACE(s.name);
         const GLint location = glGetUniformLocation(id, s.name);
         ASSERT_NE(location, -1);

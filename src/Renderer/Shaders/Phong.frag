@@ -1,6 +1,6 @@
 #define SHADER_INTERNAL
 #define SHADER_TYPE_FORWARD
-// Blinn-Phong lit by the scene's lights, with SH (or probe volume) ambient. With TEXTURED the
+// Blinn-Phong lit by the scene's lights and their shadow maps, with SH (or probe volume) ambient. With TEXTURED the
 // diffuse and specular colours are multiplied by their textures.
 
 #include "lib/Math.glsl"
@@ -11,6 +11,7 @@
 #include "lib/Equirect.glsl"
 #include "lib/GI.glsl"
 #include "lib/Lights.glsl"
+#include "lib/Shadows.glsl"
 #include "lib/Textures.glsl"
 
 #pragma material vec4 diffuseColor 0.8 0.8 0.8 1.0
@@ -37,7 +38,7 @@ void main() {
     vec3 color = diffuse.rgb*material.ambientColor.rgb*ambientDiffuse(surfacePosition, n);
     for(uint i = 0u; i != min(lightCount, uint(MAX_LIGHTS)); ++i) {
         vec3 l;
-        vec3 radiance = incomingLight(i, surfacePosition, l);
+        vec3 radiance = incomingLight(i, surfacePosition, l)*shadowFactor(i, surfacePosition, n);
         float NoL = dot(n, l);
         if(NoL <= 0.0) continue;
         vec3 h = normalize(l + v);

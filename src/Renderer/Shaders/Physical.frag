@@ -1,6 +1,6 @@
 #define SHADER_INTERNAL
 #define SHADER_TYPE_FORWARD
-// Metallic-roughness shading lit by the scene's lights, with SH (or probe volume) diffuse ambient and
+// Metallic-roughness shading lit by the scene's lights and their shadow maps, with SH (or probe volume) diffuse ambient and
 // the pre-filtered environment for specular ambient. With TEXTURED the base colour, metallic-roughness
 // (glTF channels: roughness in green, metallic in blue), normal and emissive textures apply.
 
@@ -13,6 +13,7 @@
 #include "lib/GI.glsl"
 #include "lib/PhysicalBSDF.glsl"
 #include "lib/Lights.glsl"
+#include "lib/Shadows.glsl"
 #include "lib/Textures.glsl"
 
 #pragma material vec4 baseColor 1.0 1.0 1.0 1.0
@@ -62,7 +63,7 @@ void main() {
     vec3 color = ambient*s.occlusion + emissive;
     for(uint i = 0u; i != min(lightCount, uint(MAX_LIGHTS)); ++i) {
         vec3 l;
-        vec3 radiance = incomingLight(i, surfacePosition, l);
+        vec3 radiance = incomingLight(i, surfacePosition, l)*shadowFactor(i, surfacePosition, n);
         color += radiance*evaluateBSDF(s, n, v, l);
     }
     fragmentColor = vec4(color, base.a);

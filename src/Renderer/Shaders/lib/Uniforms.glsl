@@ -7,12 +7,17 @@
 //   Views          1       up to MAX_VIEWS cameras; `viewIndex` picks one
 //   Lights         2       up to MAX_LIGHTS point, spot and sun lights
 //   ProbeVolume    3       the irradiance probe grid
+//   Shadows        5       shadow map matrices and filtering parameters
 
 #ifndef MAX_VIEWS
 #define MAX_VIEWS 8
 #endif
 #ifndef MAX_LIGHTS
 #define MAX_LIGHTS 64
+#endif
+
+#ifndef MAX_SHADOW_MAPS
+#define MAX_SHADOW_MAPS 32
 #endif
 
 #define LIGHT_TYPE_POINT 0u
@@ -66,6 +71,15 @@ layout(std140) uniform ProbeVolume {
     vec4 probeVolumeSpacing;   // distance between neighbouring probes; w unused
     ivec4 probeVolumeCounts;   // probes along x, y, z; w unused
     vec4 probeVolumeTint;      // rgb multiplies the volume's irradiance
+};
+
+// One layer of the shadow map array per spot light, six per point light (faces +X, -X, +Y, -Y, +Z,
+// -Z, picked by the major axis from the light to the surface), one per cascade of a sun. A light's
+// first layer is its spotShadow.z.
+layout(std140) uniform Shadows {
+    mat4 shadowMatrices[MAX_SHADOW_MAPS];  // world to the layer's clip space
+    vec4 shadowParameters;                 // depth bias, normal offset (world units), texel size, cascades
+    vec4 cascadeSplits;                    // view-space distance where each sun cascade ends
 };
 
 ViewData currentView() { return views[viewIndex]; }
