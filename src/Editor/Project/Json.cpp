@@ -36,6 +36,8 @@ void writeNumber(std::string& out, const JsonValue& v) {
     if(v.IsUint64()) { out += fmt::format("{}", v.GetUint64()); return; }
     const double d = v.GetDouble();
     if(!std::isfinite(d)) { out += "null"; return; }
+    // "-0" would read back as the integer 0 and lose the sign.
+    if(d == 0.0 && std::signbit(d)) { out += "-0.0"; return; }
     const float f = float(d);
     // Most record values are 32-bit floats widened to double; their shortest float form reads back
     // to the same float and to a double that writes the same text again.

@@ -207,3 +207,52 @@ INSTANTIATE_TEST_SUITE_P(Cases, ProjectFilePaths, testing::ValuesIn(std::vector<
 
 }
 }
+
+namespace ArdentisEngine::Test {
+namespace {
+
+// Numbers that must come back from a save and a load as the same text and the same value: the same
+// 32-bit float for values that came from one (their shortest float text reads back as the nearest
+// double), else the same double.
+struct NumberCase {
+    const char* name;
+    std::function<JsonValue()> value;
+    bool fromFloat;
+};
+
+void PrintTo(const NumberCase& data, std::ostream* out) { *out << data.name; }
+
+class CanonicalNumbers: public testing::TestWithParam<NumberCase> {};
+
+TEST_P(CanonicalNumbers, SurviveSaveAndLoad) {
+    ProjectFile project;
+    ChangeManager changes{project};
+    changes.pushChange(project.settings().access("number"), GetParam().value());
+    changes.commit();
+    const std::string saved = project.text();
+    ProjectFile reloaded;
+    ASSERT_TRUE(reloaded.loadText(saved, "saved"));
+    EXPECT_EQ(reloaded.text(), saved);
+    const JsonValue* original = project.settings().access("number").json();
+    const JsonValue* read = reloaded.settings().access("number").json();
+    ASSERT_TRUE(original && read);
+    if(GetParam().fromFloat) EXPECT_EQ(float(read->GetDouble()), float(original->GetDouble())) << saved;
+    else EXPECT_EQ(read->GetDouble(), original->GetDouble()) << saved;
+    EXPECT_EQ(std::signbit(read->GetDouble()), std::signbit(original->GetDouble())) << saved;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, CanonicalNumbers, testing::ValuesIn(std::vector<NumberCase>{
+    {"NegativeZero", [] { return JsonValue{-0.0}; }, false},
+    {"FloatTenth", [] { return JsonValue{double(0.1f)}; }, true},
+    {"DoubleTenth", [] { return JsonValue{0.1}; }, false},
+    {"Tiny", [] { return JsonValue{double(1e-7f)}; }, true},
+    {"LargestFloat", [] { return JsonValue{double(3.4028235e38f)}; }, true},
+    {"BeyondFloat", [] { return JsonValue{1e300}; }, false},
+    {"SumOfTenths", [] { return JsonValue{0.1 + 0.2}; }, false},
+    {"BigUnsigned", [] { return JsonValue{std::uint64_t{5000000000}}; }, false},
+    {"NegativeInteger", [] { return JsonValue{-3}; }, false},
+    {"WholeDouble", [] { return JsonValue{2.0}; }, false},
+}), [](const auto& info) { return std::string{info.param.name}; });
+
+}
+}
