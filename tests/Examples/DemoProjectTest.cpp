@@ -1,0 +1,249 @@
+// The bundled demo project: it opens through the project model, is stored in canonical form, holds
+// what the editor is shown with, names only files inside its folder, and every scene file it
+// imports gives the objects, skin and animations its records refer to.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "Editor/Import/Import.h"
+#include "Editor/Project/ProjectFile.h"
+#include "Gfx/Log.h"
+
+namespace ArdentisEngine::Test {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path demoFolder() { return fs::path{ARDENTIS_SOURCE_DIR}/"examples"/"DemoProject"; }
+
+std::string readText(const fs::path& path) {
+    std::ifstream in{path, std::ios::binary};
+    std::ostringstream out;
+    out << in.rdbuf();
+    return out.str();
+}
+
+class DemoProject: public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        project = new ProjectFile;
+        loaded = project->load(demoFolder().string());
+    }
+    static void TearDownTestSuite() {
+        delete project;
+        project = nullptr;
+    }
+    void SetUp() override { ASSERT_TRUE(loaded) << "the demo project does not open"; }
+
+    const JsonValue& section(const char* name) const { return project->document()[name]; }
+    const JsonValue& object(unsigned id) const { return section("objects")[std::to_string(id).c_str()]; }
+    std::string objectName(unsigned id) const { return object(id)["name"].GetString(); }
+
+    // Components of one type across all objects.
+    std::vector<const JsonValue*> components(unsigned type) const {
+        std::vector<const JsonValue*> out;
+        for(const auto& o: section("objects").GetObject()) {
+            if(!o.value.HasMember("components")) continue;
+            for(const JsonValue& c: o.value["components"].GetArray())
+                if(c["type"].GetUint() == type) out.push_back(&c);
+        }
+        return out;
+    }
+
+    static ProjectFile* project;
+    static bool loaded;
+};
+
+ProjectFile* DemoProject::project = nullptr;
+bool DemoProject::loaded = false;
+
+TEST_F(DemoProject, IsStoredInCanonicalForm) {
+    // Otherwise the first save in the editor rewrites the whole file.
+    const std::string canonical = project->text();
+    if(canonical != readText(demoFolder()/ProjectFile::FileName)) {
+        const char* base = std::getenv("ARDENTIS_TEST_TMP");
+        const fs::path out = fs::path{base ? base : "/tmp"}/"DemoProject.canonical.json";
+        std::ofstream{out, std::ios::binary} << canonical;
+        FAIL() << "the demo project is not in canonical form; the canonical text is in " << out;
+    }
+}
+
+TEST_F(DemoProject, HoldsWhatTheEditorIsShownWith) {
+    struct Count {
+        const char* what;
+        std::size_t expected, actual;
+    };
+    std::map<unsigned, std::size_t> lightTypes;
+    for(const JsonValue* light: components(1)) ++lightTypes[light->HasMember("lightType") ? (*light)["lightType"].GetUint() : 0];
+    std::size_t dynamicBoxes = 0, staticBodies = 0;
+    for(const JsonValue* body: components(6)) {
+        const unsigned type = body->HasMember("bodyType") ? (*body)["bodyType"].GetUint() : 0;
+        if(type == 1 && (!body->HasMember("shape") || (*body)["shape"].GetUint() == 0)) ++dynamicBoxes;
+        if(type == 0) ++staticBodies;
+    }
+    std::size_t events = 0;
+    for(const auto& a: section("animations").GetObject()) events += a.value["events"].Size();
+    std::size_t children = 0;
+    for(const auto& o: section("objects").GetObject()) children += o.value.HasMember("parent");
+
+    const Count counts[]{
+        {"objects", 28, section("objects").MemberCount()},
+        {"objects with a parent", 21, children},
+        {"sun lights", 1, lightTypes[0]},
+        {"point lights", 1, lightTypes[1]},
+        {"spot lights", 1, lightTypes[2]},
+        {"views", 1, components(2).size()},
+        {"texts", 1, components(3).size()},
+        {"meshes drawn", 9, components(4).size()},
+        {"animation players", 1, components(5).size()},
+        {"dynamic boxes", 4, dynamicBoxes},
+        {"static bodies", 1, staticBodies},
+        {"skins", 1, components(7).size()},
+        {"animations", 2, section("animations").MemberCount()},
+        {"animation events", 3, events},
+        {"materials", 6, section("materials").MemberCount()},
+        {"textures", 5, section("textures").MemberCount()},
+        {"scene files", 2, section("files").MemberCount()},
+    };
+    for(const Count& c: counts) EXPECT_EQ(c.actual, c.expected) << c.what;
+    EXPECT_TRUE(project->document()["settings"]["physics"]["enabled"].GetBool());
+}
+
+TEST_F(DemoProject, ReferencesResolve) {
+    // Every id a record holds names a record that exists.
+    struct Reference {
+        const char* section;
+        const char* field;
+        const char* target;
+    };
+    const Reference references[]{
+        {"textures", "image", "images"},
+        {"materials", "pipeline", "pipelines"},
+        {"objects", "parent", "objects"},
+    };
+    for(const Reference& r: references)
+        for(const auto& record: section(r.section).GetObject())
+            if(record.value.HasMember(r.field)) {
+                EXPECT_TRUE(section(r.target).HasMember(std::to_string(record.value[r.field].GetUint()).c_str()))
+                    << r.section << " " << record.name.GetString() << " " << r.field;
+            }
+    const std::pair<unsigned, std::pair<const char*, const char*>> componentReferences[]{
+        {4, {"mesh", "meshes"}}, {4, {"material", "materials"}}, {5, {"animation", "animations"}}};
+    for(const auto& [type, reference]: componentReferences)
+        for(const JsonValue* c: components(type))
+            EXPECT_TRUE(section(reference.second).HasMember(std::to_string((*c)[reference.first].GetUint()).c_str())) << reference.first;
+    // Texture parameters of materials, by their naming convention.
+    for(const auto& material: section("materials").GetObject())
+        for(const auto& member: material.value.GetObject()) {
+            if(!member.value.IsObject()) continue;
+            for(const auto& parameter: member.value.GetObject())
+                if(std::string_view{parameter.name.GetString()}.ends_with("Texture")) {
+                    EXPECT_TRUE(section("textures").HasMember(std::to_string(parameter.value.GetUint()).c_str()))
+                        << material.value["name"].GetString() << " " << parameter.name.GetString();
+                }
+        }
+    const unsigned sky = project->document()["settings"]["environment"]["skyMaterial"].GetUint();
+    ASSERT_TRUE(section("materials").HasMember(std::to_string(sky).c_str()));
+}
+
+TEST_F(DemoProject, FilesLieInsideTheFolder) {
+    std::set<std::string> files;
+    for(const auto& image: section("images").GetObject()) files.insert(image.value["file"].GetString());
+    for(const auto& file: section("files").GetObject()) files.insert(file.value["fileName"].GetString());
+    for(const char* linking: {"meshes", "animations"})
+        for(const auto& record: section(linking).GetObject()) {
+            const std::string file = record.value["source"]["file"].GetString();
+            files.insert(file);
+            EXPECT_TRUE(project->section<FileRecord>().resourceByName("fileName", file)) << file << " has no file record";
+        }
+    ASSERT_EQ(files.size(), 7u);
+    const fs::path folder = fs::canonical(demoFolder());
+    for(const std::string& file: files) {
+        ASSERT_TRUE(isInsideProject(file)) << file;
+        std::error_code error;
+        const fs::path path = fs::canonical(folder/file, error);
+        EXPECT_FALSE(error) << file << " is missing";
+        // No link may lead out of the folder either.
+        EXPECT_TRUE(path.string().starts_with(folder.string() + "/")) << file;
+    }
+}
+
+TEST_F(DemoProject, ImportedRecordsMatchTheirFiles) {
+    ASSERT_EQ(resolveImportedData(*project), 0u);
+    // Meshes and animations: the record's name is the name inside the file.
+    auto meshes = project->section<MeshRecord>();
+    for(ResourceId id: meshes.resourceIds()) {
+        const MeshData* data = meshes.resolveData(id);
+        ASSERT_TRUE(data) << "mesh " << id.value << " did not resolve";
+        EXPECT_TRUE(data->hasTextureCoordinates() && data->hasNormals()) << "mesh " << id.value;
+    }
+    for(const auto& file: section("files").GetObject()) {
+        const ImportedSceneCache* cache = project->section<FileRecord>().resolveData(ResourceId{std::uint32_t(std::stoul(file.name.GetString()))});
+        ASSERT_TRUE(cache);
+        for(const char* kind: {"meshes", "animations"})
+            for(const auto& record: section(kind).GetObject()) {
+                const JsonValue& source = record.value["source"];
+                if(std::string_view{source["file"].GetString()} != file.value["fileName"].GetString()) continue;
+                const std::string resource = source["resource"].GetString();
+                const std::size_t slash = resource.find('/');
+                ASSERT_EQ(resource.substr(0, slash), kind);
+                const std::size_t index = std::stoul(resource.substr(slash + 1));
+                const std::string inFile = kind == std::string_view{"meshes"}
+                    ? (index < cache->meshes.size() ? cache->meshes[index].name : "")
+                    : (index < cache->animations.size() ? cache->animations[index].name : "");
+                EXPECT_EQ(inFile, record.value["name"].GetString()) << kind << " " << record.name.GetString();
+            }
+    }
+}
+
+TEST_F(DemoProject, CharacterObjectsMirrorItsFile) {
+    auto files = project->section<FileRecord>();
+    ASSERT_EQ(resolveImportedData(*project), 0u);
+    const ImportedSceneCache* cache = files.resolveData(files.resourceByName("fileName", "models/Character.gltf"));
+    ASSERT_TRUE(cache);
+    ASSERT_EQ(cache->skins.size(), 1u);
+    ASSERT_EQ(cache->animations.size(), 2u);
+
+    // The skin component lists the project's joint objects in the file's joint order, and each
+    // joint object sits where the file puts it, under the parent of the same name.
+    const std::vector<const JsonValue*> skins = components(7);
+    ASSERT_EQ(skins.size(), 1u);
+    const JsonValue& joints = (*skins[0])["joints"];
+    ASSERT_EQ(joints.Size(), cache->skins[0].joints.size());
+    for(rapidjson::SizeType i = 0; i != joints.Size(); ++i) {
+        const std::uint32_t inFile = cache->skins[0].joints[i];
+        const unsigned id = joints[i].GetUint();
+        SCOPED_TRACE(cache->names[inFile]);
+        EXPECT_EQ(objectName(id), cache->names[inFile]);
+        const std::uint32_t fileParent = cache->hierarchy[inFile].parent;
+        ASSERT_NE(fileParent, ImportedSceneCache::NoParent);
+        ASSERT_TRUE(object(id).HasMember("parent"));
+        EXPECT_EQ(objectName(object(id)["parent"].GetUint()), cache->names[fileParent]);
+        const Vector3 t = cache->transformations[inFile].translation;
+        const JsonValue& translation = object(id)["translation"];
+        for(int c = 0; c != 3; ++c) EXPECT_NEAR(translation[c].GetFloat(), t[c], 1e-6f);
+    }
+    // Every track of both animations moves one of those joints.
+    std::set<std::uint32_t> jointSet(cache->skins[0].joints.begin(), cache->skins[0].joints.end());
+    for(const Data::AnimationData& animation: cache->animations) {
+        EXPECT_FALSE(animation.tracks.empty()) << animation.name;
+        EXPECT_NEAR(animation.duration, 2.0f, 1e-5f) << animation.name;
+        for(std::size_t t = 0; t != animation.tracks.size(); ++t)
+            EXPECT_TRUE(jointSet.count(animation.trackTarget(t))) << animation.name << " track " << t;
+    }
+    // Events lie within their animation.
+    for(const auto& a: section("animations").GetObject())
+        for(const JsonValue& event: a.value["events"].GetArray()) {
+            EXPECT_GE(event["time"].GetDouble(), 0.0);
+            EXPECT_LE(event["time"].GetDouble(), 2.0);
+            EXPECT_FALSE(std::string_view{event["name"].GetString()}.empty());
+        }
+}
+
+}
+}
