@@ -206,6 +206,23 @@ bool insertValue(JsonDocument& document, const std::string& path, const JsonValu
     return true;
 }
 
+// Equal for the purpose of recording a change. A 32-bit float pushed onto the double that the
+// file's text of it reads as ("0.1") is the same value: it would save as the same text.
+bool sameValue(const JsonValue& stored, const JsonValue& pushed) {
+    if(stored.IsNumber() && pushed.IsNumber()) {
+        if(stored == pushed) return true;
+        const double p = pushed.GetDouble();
+        return double(float(p)) == p && float(stored.GetDouble()) == float(p);
+    }
+    if(stored.IsArray() && pushed.IsArray()) {
+        if(stored.Size() != pushed.Size()) return false;
+        for(rapidjson::SizeType i = 0; i != stored.Size(); ++i)
+            if(!sameValue(stored[i], pushed[i])) return false;
+        return true;
+    }
+    return stored == pushed;
+}
+
 bool related(std::string_view a, std::string_view b) {
     auto isPrefix = [](std::string_view p, std::string_view s) {
         return s.substr(0, p.size()) == p && (s.size() == p.size() || s[p.size()] == '/');
@@ -235,7 +252,7 @@ void ChangeManager::pushChange(const ValueAccess<void>& target, const JsonValue&
     if(_pending->changes.empty()) _pending->group = group;
 
     const JsonValue* current = target.json();
-    if(current && *current == value) return;
+    if(current && sameValue(*current, value)) return;
 
     // A merging push on the value the previous push set only moves that push's result.
     if(merge && !_pending->changes.empty()) {
