@@ -6,6 +6,7 @@
 #include "Gfx/Log.h"
 #include "Renderer/DataTextures.h"
 #include "Renderer/DefaultPipelines.h"
+#include "Renderer/IrradianceVolume.h"
 #include "Renderer/InternalShaders.h"
 #include "Renderer/RendererState.h"
 #include "Renderer/ShaderBindings.h"
@@ -540,4 +541,43 @@ TEST_F(ForwardShadingGLTest, ShadowMapsDarkenOccludedSurfaces) {
     state->bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, 0);
     RendererState::notifyTextureDeleted(shadowMaps);
     glDeleteTextures(1, &shadowMaps);
+}
+
+// Two probes along X, at the quad's left and right edges: the ambient light of a surface between
+// them is interpolated, and with the volume off the scene's SH applies again.
+TEST_F(ForwardShadingGLTest, ProbeVolumeAmbient) {
+    auto program = pipelineShader("Phong Opaque");
+    ASSERT_TRUE(program && program->isReady());
+    setMaterial(0, program->materialDefinition().defaults());
+    setLights({});
+    IrradianceVolume volume;
+    const Vector3 coefficients[]{Vector3{0.2f*ShConstant}, Vector3{0}, Vector3{0}, Vector3{0},
+                                 Vector3{0.6f*ShConstant}, Vector3{0}, Vector3{0}, Vector3{0}};
+    {
+        Log::Capture errors{Log::Channel::Error};
+        EXPECT_FALSE(volume.upload({2, 1, 1}, {-1, 0, 0}, {2, 1, 1}, std::span{coefficients, 7}));
+        EXPECT_TRUE(errors.contains("7 coefficients for 2 probes, expected 8")) << errors.text();
+    }
+    ASSERT_TRUE(volume.upload({2, 1, 1}, {-1, 0, 0}, {2, 1, 1}, coefficients, {1.0f, 1.0f, 0.5f}));
+    probeUbo.data() = volume.uniforms();
+    probeUbo.upload();
+    volume.bind(*state);
+    // Diffuse 0.8 times radiance 0.2 .. 0.6 across the quad; blue is halved by the tint.
+    const Image image = render(*program, {});
+    for(int x: {0, Size/2, Size - 1}) {
+        SCOPED_TRACE(x);
+        const float t = (float(x) + 0.5f)/float(Size);
+        const float expected = 0.8f*(0.2f + 0.4f*t)*255.0f;
+        // Half-float coefficients and 8-bit output.
+        EXPECT_NEAR(image.pixel<Rgba8>(x, Size/2).r, expected, 2.0f);
+        EXPECT_NEAR(image.pixel<Rgba8>(x, Size/2).b, expected*0.5f, 2.0f);
+    }
+    volume.setEnabled(false);
+    probeUbo.data() = volume.uniforms();
+    probeUbo.upload();
+    frame.shCount = 1;
+    frame.shCoefficients[0] = Vector4{0.5f*ShConstant};
+    EXPECT_NEAR(render(*program, {}).pixel<Rgba8>(Size/2, Size/2).r, 0.8f*0.5f*255.0f, 2.0f);
+    frame = {};
+    state->bindTexture(Shaders::ProbeVolumeUnit, RendererState::TextureTarget::Texture3D, 0);
 }
