@@ -98,6 +98,7 @@ void AssetCompiler::compileObjects(bool all) { compileCategories(true, all); }
 void AssetCompiler::compileCategories(bool objects, bool allObjects) {
     _counts.fill(0);
     _compiledMask = 0;
+    _componentInputs = false;
 
     const bool files = moved(ChangeCategory::Files);
     if(files) _sceneFiles.clear();
@@ -117,16 +118,14 @@ void AssetCompiler::compileCategories(bool objects, bool allObjects) {
     const bool texturesChanged = _compiledMask & bit(SceneCategory::Textures);
     if(moved(ChangeCategory::Materials) || pipelinesChanged || texturesChanged)
         compileMaterials(pipelinesChanged || texturesChanged);
-    const bool materialsChanged = _compiledMask & bit(SceneCategory::Materials);
 
     if(moved(ChangeCategory::Meshes) || files) compileMeshes(files);
-    const bool meshesChanged = _compiledMask & bit(SceneCategory::Meshes);
     if(moved(ChangeCategory::Fonts)) compileFonts(false);
-    const bool fontsChanged = _compiledMask & bit(SceneCategory::Fonts);
     if(moved(ChangeCategory::Animations) || files) compileAnimations(files);
-    const bool animationsChanged = _compiledMask & bit(SceneCategory::Animations);
 
-    const bool dependencies = meshesChanged || materialsChanged || fontsChanged || animationsChanged;
+    // Components hold slots and what they read through them (a material's pipeline, a mesh's
+    // morph target count and skin); the passes above say when any of that moved.
+    const bool dependencies = _componentInputs;
     const bool objectRecords = moved(ChangeCategory::Objects) || moved(ChangeCategory::Lights) ||
         moved(ChangeCategory::Texts) || moved(ChangeCategory::Physics);
     if(objects && (allObjects || objectRecords || dependencies))
@@ -426,14 +425,17 @@ void AssetCompiler::compileMaterials(bool force) {
             material.alphaBlended = _pipelineTransparent[pipeline];
         }
 
+        const bool isNew = !_materials.find(id);
         const std::uint16_t slot = _materials.assign(id);
         if(!slot) { Log::error("{}: too many materials", who); _materialTexts.erase(id.value); continue; }
         fitTo(_scene->materials, _materials);
+        if(isNew || _scene->materials[slot].pipeline != material.pipeline) _componentInputs = true;
         _scene->materials[slot] = std::move(material);
         ++count;
     }
     for(std::uint16_t slot: _materials.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
         _scene->materials[slot] = {};
+        _componentInputs = true;
         ++count;
     }
     std::erase_if(_materialTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
@@ -443,22 +445,29 @@ void AssetCompiler::compileMaterials(bool force) {
 // [SECTION] Meshes, fonts and animations
 
 std::shared_ptr<const ImportedSceneCache> AssetCompiler::sceneFile(const std::string& file, std::string_view who) {
-    if(auto found = _sceneFiles.find(file); found != _sceneFiles.end()) {
-        if(!found->second) Log::error("{}: {} could not be imported", who, _project->absolutePath(file));
-        return found->second;
+    const std::string path = _project->absolutePath(file);
+    std::error_code ec;
+    if(!fs::is_regular_file(path, ec)) {
+        Log::error("{}: {} not found", who, path);
+        _sceneFiles.erase(file);
+        return nullptr;
+    }
+    // A file is imported again when it changed on disk since.
+    const fs::file_time_type time = fs::last_write_time(path, ec);
+    const std::uintmax_t size = fs::file_size(path, ec);
+    if(auto found = _sceneFiles.find(file); found != _sceneFiles.end() && found->second.time == time && found->second.size == size) {
+        // Failures are remembered too, so that ten meshes of one broken file are one import.
+        if(!found->second.cache) Log::error("{}: {} could not be imported", who, path);
+        return found->second.cache;
     }
     // Read the file ourselves rather than borrow the importer's cache: the compiled scene keeps
     // pieces of it, and the importer may replace its cache at any time.
     ImportedFile imported;
     std::string error;
-    const std::string path = _project->absolutePath(file);
     std::shared_ptr<const ImportedSceneCache> cache;
-    if(!fs::is_regular_file(path)) Log::error("{}: {} not found", who, path);
-    else if(!importSceneFile(path, imported, error)) Log::error("{}: cannot import {}: {}", who, path, error);
+    if(!importSceneFile(path, imported, error)) Log::error("{}: cannot import {}: {}", who, path, error);
     else cache = std::make_shared<const ImportedSceneCache>(std::move(imported.cache));
-    // Failures are remembered too, so that ten meshes of one broken file give one line each
-    // without importing it ten times.
-    _sceneFiles.emplace(file, cache);
+    _sceneFiles.insert_or_assign(file, SceneFile{time, size, cache});
     return cache;
 }
 
@@ -528,7 +537,10 @@ void AssetCompiler::compileMeshes(bool force) {
         ++count;
     }
     std::erase_if(_meshTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
-    if(count) markCompiled(SceneCategory::Meshes, count);
+    if(count) {
+        markCompiled(SceneCategory::Meshes, count);
+        _componentInputs = true;
+    }
     if(morphTargets) markCompiled(SceneCategory::MorphTargets);
 }
 
@@ -547,6 +559,7 @@ void AssetCompiler::compileFonts(bool force) {
         std::optional<Data::FontData> font = loadFontFile(path, error);
         if(!font) { Log::error("Font {} ({}): {}: {}", id.value, name, path, error); fail(); continue; }
         if(!name.empty()) font->name = name;
+        if(!_fonts.find(id)) _componentInputs = true;
         const std::uint16_t slot = _fonts.assign(id);
         if(!slot) { Log::error("Font {} ({}): too many fonts", id.value, name); fail(); continue; }
         fitTo(_scene->fonts, _fonts);
@@ -555,6 +568,7 @@ void AssetCompiler::compileFonts(bool force) {
     }
     for(std::uint16_t slot: _fonts.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
         _scene->fonts[slot] = {};
+        _componentInputs = true;
         ++count;
     }
     std::erase_if(_fontTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
@@ -609,7 +623,10 @@ void AssetCompiler::compileAnimations(bool force) {
         ++count;
     }
     std::erase_if(_animationTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
-    if(count) markCompiled(SceneCategory::Animations, count);
+    if(count) {
+        markCompiled(SceneCategory::Animations, count);
+        _componentInputs = true;
+    }
 }
 
 std::uint32_t AssetCompiler::animationInstance(ResourceId animation) const {

@@ -18,6 +18,7 @@
 // not parse) gives one error line naming the file and keeps what was compiled for it before.
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -202,7 +203,14 @@ private:
     void buildAnimationInstances();
 
     std::map<std::uint32_t, Data::Id> _objects;  // object record -> scene object
-    std::map<std::string, std::shared_ptr<const ImportedSceneCache>> _sceneFiles;
+    struct SceneFile {
+        std::filesystem::file_time_type time;
+        std::uintmax_t size;
+        std::shared_ptr<const ImportedSceneCache> cache;  // null when the file did not import
+    };
+    std::map<std::string, SceneFile> _sceneFiles;  // by project-relative path
+    // Set by a pass when components may read something new through their slots.
+    bool _componentInputs = false;
 
     std::vector<std::pair<std::string, ProbeCompiler>> _probeCompilers;
 };

@@ -1,0 +1,584 @@
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "Editor/Compiler/AssetCompiler.h"
+#include "Editor/Import/Import.h"
+#include "Editor/Project/TestProject.h"
+#include "Editor/Undo/ChangeManager.h"
+#include "Gfx/Log.h"
+
+namespace ArdentisEngine::Test {
+namespace {
+
+namespace fs = std::filesystem;
+using Data::Id;
+using Data::SceneCategory;
+
+// A shader declaring its material, an image, a model file, and objects using all of them.
+constexpr std::string_view LitShader =
+    "#pragma material vec4 tint 1.0 1.0 1.0 1.0\n"
+    "#pragma material float gloss 0.5\n"
+    "#pragma material texture albedo\n"
+    "void main() {}\n";
+
+// One triangle with its corners at (0,0,0), (2,0,0), (0,2,0).
+constexpr std::string_view TriangleObj =
+    "v 0 0 0\nv 2 0 0\nv 0 2 0\nvn 0 0 1\nf 1//1 2//1 3//1\n";
+
+constexpr std::string_view Records = R"({
+  "format": "ardentis-project", "version": 1,
+  "shaders": {"1": {"name": "Lit", "file": "shaders/Lit.frag"}},
+  "pipelines": {"1": {"name": "Lit", "shader": 1}, "2": {"name": "Phong Opaque"}},
+  "images": {"1": {"name": "checker.png", "file": "textures/checker.png"}},
+  "textures": {"1": {"name": "checker.png", "image": 1, "repeat": false}},
+  "materials": {
+    "1": {"name": "Red", "pipeline": 1, "Lit": {"tint": [1, 0, 0, 1], "albedo": 1}},
+    "2": {"name": "Blue", "pipeline": 2, "Phong": {"diffuseColor": [0, 0, 1, 1]}}
+  },
+  "meshes": {
+    "1": {"name": "Cube", "primitive": "cube"},
+    "2": {"name": "Triangle", "source": {"file": "models/triangle.obj", "resource": "meshes/0"}}
+  },
+  "objects": {
+    "1": {"name": "Root", "translation": [1, 2, 3], "components": [{"type": 4, "mesh": 1, "material": 1}]},
+    "2": {"name": "Lamp", "parent": 1, "translation": [0, 1, 0], "components": [{"type": 1, "lightType": 2, "intensity": 3}]},
+    "3": {"name": "Camera", "parent": 2, "components": [{"type": 2, "fov": 75, "orthographic": true}]},
+    "4": {"name": "Floor", "scaling": [2, 1, 2], "components": [
+      {"type": 4, "mesh": 2, "material": 2}, {"type": 6, "bodyType": 0, "halfExtents": [1, 0.1, 1]}]}
+  }
+})";
+
+void writePng(const fs::path& path, Vector2i size) {
+    Image image{PixelFormat::RGBA8, size};
+    for(std::size_t i = 0; i != image.mutableData().size(); ++i) image.mutableData()[i] = std::byte(i*37);
+    CompilerPluginManager plugins;
+    ASSERT_TRUE(plugins.converter("PngImageConverter")->convertToFile(image.view(), path.string()));
+}
+
+class AssetCompilerTest: public testing::Test {
+protected:
+    void SetUp() override {
+        folder = scratchFolder();
+        fs::create_directories(folder/"shaders");
+        fs::create_directories(folder/"textures");
+        fs::create_directories(folder/"models");
+        writeFile(folder/"shaders/Lit.frag", LitShader);
+        writeFile(folder/"models/triangle.obj", TriangleObj);
+        writePng(folder/"textures/checker.png", {4, 2});
+        ASSERT_TRUE(project.create(folder.string()));
+        ASSERT_TRUE(project.loadText(Records, "records"));
+        changes = std::make_unique<ChangeManager>(project);
+        compiler = std::make_unique<AssetCompiler>(project, scene);
+    }
+
+    Id object(std::uint32_t record) const { return compiler->objectInstance(ResourceId{record}); }
+    RecordAccess record(const char* section, std::uint32_t id) { return ProjectSection{project, section}.record(ResourceId{id}); }
+    const Data::MaterialData& material(std::uint32_t record) {
+        return scene.materials[compiler->materialInstance(ResourceId{record})];
+    }
+    // A parameter of a compiled material by name, read back through its pipeline's definition.
+    Vector4 parameter(std::uint32_t materialRecord, std::string_view name) {
+        const Data::MaterialData& m = material(materialRecord);
+        const Shaders::MaterialDefinition* definition = compiler->materialDefinition(m.pipeline);
+        EXPECT_TRUE(definition);
+        if(!definition) return Vector4{-1.0f};
+        const int index = definition->paramIndex(name);
+        EXPECT_GE(index, 0) << name;
+        Data::Material packed;
+        std::copy(m.parameters.begin(), m.parameters.end(), packed.values.begin());
+        if(definition->paramType(unsigned(index)) == Shaders::MaterialParamType::Texture)
+            return Vector4{float(definition->getInteger(packed, unsigned(index)))};
+        return definition->get(packed, unsigned(index));
+    }
+    std::uint32_t compiled(SceneCategory c) const { return compiler->compiledCounts()[std::size_t(c)]; }
+
+    fs::path folder;
+    ProjectFile project;
+    Data::Scene scene;
+    std::unique_ptr<ChangeManager> changes;
+    std::unique_ptr<AssetCompiler> compiler;
+};
+
+// [compiling everything]
+
+TEST_F(AssetCompilerTest, HierarchyTransformsAndNames) {
+    Log::Capture errors{Log::Channel::Error};
+    compiler->compile();
+    EXPECT_EQ(errors.text(), "");
+
+    for(std::uint32_t r: {1u, 2u, 3u, 4u}) {
+        ASSERT_NE(object(r), Data::InvalidId) << r;
+        EXPECT_EQ(scene.ids().nameOf(object(r)), r);
+    }
+    EXPECT_EQ(scene.names().nameOf(object(3)), "Camera");
+    EXPECT_EQ(scene.graph().parent(object(1)), Data::SceneGraph::Root);
+    EXPECT_EQ(scene.graph().parent(object(2)), object(1));
+    EXPECT_EQ(scene.graph().parent(object(3)), object(2));
+    EXPECT_EQ(scene.graph().parent(object(4)), Data::SceneGraph::Root);
+
+    scene.graph().computeAbsoluteTransformations();
+    const Vector3 camera = scene.graph().absoluteTransformation(object(3)).translation();
+    EXPECT_NEAR(glm::distance(camera, Vector3{1, 3, 3}), 0.0f, 1e-5f);
+    EXPECT_EQ(scene.graph().localScaling(object(4)), (Vector3{2, 1, 2}));
+}
+
+TEST_F(AssetCompilerTest, Components) {
+    compiler->compile();
+    const Data::SceneGraph& graph = scene.graph();
+    EXPECT_EQ(graph.componentsOfType(object(1), Data::ComponentType::Mesh).size(), 1u);
+    EXPECT_EQ(graph.componentsOfType(object(4), Data::ComponentType::Mesh).size(), 1u);
+    EXPECT_EQ(graph.componentsOfType(object(4), Data::ComponentType::Physics).size(), 1u);
+
+    const auto lights = graph.componentsOfType(object(2), Data::ComponentType::Light);
+    ASSERT_EQ(lights.size(), 1u);
+    EXPECT_EQ(scene.lights().lightType(lights[0]), Data::LightType::Spot);
+    EXPECT_FLOAT_EQ(scene.lights().intensity(lights[0]), 3.0f);
+    EXPECT_TRUE(scene.lights().isActive(lights[0]));
+
+    const auto views = graph.componentsOfType(object(3), Data::ComponentType::View);
+    ASSERT_EQ(views.size(), 1u);
+    EXPECT_FLOAT_EQ(scene.views().fov(views[0]), 75.0f);
+    EXPECT_EQ(scene.views().projectionType(views[0]), Data::ProjectionType::Orthographic);
+
+    const Id floor = graph.componentsOfType(object(4), Data::ComponentType::Mesh)[0];
+    EXPECT_EQ(scene.meshes().mesh(floor), compiler->meshInstance(ResourceId{2}));
+    EXPECT_EQ(scene.meshes().material(floor), compiler->materialInstance(ResourceId{2}));
+    EXPECT_EQ(scene.meshes().pipeline(floor), compiler->pipelineInstance(ResourceId{2}));
+    const Data::RigidBody* body = scene.physics().body(graph.componentsOfType(object(4), Data::ComponentType::Physics)[0]);
+    ASSERT_TRUE(body);
+    EXPECT_EQ(body->shape.halfExtents, (Vector3{1, 0.1f, 1}));
+}
+
+TEST_F(AssetCompilerTest, MeshesAndBoundingSpheres) {
+    compiler->compile();
+    const std::uint16_t cube = compiler->meshInstance(ResourceId{1});
+    const std::uint16_t triangle = compiler->meshInstance(ResourceId{2});
+    ASSERT_TRUE(cube && triangle);
+    ASSERT_EQ(scene.meshBoundingSpheres.size(), scene.meshData.size());
+    // The cube spans -1..1; the triangle's box centre is (1, 1, 0) and its far corner sqrt(2) away.
+    EXPECT_NEAR(glm::length(scene.meshBoundingSpheres[cube].center), 0.0f, 1e-6f);
+    EXPECT_NEAR(scene.meshBoundingSpheres[cube].radius, std::sqrt(3.0f), 1e-5f);
+    EXPECT_NEAR(glm::distance(scene.meshBoundingSpheres[triangle].center, Vector3{1, 1, 0}), 0.0f, 1e-5f);
+    EXPECT_NEAR(scene.meshBoundingSpheres[triangle].radius, std::sqrt(2.0f), 1e-5f);
+    EXPECT_EQ(scene.meshData[triangle].vertexCount(), 3u);
+}
+
+struct ParameterCase {
+    const char* name;
+    std::uint32_t material;
+    const char* parameter;
+    Vector4 expected;  // texture ids in x
+};
+
+void PrintTo(const ParameterCase& data, std::ostream* out) { *out << data.name; }
+
+class MaterialParameters: public AssetCompilerTest, public testing::WithParamInterface<ParameterCase> {};
+
+TEST_P(MaterialParameters, PackedThroughTheDefinition) {
+    compiler->compile();
+    const ParameterCase& data = GetParam();
+    Vector4 expected = data.expected;
+    // The texture's slot is the compiler's to choose: the case names the record.
+    if(std::string_view{data.parameter} == "albedo") expected.x = float(compiler->textureInstance(ResourceId{std::uint32_t(expected.x)}));
+    const Vector4 actual = parameter(data.material, data.parameter);
+    const std::size_t components = std::string_view{data.parameter} == "gloss" || std::string_view{data.parameter} == "shininess" ||
+        std::string_view{data.parameter} == "albedo" ? 1 : 4;
+    for(std::size_t i = 0; i != components; ++i) EXPECT_FLOAT_EQ(actual[int(i)], expected[int(i)]) << i;
+}
+
+INSTANTIATE_TEST_SUITE_P(, MaterialParameters, testing::Values(
+    ParameterCase{"SetVector", 1, "tint", {1, 0, 0, 1}},
+    ParameterCase{"DefaultFloat", 1, "gloss", {0.5f, 0, 0, 0}},
+    ParameterCase{"TextureRecordToSlot", 1, "albedo", {1, 0, 0, 0}},
+    ParameterCase{"BuiltInPipelineShader", 2, "diffuseColor", {0, 0, 1, 1}},
+    ParameterCase{"BuiltInDefault", 2, "shininess", {80, 0, 0, 0}}),
+    [](const auto& info) { return std::string{info.param.name}; });
+
+TEST_F(AssetCompilerTest, TexturesAndImages) {
+    compiler->compile();
+    const std::uint16_t texture = compiler->textureInstance(ResourceId{1});
+    ASSERT_TRUE(texture);
+    const Data::TextureData& t = scene.textures[texture];
+    EXPECT_EQ(t.image, compiler->imageInstance(ResourceId{1}));
+    EXPECT_EQ(t.samplerFlags, AssetCompiler::SamplerLinear);
+    ASSERT_TRUE(scene.images[t.image].pixels);
+    EXPECT_EQ(scene.images[t.image].size(), (Vector2i{4, 2}));
+    // The material lists its texture properties' slots in declaration order.
+    EXPECT_EQ(material(1).textures, std::vector<std::uint32_t>{texture});
+}
+
+// [incremental compiling]
+
+struct EditCase {
+    const char* name;
+    const char* path;
+    const char* json;
+    SceneCategory recompiled;
+    std::uint32_t count;
+    std::vector<SceneCategory> untouched;
+};
+
+void PrintTo(const EditCase& data, std::ostream* out) { *out << data.name; }
+
+class IncrementalEdit: public AssetCompilerTest, public testing::WithParamInterface<EditCase> {};
+
+TEST_P(IncrementalEdit, OnlyTheEditedCategoryCompiles) {
+    compiler->compile();
+    const auto stamps = scene.stamps();
+    EXPECT_EQ(compiler->compile(), 0u) << "nothing changed";
+
+    const EditCase& data = GetParam();
+    JsonDocument value;
+    value.Parse(data.json);
+    ASSERT_FALSE(value.HasParseError());
+    changes->pushChange(ValueAccess<void>{project, data.path}, value);
+    changes->commit();
+    const auto afterEdit = scene.stamps();
+    compiler->compile();
+    EXPECT_EQ(compiled(data.recompiled), data.count);
+    EXPECT_NE(scene.stamp(data.recompiled), afterEdit[std::size_t(data.recompiled)]);
+    for(SceneCategory c: data.untouched) {
+        EXPECT_EQ(compiled(c), 0u) << Data::sceneCategoryName(c);
+        EXPECT_EQ(scene.stamp(c), stamps[std::size_t(c)]) << Data::sceneCategoryName(c);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, IncrementalEdit, testing::Values(
+    EditCase{"MaterialValue", "/materials/1/Lit/tint", "[0, 1, 0, 1]", SceneCategory::Materials, 1,
+        {SceneCategory::Meshes, SceneCategory::Images, SceneCategory::Objects, SceneCategory::Pipelines}},
+    EditCase{"ObjectTranslation", "/objects/4/translation", "[5, 0, 0]", SceneCategory::Objects, 1,
+        {SceneCategory::Meshes, SceneCategory::Materials, SceneCategory::Images}},
+    EditCase{"LightComponent", "/objects/2/components/0/intensity", "7", SceneCategory::Lights, 1,
+        {SceneCategory::Meshes, SceneCategory::Materials, SceneCategory::Physics}},
+    EditCase{"MeshPrimitive", "/meshes/1/primitive", "\"sphere\"", SceneCategory::Meshes, 1,
+        {SceneCategory::Materials, SceneCategory::Images, SceneCategory::Textures}},
+    // A texture's slot may be new to a material, so every material looks again.
+    EditCase{"TextureSampler", "/textures/1/filter", "false", SceneCategory::Textures, 1,
+        {SceneCategory::Meshes, SceneCategory::Images, SceneCategory::Objects}}),
+    [](const auto& info) { return std::string{info.param.name}; });
+
+TEST_F(AssetCompilerTest, UndoRestoresTheCompiledState) {
+    compiler->compile();
+    const std::uint16_t red = compiler->materialInstance(ResourceId{1});
+    const std::vector<float> parameters = scene.materials[red].parameters;
+    const Id floor = object(4);
+
+    changes->pushChange(record("objects", 4).access("translation"), Vector3{5, 0, 0});
+    changes->pushChange(record("materials", 1).access("Lit").access("gloss"), 0.9f);
+    changes->commit();
+    compiler->compile();
+    EXPECT_EQ(scene.graph().localTransformation(floor).translation(), (Vector3{5, 0, 0}));
+    EXPECT_NE(scene.materials[red].parameters, parameters);
+
+    changes->undo();
+    compiler->compile();
+    EXPECT_EQ(object(4), floor);
+    EXPECT_NEAR(glm::length(scene.graph().localTransformation(floor).translation()), 0.0f, 1e-6f);
+    EXPECT_EQ(scene.materials[red].parameters, parameters);
+}
+
+TEST_F(AssetCompilerTest, RemovedAndAddedObjects) {
+    compiler->compile();
+    const Id lamp = object(2);
+    // Remove the lamp with its camera child; add a new object under the root.
+    changes->pushRemoval(record("objects", 3));
+    changes->pushRemoval(record("objects", 2));
+    JsonDocument value;
+    value.Parse(R"({"name": "Added", "parent": 1, "components": [{"type": 1}]})");
+    changes->pushChange(record("objects", 9), value);
+    changes->commit();
+    compiler->compile();
+    EXPECT_EQ(object(2), Data::InvalidId);
+    EXPECT_EQ(object(3), Data::InvalidId);
+    ASSERT_NE(object(9), Data::InvalidId);
+    EXPECT_EQ(scene.graph().parent(object(9)), object(1));
+    EXPECT_EQ(scene.lights().size(), 1u);
+    // The root and objects 1, 4 and 9.
+    EXPECT_EQ(scene.graph().objectCount(), 4u);
+    (void)lamp;
+
+    changes->undo();
+    compiler->compile();
+    EXPECT_EQ(object(9), Data::InvalidId);
+    ASSERT_NE(object(3), Data::InvalidId);
+    EXPECT_EQ(scene.graph().parent(object(3)), object(2));
+    EXPECT_EQ(scene.views().size(), 1u);
+}
+
+TEST_F(AssetCompilerTest, CompileObjectsAllPutsMovedObjectsBack) {
+    compiler->compile();
+    scene.graph().setLocalTransformation(object(4), DualQuaternion::translation({0, -50, 0}));
+    compiler->compileObjects(false);
+    EXPECT_EQ(scene.graph().localTransformation(object(4)).translation(), (Vector3{0, -50, 0}));
+    compiler->compileObjects(true);
+    EXPECT_NEAR(glm::length(scene.graph().localTransformation(object(4)).translation()), 0.0f, 1e-6f);
+    EXPECT_EQ(compiled(SceneCategory::Objects), 4u);
+}
+
+// [bad input]
+
+struct BrokenSourceCase {
+    const char* name;
+    const char* file;          // replaced by the case's bytes
+    const char* bytes;
+    const char* path;          // edited so that the record compiles again
+    const char* json;
+    SceneCategory category;
+    std::uint32_t record;
+};
+
+void PrintTo(const BrokenSourceCase& data, std::ostream* out) { *out << data.name; }
+
+class BrokenSource: public AssetCompilerTest, public testing::WithParamInterface<BrokenSourceCase> {};
+
+TEST_P(BrokenSource, OneLineAndThePreviousStateStays) {
+    const BrokenSourceCase& data = GetParam();
+    compiler->compile();
+    const std::vector<BoundingSphere> spheres = scene.meshBoundingSpheres;
+    const std::size_t images = scene.images.size();
+
+    if(data.bytes) writeFile(folder/data.file, data.bytes);
+    else fs::remove(folder/data.file);
+    JsonDocument value;
+    value.Parse(data.json);
+    changes->pushChange(ValueAccess<void>{project, data.path}, value);
+    changes->commit();
+    Log::Capture errors{Log::Channel::Error};
+    compiler->compile();
+
+    EXPECT_EQ(std::count(errors.text().begin(), errors.text().end(), '\n'), 1) << errors.text();
+    EXPECT_TRUE(errors.contains(data.file)) << errors.text();
+    // What was compiled before is still there.
+    if(data.category == SceneCategory::Meshes) {
+        const std::uint16_t slot = compiler->meshInstance(ResourceId{data.record});
+        ASSERT_TRUE(slot);
+        EXPECT_EQ(scene.meshData[slot].vertexCount(), 3u);
+        EXPECT_EQ(scene.meshBoundingSpheres[slot].radius, spheres[slot].radius);
+    } else {
+        const std::uint16_t slot = compiler->imageInstance(ResourceId{data.record});
+        ASSERT_TRUE(slot);
+        ASSERT_EQ(scene.images.size(), images);
+        ASSERT_TRUE(scene.images[slot].pixels);
+        EXPECT_EQ(scene.images[slot].size(), (Vector2i{4, 2}));
+    }
+    // The rest of the scene is complete.
+    EXPECT_NE(object(4), Data::InvalidId);
+    EXPECT_TRUE(compiler->materialInstance(ResourceId{2}));
+}
+
+INSTANTIATE_TEST_SUITE_P(, BrokenSource, testing::Values(
+    BrokenSourceCase{"MissingImage", "textures/checker.png", nullptr, "/images/1/name", "\"renamed\"", SceneCategory::Images, 1},
+    BrokenSourceCase{"CorruptImage", "textures/checker.png", "\x89PNG\r\n\x1a\nnot really", "/images/1/name", "\"renamed\"", SceneCategory::Images, 1},
+    BrokenSourceCase{"MissingModel", "models/triangle.obj", nullptr, "/meshes/2/name", "\"renamed\"", SceneCategory::Meshes, 2},
+    BrokenSourceCase{"BrokenModel", "models/triangle.obj", "f 1 2 99\nv x y\n", "/meshes/2/name", "\"renamed\"", SceneCategory::Meshes, 2}),
+    [](const auto& info) { return std::string{info.param.name}; });
+
+TEST_F(AssetCompilerTest, MissingImageAtFirstCompileLeavesTheRestCompiled) {
+    fs::remove(folder/"textures/checker.png");
+    Log::Capture errors{Log::Channel::Error};
+    compiler->compile();
+    EXPECT_TRUE(errors.contains("checker.png")) << errors.text();
+    EXPECT_FALSE(compiler->imageInstance(ResourceId{1}));
+    // The texture exists without an image; the material still points at the texture.
+    const std::uint16_t texture = compiler->textureInstance(ResourceId{1});
+    ASSERT_TRUE(texture);
+    EXPECT_EQ(scene.textures[texture].image, 0u);
+    EXPECT_FLOAT_EQ(parameter(1, "albedo").x, float(texture));
+    EXPECT_EQ(scene.graph().objectCount(), 5u);
+
+    // The file arrives and the record is touched: the image compiles now.
+    writePng(folder/"textures/checker.png", {2, 2});
+    changes->pushChange(record("images", 1).access("name"), std::string_view{"again"});
+    changes->commit();
+    compiler->compile();
+    ASSERT_TRUE(compiler->imageInstance(ResourceId{1}));
+    EXPECT_EQ(scene.textures[texture].image, compiler->imageInstance(ResourceId{1}));
+}
+
+struct RecordErrorCase {
+    const char* name;
+    const char* path;
+    const char* json;
+    const char* message;
+};
+
+void PrintTo(const RecordErrorCase& data, std::ostream* out) { *out << data.name; }
+
+class RecordError: public AssetCompilerTest, public testing::WithParamInterface<RecordErrorCase> {};
+
+TEST_P(RecordError, ReportedInOneLine) {
+    compiler->compile();
+    JsonDocument value;
+    value.Parse(GetParam().json);
+    changes->pushChange(ValueAccess<void>{project, GetParam().path}, value);
+    changes->commit();
+    Log::Capture errors{Log::Channel::Error};
+    compiler->compile();
+    EXPECT_EQ(std::count(errors.text().begin(), errors.text().end(), '\n'), 1) << errors.text();
+    EXPECT_TRUE(errors.contains(GetParam().message)) << errors.text();
+}
+
+INSTANTIATE_TEST_SUITE_P(, RecordError, testing::Values(
+    RecordErrorCase{"UnknownParameter", "/materials/1/Lit/shine", "2", "shader Lit has no parameter shine"},
+    RecordErrorCase{"ParameterOfWrongShape", "/materials/1/Lit/tint", "[1, 2]", "tint must be 4 numbers"},
+    RecordErrorCase{"MissingTexture", "/materials/1/Lit/albedo", "42", "names texture 42"},
+    RecordErrorCase{"UnknownPrimitive", "/meshes/1/primitive", "\"teapot\"", "unknown primitive teapot"},
+    RecordErrorCase{"UnknownComponent", "/objects/1/components/1", "{\"type\": 99}", "unknown type 99"},
+    RecordErrorCase{"MissingShaderFile", "/shaders/1/file", "\"shaders/Gone.frag\"", "Gone.frag"},
+    RecordErrorCase{"MissingFont", "/fonts/1", "{\"name\": \"Sans\", \"file\": \"fonts/none.ttf\"}", "fonts/none.ttf"}),
+    [](const auto& info) { return std::string{info.param.name}; });
+
+TEST_F(AssetCompilerTest, FontMetrics) {
+    const fs::path system{"/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"};
+    if(!fs::exists(system)) GTEST_SKIP() << "no system font at " << system;
+    fs::create_directories(folder/"fonts");
+    fs::copy_file(system, folder/"fonts/Sans.ttf");
+    JsonDocument value;
+    value.Parse(R"({"name": "Sans", "file": "fonts/Sans.ttf"})");
+    changes->pushChange(record("fonts", 1), value);
+    value.Parse(R"({"type": 3, "text": "Hi", "font": 1, "size": 2})");
+    changes->pushChange(record("objects", 1).access("components").access(1), value);
+    changes->commit();
+    compiler->compile();
+    const std::uint16_t font = compiler->fontInstance(ResourceId{1});
+    ASSERT_TRUE(font);
+    const Data::FontData& data = scene.fonts[font];
+    EXPECT_EQ(data.name, "Sans");
+    EXPECT_GT(data.ascent, 0.5f);
+    EXPECT_LT(data.descent, 0.0f);
+    ASSERT_TRUE(data.glyph(U'H'));
+    EXPECT_GT(data.glyph(U'H')->advance, 0.3f);
+    EXPECT_FALSE(data.glyph(U'\u4e00'));
+    const auto texts = scene.graph().componentsOfType(object(1), Data::ComponentType::Text);
+    ASSERT_EQ(texts.size(), 1u);
+    EXPECT_EQ(scene.texts().font(texts[0]), font);
+    // Two glyphs, one quad each.
+    EXPECT_EQ(scene.texts().meshData(texts[0], data).vertexCount(), 8u);
+}
+
+// [plug-ins and probes]
+
+TEST(CompilerPluginManager, KeepsPluginsByName) {
+    CompilerPluginManager plugins;
+    AbstractImageImporter* importer = plugins.importer("AnyImageImporter");
+    ASSERT_TRUE(importer);
+    importer->configuration().setValue("kept", "yes");
+    EXPECT_EQ(plugins.importer("AnyImageImporter"), importer);
+    EXPECT_EQ(plugins.importer("AnyImageImporter")->configuration().value("kept"), "yes");
+    EXPECT_NE(plugins.importer("HdrImporter"), importer);
+    EXPECT_TRUE(plugins.converter("PngImageConverter"));
+    EXPECT_EQ(plugins.loadedCount(), 3u);
+
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(plugins.importer("NoSuchImporter"));
+    EXPECT_TRUE(errors.contains("NoSuchImporter")) << errors.text();
+    EXPECT_EQ(plugins.loadedCount(), 3u);
+}
+
+TEST_F(AssetCompilerTest, EnvironmentProbeFromCacheLevels) {
+    ASSERT_TRUE(project.makeCachePath());
+    const fs::path cache = project.cachePath();
+    {
+        Log::Capture errors{Log::Channel::Error};
+        EXPECT_FALSE(compiler->compileProbes());
+        EXPECT_TRUE(errors.contains(cache.string())) << errors.text();
+        EXPECT_FALSE(scene.environmentProbe);
+    }
+    writePng(cache/"environment-mip-0.png", {8, 4});
+    writePng(cache/"environment-mip-1.png", {4, 2});
+    writePng(cache/"environment-mip-2.png", {2, 1});
+    const std::uint32_t before = scene.stamp(SceneCategory::EnvironmentProbe);
+    ASSERT_TRUE(compiler->compileProbes());
+    ASSERT_TRUE(scene.environmentProbe);
+    EXPECT_EQ(scene.environmentProbe->header.levelCount, 3u);
+    EXPECT_EQ(scene.environmentProbe->baseSize, 8u);
+    EXPECT_EQ(scene.environmentProbe->data.size(), (32u + 8u + 2u)*4u*sizeof(float));
+    EXPECT_NE(scene.stamp(SceneCategory::EnvironmentProbe), before);
+
+    // A level that does not halve the one before is stale: the probe stays as it was.
+    writePng(cache/"environment-mip-1.png", {3, 3});
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(compiler->compileProbes());
+    EXPECT_TRUE(errors.contains("environment-mip-1.png")) << errors.text();
+    EXPECT_EQ(scene.environmentProbe->header.levelCount, 3u);
+}
+
+TEST_F(AssetCompilerTest, AddedProbeCompilersRunInOrder) {
+    ASSERT_EQ(compiler->probeCompilerNames(), std::vector<std::string>{"environment"});
+    compiler->removeProbeCompiler("environment");
+    std::vector<std::string> calls;
+    compiler->addProbeCompiler("volume", [&](AssetCompiler&, Data::Scene& s) {
+        calls.push_back("volume");
+        s.probeVolume.emplace();
+        return true;
+    });
+    compiler->addProbeCompiler("other", [&](AssetCompiler&, Data::Scene&) { calls.push_back("other"); return false; });
+    EXPECT_FALSE(compiler->compileProbes());
+    EXPECT_EQ(calls, (std::vector<std::string>{"volume", "other"}));
+    EXPECT_TRUE(scene.probeVolume);
+}
+
+// [imported models]
+
+struct ModelCase {
+    const char* name;
+    const char* file;
+    std::size_t skins;
+    std::size_t animations;
+};
+
+void PrintTo(const ModelCase& data, std::ostream* out) { *out << data.name; }
+
+class CompileModel: public testing::TestWithParam<ModelCase> {};
+
+TEST_P(CompileModel, ObjectsSkinsAndAnimations) {
+    const fs::path models = fs::path{ARDENTIS_TESTDATA_DIR}/"gltf";
+    if(!fs::is_directory(models)) GTEST_SKIP() << "test models not found in " << models;
+    ProjectFile project;
+    ASSERT_TRUE(project.create(scratchFolder().string()));
+    ChangeManager changes{project};
+    ASSERT_TRUE(loadFile((models/GetParam().file).string(), changes));
+    Data::Scene scene;
+    AssetCompiler compiler{project, scene};
+    Log::Capture errors{Log::Channel::Error};
+    compiler.compile();
+
+    const std::size_t objects = project.section<ObjectRecord>().ids().size();
+    EXPECT_EQ(scene.graph().objectCount(), objects + 1);
+    std::size_t skins = 0;
+    for(const Data::SkinData& skin: scene.skins) if(skin.jointCount()) ++skins;
+    EXPECT_EQ(skins, GetParam().skins);
+    EXPECT_EQ(compiler.animationInstances().size(), GetParam().animations);
+    for(const AnimationInstance& instance: compiler.animationInstances()) {
+        EXPECT_GT(instance.duration(), 0.0f) << instance.name;
+        EXPECT_FALSE(instance.targets.empty()) << instance.name;
+        for(Id target: instance.targets) EXPECT_TRUE(scene.graph().isValid(target));
+    }
+    for(ResourceId mesh: project.section<MeshRecord>().resourceIds()) {
+        const std::uint16_t slot = compiler.meshInstance(mesh);
+        ASSERT_TRUE(slot);
+        EXPECT_GT(scene.meshBoundingSpheres[slot].radius, 0.0f);
+    }
+    // Materials the importer wrote may name parameters the shaders lack; nothing else may fail.
+    std::string other;
+    std::istringstream lines{errors.text()};
+    for(std::string line; std::getline(lines, line);) if(line.find("has no parameter") == std::string::npos) other += line + "\n";
+    EXPECT_EQ(other, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(, CompileModel, testing::Values(
+    ModelCase{"Box", "Box/Box.glb", 0, 0},
+    ModelCase{"BoxAnimated", "BoxAnimated/BoxAnimated.glb", 0, 1},
+    ModelCase{"RiggedSimple", "RiggedSimple/RiggedSimple.glb", 1, 1},
+    ModelCase{"SimpleSkin", "SimpleSkin/SimpleSkin.gltf", 1, 1},
+    ModelCase{"AnimatedMorphCube", "AnimatedMorphCube/AnimatedMorphCube.glb", 0, 1},
+    ModelCase{"CesiumMan", "CesiumMan/CesiumMan.glb", 1, 1},
+    ModelCase{"Fox", "Fox/Fox.glb", 1, 3}),
+    [](const auto& info) { return std::string{info.param.name}; });
+
+}
+}
