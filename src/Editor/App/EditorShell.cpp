@@ -12,6 +12,7 @@
 #include <imgui_internal.h>
 #include <backends/imgui_impl_opengl3.h>
 
+#include "Editor/Compiler/AssetCompiler.h"
 #include "Editor/Data/EditorData.h"
 #include "Editor/Data/ObjectCommands.h"
 #include "Editor/Input/Key.h"
@@ -73,8 +74,6 @@ EditorShell::EditorShell(const Configuration& configuration): _configuration{con
 
     if(!configuration.preferencesFile.empty()) _editor.setPreferences(loadPreferences(configuration.preferencesFile));
 
-    _editorData = std::make_unique<EditorData>();
-    _editor.attachEditorData(_editorData.get());
     // Start on an empty project that lives nowhere, so that every panel always has one.
     adoptProject(std::make_unique<ProjectFile>());
 
@@ -88,21 +87,53 @@ EditorShell::~EditorShell() {
     ImGui::SetCurrentContext(_context);
     for(auto& view: _views) view->deinit();
     _views.clear();
+    _compiler.reset();
+    _changes.reset();
+    _editorData.reset();
     if(_graphics) ImGui_ImplOpenGL3_Shutdown();
     ImGui::DestroyContext(_context);
 }
 
 void EditorShell::adoptProject(std::unique_ptr<ProjectFile> project) {
-    // The undo history belongs to the project it was recorded on. The editor data moves to the
-    // new project before the old one goes, so that it never listens to a destroyed project.
+    ImGui::SetCurrentContext(_context);
+    // Views, the compiled scene, the selection and the undo history all belong to one project:
+    // they go before the project they were made on, and come back made on the new one.
+    std::vector<bool> open;
+    for(auto& view: _views) {
+        open.push_back(view->isOpen());
+        view->deinit();
+        if(_pointerView == view.get()) _pointerView = nullptr;
+        if(_focusedOwner == view.get()) _focusedOwner = nullptr;
+    }
+    _views.clear();
+    _compiler.reset();
     _changes.reset();
-    _editorData->attachProject(*project);
+    _editorData.reset();
+
     _project = std::move(project);
+    _editorData = std::make_unique<EditorData>(*_project);
+    _editor.attachEditorData(_editorData.get());
     _changes = std::make_unique<ChangeManager>(*_project);
-    _sceneSelectionSeen.clear();
     _editor.attachProject(_project.get(), _changes.get());
+    _compiler = std::make_unique<AssetCompiler>(*_editorData);
+    _editor.attachAssetCompiler(_compiler.get());
+    _compiler->compile();
     _savedRevision = _project->revision();
     _selection.clear();
+    _sceneSelectionSeen.clear();
+
+    for(std::size_t i = 0; i != _viewFactories.size(); ++i) startView(i).setOpen(i < open.size() ? bool(open[i]) : true);
+}
+
+EditorView& EditorShell::startView(std::size_t index) {
+    std::unique_ptr<EditorView> view = _viewFactories[index]();
+    AE_ASSERT(view);
+    EditorView& started = *view;
+    if(_views.size() <= index) _views.resize(index + 1);
+    _views[index] = std::move(view);
+    started.init(_context, _editorData.get(), &_editor);
+    _owners[started.title()] = &started;
+    return started;
 }
 
 bool EditorShell::openProject(const std::string& path) {
@@ -170,12 +201,10 @@ bool EditorShell::hasUnsavedChanges() const {
     return _project->revision() != _savedRevision || _changes->hasPendingChanges();
 }
 
-EditorView& EditorShell::addView(std::unique_ptr<EditorView> view) {
+EditorView& EditorShell::addView(ViewFactory factory) {
     ImGui::SetCurrentContext(_context);
-    EditorView& added = *_views.emplace_back(std::move(view));
-    added.init(_context, _editorData.get(), &_editor);
-    _owners[added.title()] = &added;
-    return added;
+    _viewFactories.push_back(std::move(factory));
+    return startView(_viewFactories.size() - 1);
 }
 
 bool EditorShell::initGraphics(float contentScale) {
@@ -362,6 +391,9 @@ void EditorShell::buildFrame(float dt, Vector2 windowSize, Vector2 framebufferSc
     if(_graphics) ImGui_ImplOpenGL3_NewFrame();
     ImGui::NewFrame();
     applyPendingInput();
+
+    // Records edited since the last frame reach the scene before the views look at it.
+    _compiler->compile();
 
     // Off-screen work of the views comes before any of them draws its window.
     for(auto& view: _views) {

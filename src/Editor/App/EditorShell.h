@@ -5,6 +5,7 @@
 // the shortcut dispatcher and the view that has the pointer or the keyboard.
 #include <array>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -26,6 +27,7 @@ namespace ArdentisEngine {
 class ProjectFile;
 class ChangeManager;
 class EditorData;
+class AssetCompiler;
 
 class EditorShell {
 public:
@@ -50,8 +52,13 @@ public:
     bool saveProjectAs(const std::string& folder);
     bool hasUnsavedChanges() const;
 
-    // Constructs, then initialises with the current Dear ImGui context. The shell owns the view.
-    EditorView& addView(std::unique_ptr<EditorView> view);
+    // Views belong to the open project: the shell makes one from its factory and initialises it
+    // now, and tears it down and makes it anew whenever another project is opened.
+    using ViewFactory = std::function<std::unique_ptr<EditorView>()>;
+    EditorView& addView(ViewFactory factory);
+    template<class View> View& addView() {
+        return static_cast<View&>(addView([] { return std::unique_ptr<EditorView>{new View}; }));
+    }
     const std::vector<std::unique_ptr<EditorView>>& views() const { return _views; }
 
     // Fonts and GL objects of the UI; needs a current GL 3.3+ context. Without it (tests), call
@@ -74,6 +81,7 @@ public:
     ChangeManager& changeManager() { return *_changes; }
     Selection& selection() { return _selection; }
     EditorData& editorData() { return *_editorData; }
+    AssetCompiler& assetCompiler() { return *_compiler; }
     ImGuiContext* imguiContext() const { return _context; }
     AssetPanel& assetPanel() { return _assets; }
     long frameIndex() const { return _frame; }
@@ -96,6 +104,7 @@ private:
     EditorView* viewAt(Vector2 position) const;
     EditorView* focusedView() const;
     void adoptProject(std::unique_ptr<ProjectFile> project);
+    EditorView& startView(std::size_t index);
     void persistPreferences();
     // The panels keep record ids, the views a bit set over the scene's objects; whichever side
     // changed since the last frame wins.
@@ -110,10 +119,12 @@ private:
     std::unique_ptr<ProjectFile> _project;
     std::unique_ptr<ChangeManager> _changes;
     std::unique_ptr<EditorData> _editorData;
+    std::unique_ptr<AssetCompiler> _compiler;
     std::vector<ResourceId> _sceneSelectionSeen;
     std::uint32_t _savedRevision{};
     Selection _selection;
     std::vector<std::unique_ptr<EditorView>> _views;
+    std::vector<ViewFactory> _viewFactories;
 
     Outliner _outliner;
     PropertiesPanel _properties;

@@ -215,8 +215,8 @@ public:
 
 TEST(EditorShellViewTest, EventsAndShortcutsFollowFocus) {
     ShellDriver driver{makeProject("views")};
-    auto& first = static_cast<RecordingView&>(driver.shell.addView(std::make_unique<RecordingView>("First View")));
-    auto& second = static_cast<RecordingView&>(driver.shell.addView(std::make_unique<RecordingView>("Second View")));
+    auto& first = static_cast<RecordingView&>(driver.shell.addView([] { return std::make_unique<RecordingView>("First View"); }));
+    auto& second = static_cast<RecordingView&>(driver.shell.addView([] { return std::make_unique<RecordingView>("Second View"); }));
     EXPECT_TRUE(first.initialized);
     driver.frame();
     EXPECT_EQ(first.draws, 1);
@@ -346,6 +346,53 @@ TEST(EditorShellTest, NewProjectStartsEmptyWithNoHistory) {
     EXPECT_TRUE(driver.shell.project().section<ObjectRecord>().resourceIds().empty());
     EXPECT_EQ(driver.shell.changeManager().undoCount(), 0u);
     EXPECT_TRUE(driver.shell.selection().empty());
+    driver.frame();
+}
+
+}
+
+#include "Editor/Compiler/AssetCompiler.h"
+#include "Editor/Data/EditorData.h"
+#include "Editor/Data/ObjectCommands.h"
+
+namespace {
+
+TEST(EditorShellViewTest, SelectionIsSharedThroughTheScene) {
+    ShellDriver driver{makeProject("shared-selection")};
+    const Layout layout;
+    const Data::Id crate = driver.shell.assetCompiler().objectInstance(ResourceId{1});
+    const Data::Id lamp = driver.shell.assetCompiler().objectInstance(ResourceId{3});
+    ASSERT_NE(crate, lamp);
+
+    // The outliner's click reaches the scene's selection, which the views read.
+    driver.play(at(0, "click left " + xy(layout.outlinerRow(0))), 3);
+    EXPECT_TRUE(driver.shell.editorData().isSelected(crate));
+    EXPECT_FALSE(driver.shell.editorData().isSelected(lamp));
+
+    // A view picking in the scene shows in the panels.
+    const ResourceId picked[]{ResourceId{3}};
+    selectObjects(driver.shell.editorData(), picked, false, false);
+    driver.frame();
+    EXPECT_EQ(driver.shell.selection().ids(), std::vector<ResourceId>{ResourceId{3}});
+}
+
+TEST(EditorShellViewTest, OpeningAnotherProjectRemakesTheViews) {
+    ShellDriver driver{makeProject("remake-a")};
+    int made = 0;
+    EditorView* view = &driver.shell.addView([&] {
+        ++made;
+        return std::make_unique<RecordingView>("Remade View");
+    });
+    view->setOpen(false);
+    EditorData* data = &driver.shell.editorData();
+    ASSERT_TRUE(driver.shell.openProject(makeProject("remake-b").string()));
+    EXPECT_EQ(made, 2);
+    ASSERT_EQ(driver.shell.views().size(), 1u);
+    auto& remade = static_cast<RecordingView&>(*driver.shell.views()[0]);
+    EXPECT_TRUE(remade.initialized);
+    EXPECT_EQ(&remade.editorData(), &driver.shell.editorData());
+    EXPECT_FALSE(remade.isOpen()) << "closed views stay closed";
+    (void)data;
     driver.frame();
 }
 
