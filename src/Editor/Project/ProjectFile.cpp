@@ -155,9 +155,9 @@ std::optional<std::string> checkRecord(std::string_view section, const JsonValue
     return {};
 }
 
-std::optional<std::string> checkSettings(const JsonValue& settings) {
+const std::vector<FieldCheck>& settingsChecks() {
     using S = Model::Settings;
-    return checkFields(settings, "/settings", {check(S::PhysicsEnabled), check(S::Gravity), check(S::ClearColor),
+    static const std::vector<FieldCheck> checks{check(S::PhysicsEnabled), check(S::Gravity), check(S::ClearColor),
         check(S::Near), check(S::Far), check(S::FieldOfView), check(S::ShadowMapSize), check(S::PreZ), check(S::MultiDraw),
         check(S::FrustumCulling), check(S::Skinning), check(S::EnvironmentLighting), check(S::AmbientIntensity),
         check(S::AmbientTint), check(S::BloomEnabled), check(S::BloomFilterPasses), check(S::BloomThreshold),
@@ -168,7 +168,36 @@ std::optional<std::string> checkSettings(const JsonValue& settings) {
         check(S::ProbeVolumeEnabled), check(S::ProbeVolumePosition), check(S::ProbeVolumeRotation),
         check(S::ProbeVolumeScale), check(S::ProbeVolumeQuality), check(S::ProbeVolumeVoxelSize),
         check(S::ProbeVolumeMaxSubdivision), check(S::ProbeVolumeNormalOffset), check(S::ProbeVolumeTint),
-        check(S::ProbeVolumeTintScale)});
+        check(S::ProbeVolumeTintScale)};
+    return checks;
+}
+
+std::optional<std::string> checkSettings(const JsonValue& settings) {
+    for(const FieldCheck& c: settingsChecks())
+        if(auto e = checkFields(settings, "/settings", {c})) return e;
+    return {};
+}
+
+// Settings this editor does not know: kept, but worth telling about (a typo reads as the default).
+std::vector<std::string> unknownSettings(const JsonValue& settings) {
+    std::set<std::string> known, groups;
+    for(const FieldCheck& c: settingsChecks()) {
+        known.insert(c.name);
+        groups.insert(std::string{c.name}.substr(0, std::string_view{c.name}.find('/')));
+    }
+    std::vector<std::string> out;
+    for(auto group = settings.MemberBegin(); group != settings.MemberEnd(); ++group) {
+        const std::string name{group->name.GetString(), group->name.GetStringLength()};
+        if(!groups.count(name) || !group->value.IsObject()) {
+            out.push_back("/settings/" + escapePathSegment(name));
+            continue;
+        }
+        for(auto it = group->value.MemberBegin(); it != group->value.MemberEnd(); ++it) {
+            const std::string field{it->name.GetString(), it->name.GetStringLength()};
+            if(!known.count(name + '/' + field)) out.push_back("/settings/" + name + '/' + escapePathSegment(field));
+        }
+    }
+    return out;
 }
 
 // Parents must exist and must not form a cycle, or the scene graph cannot be built.
@@ -341,6 +370,9 @@ bool ProjectFile::adopt(JsonDocument& document, std::string_view name) {
         Log::error("Cannot load project {}: at {}", name, *error);
         return false;
     }
+    if(auto settings = document.FindMember("settings"); settings != document.MemberEnd())
+        for(const std::string& unknown: unknownSettings(settings->value))
+            Log::error("Project {}: unknown setting {} is kept but not used", name, unknown);
     _document.Swap(document);
     touchAll();
     return true;

@@ -103,6 +103,7 @@ struct SettingCase {
     std::function<std::string(ProjectFile&)> read;
     const char* stored;       // JSON text set under its path, or nullptr to leave it missing
     std::string expected;
+    const char* warning = nullptr;  // the unknown setting reported on load
 };
 
 template<class T> std::function<std::string(ProjectFile&)> reader(const Model::Field<T>& field) {
@@ -127,8 +128,10 @@ TEST_P(SettingsTest, ReadsStoredValueOrDefault) {
     if(data.stored) text += data.stored;
     text += "}}";
     ProjectFile project;
+    Log::Capture errors{Log::Channel::Error};
     ASSERT_TRUE(project.loadText(text, data.name));
     EXPECT_EQ(data.read(project), data.expected);
+    EXPECT_EQ(errors.text(), data.warning ? fmt::format("Project {}: unknown setting {} is kept but not used\n", data.name, data.warning) : "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, SettingsTest, testing::ValuesIn(std::vector<SettingCase>{
@@ -144,7 +147,8 @@ INSTANTIATE_TEST_SUITE_P(Cases, SettingsTest, testing::ValuesIn(std::vector<Sett
     {"VolumeRotationDefault", reader(Model::Settings::ProbeVolumeRotation), nullptr, "0 0 0 1"},
     {"EnvironmentSourceDefault", reader(Model::Settings::EnvironmentSource), nullptr, "sky"},
     {"ShadowMapDefault", reader(Model::Settings::ShadowMapSize), nullptr, "2048"},
-    {"UnknownSettingIgnored", reader(Model::Settings::Far), R"("render": {"farAway": 5})", "1000"},
+    {"UnknownSettingIgnored", reader(Model::Settings::Far), R"("render": {"farAway": 5})", "1000", "/settings/render/farAway"},
+    {"UnknownGroupIgnored", reader(Model::Settings::PreZ), R"("rendering": {"preZ": false})", "true", "/settings/rendering"},
 }), [](const auto& info) { return std::string{info.param.name}; });
 
 }
