@@ -581,3 +581,64 @@ TEST_F(ForwardShadingGLTest, ProbeVolumeAmbient) {
     frame = {};
     state->bindTexture(Shaders::ProbeVolumeUnit, RendererState::TextureTarget::Texture3D, 0);
 }
+
+// A signed-distance vertical bar in font layer 1: inside within 8 texels of the middle column,
+// the outline at 0.5, falling by 1/32 per texel.
+TEST_F(ForwardShadingGLTest, TextFromDistanceField) {
+    auto program = pipelineShader("Text");
+    ASSERT_TRUE(program && program->isReady());
+    std::vector<unsigned char> field(Size*Size*2, 0);
+    for(int y = 0; y != Size; ++y)
+        for(int x = 0; x != Size; ++x) {
+            const float distance = 0.5f + (8.0f - std::abs(float(x) + 0.5f - Size/2.0f))/32.0f;
+            field[std::size_t((Size + y)*Size + x)] = UnsignedByte(std::clamp(distance, 0.0f, 1.0f)*255.0f + 0.5f);
+        }
+    GLuint glyphs = 0;
+    glGenTextures(1, &glyphs);
+    glBindTexture(GL_TEXTURE_2D_ARRAY, glyphs);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_R8, Size, Size, 2, 0, GL_RED, GL_UNSIGNED_BYTE, field.data());
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glBindTexture(GL_TEXTURE_2D_ARRAY, 0);
+    state->resync();
+
+    const Shaders::MaterialDefinition& d = program->materialDefinition();
+    struct Case { const char* name; Vector4 effect; Rgba8 middle, band, outside; };
+    const Case cases[]{
+        {"plain", Vector4{0.0f}, {255, 0, 0, 255}, {0, 0, 255, 255}, {0, 0, 255, 255}},
+        {"outlined", Vector4{0, 1, 0, 1}, {255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}},
+    };
+    for(const Case& c: cases) {
+        SCOPED_TRACE(c.name);
+        Data::Material material = d.defaults();
+        d.set(material, UnsignedInt(d.paramIndex("color")), Vector4{1, 0, 0, 1});
+        d.set(material, UnsignedInt(d.paramIndex("effectColor")), c.effect);
+        d.setInteger(material, UnsignedInt(d.paramIndex("font")), 1);
+        setMaterial(0, material);
+        state->bindTexture(Shaders::TextureAtlasUnit, RendererState::TextureTarget::Texture2DArray, glyphs);
+        const Image image = render(*program, Shaders::findDefaultPipeline("Text")->pipeline, 6, Color4{0, 0, 1, 1});
+        // Columns 16, 26 (10.5 texels out: inside the 0.15 outline band) and 30 (outside everything).
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, 8}, c.middle, 2));
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {26, 8}, c.band, 2));
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {30, 8}, c.outside, 2));
+    }
+    state->bindTexture(Shaders::TextureAtlasUnit, RendererState::TextureTarget::Texture2DArray, 0);
+    RendererState::notifyTextureDeleted(glyphs);
+    glDeleteTextures(1, &glyphs);
+}
+
+// The quad's two triangles share the diagonal: edges get the wireframe colour, faces the shaded one.
+TEST_F(ForwardShadingGLTest, MeshVisualizerDrawsEdges) {
+    auto program = pipelineShader("MeshVisualizer");
+    ASSERT_TRUE(program && program->isReady());
+    setMaterial(0, program->materialDefinition().defaults());
+    const Image image = render(*program, {});
+    // Defaults: wireframe (220, 220, 220); faces (47, 131, 204) shaded by 0.75 for a normal along Z.
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, {220, 220, 220, 255}, 30));
+    // The outer edge runs along the first column's border, half a pixel from its centre: half covered.
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {0, Size/2}, {128, 159, 187, 255}, 8));
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {24, 8}, {35, 98, 153, 255}, 2));
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {8, 24}, {35, 98, 153, 255}, 2));
+}
