@@ -22,6 +22,16 @@
 #include "Gfx/ImagePlugins.h"
 #include "Gfx/Log.h"
 
+// The module's views join the editor as soon as they are part of the build.
+#if __has_include("ArdentisEditor/Views/SceneView.h")
+#include "ArdentisEditor/Views/SceneView.h"
+#define ARDENTIS_HAS_SCENE_VIEW
+#endif
+#if __has_include("ArdentisEditor/Views/AnimationEditor.h")
+#include "ArdentisEditor/Views/AnimationEditor.h"
+#define ARDENTIS_HAS_ANIMATION_EDITOR
+#endif
+
 using namespace ArdentisEngine;
 
 namespace {
@@ -107,6 +117,17 @@ std::optional<Arguments> parseArguments(int argc, char** argv) {
     return arguments;
 }
 
+// Needs the GL context current: views create their GPU objects in init.
+void addViews(EditorShell& shell) {
+#ifdef ARDENTIS_HAS_SCENE_VIEW
+    shell.addView<SceneView>();
+#endif
+#ifdef ARDENTIS_HAS_ANIMATION_EDITOR
+    shell.addView<AnimationEditor>();
+#endif
+    (void)shell;
+}
+
 // While the right button is held, fly cameras turn with the pointer (headless: the scripted one).
 void lookWithPointer(EditorShell& shell) {
     FlyController::setDefaultLookSource([&shell]() -> std::optional<Vector2> {
@@ -132,6 +153,7 @@ int runHeadless(const Arguments& arguments) {
     lookWithPointer(shell);
     if(!arguments.project.empty() && !shell.openProject(arguments.project)) return 1;
     if(!shell.initGraphics(1.0f)) return 1;
+    addViews(shell);
 
     const Vector2i size = arguments.size;
     GLuint framebuffer, colour, depth;
@@ -230,6 +252,7 @@ int runWindow(const Arguments& arguments) {
     float scaleX, scaleY;
     glfwGetWindowContentScale(window, &scaleX, &scaleY);
     if(!shell.initGraphics(scaleX)) return 1;
+    addViews(shell);
 
     WindowState state{&shell};
     glfwSetWindowUserPointer(window, &state);
