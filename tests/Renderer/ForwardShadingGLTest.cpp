@@ -642,3 +642,36 @@ TEST_F(ForwardShadingGLTest, MeshVisualizerDrawsEdges) {
     EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {24, 8}, {35, 98, 153, 255}, 2));
     EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {8, 24}, {35, 98, 153, 255}, 2));
 }
+
+// One morph target moving every vertex by +1 along X, at weight 0.5: the quad slides a quarter of
+// the view to the right.
+TEST_F(ForwardShadingGLTest, MorphTargetsMoveVertices) {
+    Shaders::ShaderProgram program{{"Morphed", *Shaders::internalShaderFile("Dynamic.vert"), *Shaders::internalShaderFile("Flat.frag"),
+                                    "Dynamic.vert", "Flat.frag"}, {{"MORPH_TARGETS"}}};
+    ASSERT_TRUE(program.compile());
+    setMaterial(0, program.materialDefinition().defaults());
+    const std::vector<Vector4> deltas(8, Vector4{1.0f, 0.0f, 0.0f, 0.0f});
+    const Vector4 weights[8]{{0.5f, 0.0f, 0.0f, 0.0f}};
+    GLuint textures[2]{};
+    glGenTextures(2, textures);
+    glBindTexture(GL_TEXTURE_2D_ARRAY, textures[0]);
+    glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_RGBA32F, 8, 1, 1, 0, GL_RGBA, GL_FLOAT, deltas.data());
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glBindTexture(GL_TEXTURE_2D_ARRAY, 0);
+    glBindTexture(GL_TEXTURE_2D, textures[1]);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, 8, 1, 0, GL_RGBA, GL_FLOAT, weights);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    state->resync();
+    state->bindTexture(Shaders::MorphTargetsUnit, RendererState::TextureTarget::Texture2DArray, textures[0]);
+    state->bindTexture(Shaders::MorphWeightsUnit, RendererState::TextureTarget::Texture2D, textures[1]);
+
+    const Image image = render(program, {});
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/4 - 2, Size/2}, {0, 0, 0, 255}, 1));
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/4 + 2, Size/2}, {255, 255, 255, 255}, 1));
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size - 1, Size/2}, {255, 255, 255, 255}, 1));
+
+    state->bindTexture(Shaders::MorphTargetsUnit, RendererState::TextureTarget::Texture2DArray, 0);
+    state->bindTexture(Shaders::MorphWeightsUnit, RendererState::TextureTarget::Texture2D, 0);
+    glDeleteTextures(2, textures);
+}
