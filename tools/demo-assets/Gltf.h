@@ -38,7 +38,6 @@ public:
     unsigned addNode(GltfNode node);
     // Makes child a child of parent; nodes without a parent are the scene's roots.
     void attach(unsigned parent, unsigned child);
-    GltfNode& node(unsigned index) { return _nodes[index]; }
     unsigned addSkin(const std::string& name, const std::vector<unsigned>& joints, const std::vector<Matrix4>& inverseBindMatrices);
     void addAnimation(const std::string& name, const std::vector<GltfChannel>& channels);
 
