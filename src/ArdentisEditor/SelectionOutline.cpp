@@ -26,7 +26,8 @@ Data::Pipeline SelectionOutline::maskPipeline() {
 
 bool SelectionOutline::draw(RendererState& state, ConstBitSetView selection, const Vector2i& viewportSize,
                             const Vector2& resolutionScale, const SelectionOutlineTargets& targets,
-                            const std::function<void()>& drawSelected) {
+                            const std::function<void()>& drawSelected,
+                            const std::optional<Range2Di>& selectionBounds) {
     if(selection.isClear()) return false;
 
     const Range2Di viewport{{0, 0}, viewportSize};
@@ -39,14 +40,21 @@ bool SelectionOutline::draw(RendererState& state, ConstBitSetView selection, con
     state.setViewport(viewport);
     if(drawSelected) drawSelected();
 
-    GL::Framebuffer::blit(targets.maskMultisampled, targets.mask, viewport, viewport,
-                          GL::FramebufferBlit::Color, GL::BlitFilter::Nearest);
+    const float width = outlineWidth(resolutionScale);
+    // The seed pass reads the mask one pixel around where it runs.
+    const Shaders::Outline::Regions regions = Shaders::Outline::regions(selectionBounds, viewportSize, width);
+    const Range2Di resolved = Range2Di{regions.flood.min - Vector2i{1}, regions.flood.max + Vector2i{1}}
+        .intersected(viewport);
+    if(!resolved.isEmpty())
+        GL::Framebuffer::blit(targets.maskMultisampled, targets.mask, resolved, resolved,
+                              GL::FramebufferBlit::Color, GL::BlitFilter::Nearest);
     targets.maskMultisampled.invalidate({GL::Framebuffer::Attachment::color(0)});
 
     _outline.setSize(state, viewportSize)
         .setInputTexture(targets.maskTexture)
-        .setWidth(outlineWidth(resolutionScale))
-        .setColor(OutlineColor);
+        .setWidth(width)
+        .setColor(OutlineColor)
+        .setBounds(selectionBounds);
     _outline.draw(state, targets.target);
     return true;
 }

@@ -38,10 +38,13 @@ public:
     // Does nothing and returns false when no bit of `selection` is set. Otherwise clears the mask,
     // binds it with `viewportSize` as the viewport and calls `drawSelected`, which draws every
     // selected object in white (1, 1, 1, 1); then resolves the mask and blends the outline into the
-    // target over (0, 0)-viewportSize.
+    // target over (0, 0)-viewportSize. `selectionBounds`, when given, must hold every pixel the
+    // selected objects cover; the resolve and the outline passes then skip the rest of the view
+    // (the image is the same).
     bool draw(RendererState& state, ConstBitSetView selection, const Vector2i& viewportSize,
               const Vector2& resolutionScale, const SelectionOutlineTargets& targets,
-              const std::function<void()>& drawSelected);
+              const std::function<void()>& drawSelected,
+              const std::optional<Range2Di>& selectionBounds = std::nullopt);
 
     Shaders::Outline& outline() { return _outline; }
 

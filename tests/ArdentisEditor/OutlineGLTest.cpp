@@ -288,6 +288,57 @@ TEST_F(OutlineGLTest, AntialiasedShapeGetsAnEvenBand) {
     EXPECT_LT(sum/float(count), 0.1f);
 }
 
+struct BoundsCase {
+    const char* name;
+    Range2Di shape;
+    Range2Di bounds;  // given to the pass; holds the shape
+    Vector2 scale;
+};
+
+const BoundsCase BoundsCases[]{
+    {"tight", {{20, 16}, {36, 30}}, {{20, 16}, {36, 30}}, {1.0f, 1.0f}},
+    {"tight at scale 2", {{20, 16}, {36, 30}}, {{20, 16}, {36, 30}}, {2.0f, 2.0f}},
+    {"loose", {{24, 20}, {30, 26}}, {{10, 8}, {50, 40}}, {2.0f, 2.0f}},
+    {"at the corner", {{0, 0}, {6, 5}}, {{0, 0}, {6, 5}}, {2.0f, 2.0f}},
+    {"at the far edge", {{58, 40}, {64, 48}}, {{58, 40}, {64, 48}}, {1.0f, 1.0f}},
+    {"one pixel", {{31, 23}, {32, 24}}, {{31, 23}, {32, 24}}, {2.0f, 2.0f}},
+};
+
+class OutlineBoundsGLTest: public OutlineGLTest, public ::testing::WithParamInterface<BoundsCase> {};
+
+// Limiting the passes to the selection's padded bounds must give the very same image, even when the
+// buffers still hold an earlier frame's outline elsewhere.
+TEST_P(OutlineBoundsGLTest, GiveTheSameImage) {
+    const BoundsCase& c = GetParam();
+    BitSet selection{2};
+    selection.set(1);
+    auto drawShape = [&](const Range2Di& shape) { return [&, shape] { fillRect(maskMultisampled, shape, Color4{1.0f}); }; };
+    const SelectionOutlineTargets targets{maskMultisampled, mask, maskTexture, target->framebuffer};
+
+    target->clear(Background);
+    ASSERT_TRUE(outline->draw(*state, selection, Size, c.scale, targets, drawShape(c.shape)));
+    const Image reference = target->read();
+
+    // An earlier frame with a different selection somewhere else, drawn over the whole view.
+    target->clear(Background);
+    ASSERT_TRUE(outline->draw(*state, selection, Size, c.scale, targets, drawShape({{40, 4}, {60, 20}})));
+    ASSERT_TRUE(outline->draw(*state, selection, Size, c.scale, targets, drawShape({{2, 30}, {12, 46}})));
+    target->clear(Background);
+    ASSERT_TRUE(outline->draw(*state, selection, Size, c.scale, targets, drawShape(c.shape), c.bounds));
+    const Image bounded = target->read();
+
+    int differing = 0;
+    for(int y = 0; y != Size.y; ++y)
+        for(int x = 0; x != Size.x; ++x)
+            if(AT::channelDifference(reference.pixel<Rgba8>(x, y), bounded.pixel<Rgba8>(x, y)) > 0) ++differing;
+    EXPECT_EQ(differing, 0);
+    // And the outline is really there.
+    EXPECT_GT(AT::countPixels(bounded, outlined(Background), 2), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(, OutlineBoundsGLTest, ::testing::ValuesIn(BoundsCases),
+                         [](const auto& info) { return caseName(info.param.name); });
+
 TEST_F(OutlineGLTest, BuffersFollowTheSize) {
     Shaders::Outline& set = outline->outline();
     set.setSize(*state, {32, 16});

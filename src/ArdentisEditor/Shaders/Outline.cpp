@@ -126,6 +126,11 @@ Outline& Outline::setColor(const Color4& color) {
     return *this;
 }
 
+Outline& Outline::setBounds(const std::optional<Range2Di>& bounds) {
+    _bounds = bounds;
+    return *this;
+}
+
 std::vector<UnsignedInt> Outline::stepSpacings(const Vector2i& size, float width) {
     // Also false for NaN, which std::min below would pass over.
     if(!(width > 1.0f)) return {};
@@ -140,6 +145,22 @@ std::vector<UnsignedInt> Outline::stepSpacings(const Vector2i& size, float width
     return spacings;
 }
 
+Outline::Regions Outline::regions(const std::optional<Range2Di>& bounds, const Vector2i& size, float width) {
+    const Range2Di viewport{{0, 0}, size};
+    if(!bounds) return {viewport, viewport};
+    auto padded = [&](const Range2Di& r, int by) {
+        return Range2Di{r.min - Vector2i{by}, r.max + Vector2i{by}}.intersected(viewport);
+    };
+    // Seeds lie within a pixel of the mask, so the outline is transparent past width + 1 pixels
+    // from the bounds. A pixel's final seed depends on flood values at most the sum of the spacings
+    // away, which in turn depend only on the seeds there.
+    UnsignedInt reach = 0;
+    for(const UnsignedInt s: stepSpacings(size, width)) reach += s;
+    const int widthPixels = std::isfinite(width) ? int(std::ceil(std::max(width, 0.0f))) : 0;
+    const Range2Di draw = padded(*bounds, widthPixels + 1);
+    return {draw, padded(draw, int(reach))};
+}
+
 void Outline::draw(RendererState& state, GL::Framebuffer& target) {
     AE_ASSERT(_offscreenFb[0].id());
     _lastStepCount = 0;
@@ -149,6 +170,13 @@ void Outline::draw(RendererState& state, GL::Framebuffer& target) {
 
     const Range2Di viewport{{0, 0}, _size};
     using Target = RendererState::TextureTarget;
+    const std::vector<UnsignedInt> spacings = stepSpacings(_size, _width);
+
+    // Passes draw one triangle over the GL viewport, and gl_FragCoord stays in framebuffer pixels,
+    // so narrowing the viewport narrows the work without changing any result.
+    const Regions limits = regions(_bounds, _size, _width);
+    if(limits.draw.isEmpty()) return;
+    const Range2Di &drawRegion = limits.draw, &floodRegion = limits.flood;
 
     // The flood passes overwrite every texel: no blending, no depth.
     Data::Pipeline overwrite;
@@ -158,13 +186,13 @@ void Outline::draw(RendererState& state, GL::Framebuffer& target) {
     state.apply(overwrite);
 
     state.bindFramebuffer(_offscreenFb[0].id());
-    state.setViewport(viewport);
+    state.setViewport(floodRegion);
     state.bindTexture(OutlineMaskUnit, Target::Texture2D, _input->id());
     _init.setViewport(_size);
     _init.draw(state);
 
     std::size_t last = 0;
-    for(const UnsignedInt spacing: stepSpacings(_size, _width)) {
+    for(const UnsignedInt spacing: spacings) {
         const std::size_t next = 1 - last;
         state.bindFramebuffer(_offscreenFb[next].id());
         state.bindTexture(OutlinePositionsUnit, Target::Texture2D, _offscreenTexture[last].id());
@@ -175,9 +203,10 @@ void Outline::draw(RendererState& state, GL::Framebuffer& target) {
         ++_lastStepCount;
     }
 
+    // The target is not bound here, so this only records the viewport for its later binds.
     target.setViewport(viewport);
     state.bindFramebuffer(target.id());
-    state.setViewport(viewport);
+    state.setViewport(drawRegion);
     Data::Pipeline blended = overwrite;
     blended.blend = true;
     blended.sourceColor = blended.sourceAlpha = Data::BlendFactor::SourceAlpha;

@@ -7,6 +7,7 @@
 //
 // The seed buffers are normalised RG16 textures holding positions divided by the viewport size;
 // they are made again only when the size changes.
+#include <optional>
 #include <vector>
 
 #include "Gfx/GL/Framebuffer.h"
@@ -76,6 +77,10 @@ public:
     // Pixels of full colour beyond the selection's edge; 0 or less draws nothing.
     Outline& setWidth(float width);
     Outline& setColor(const Color4& color);
+    // Pixels that hold every non-zero mask pixel, or nothing when unknown. The passes then run only
+    // on this rectangle padded by what the width and the flood can reach; outside it the outline
+    // would have been transparent, so the image is the same as without it.
+    Outline& setBounds(const std::optional<Range2Di>& bounds);
 
     // Runs the flood and blends the outline into `target` over (0, 0)-size. Needs setSize() and
     // setInputTexture() first.
@@ -85,11 +90,18 @@ public:
     // `width` pixels, none when the width is 1 or less.
     static std::vector<UnsignedInt> stepSpacings(const Vector2i& size, float width);
 
+    // Where the passes run for the given bounds (see setBounds()): the draw over `draw`, the flood
+    // over `flood`, which reads the mask one pixel further out. Both are the whole viewport without
+    // bounds.
+    struct Regions { Range2Di draw, flood; };
+    static Regions regions(const std::optional<Range2Di>& bounds, const Vector2i& size, float width);
+
     const Vector2i& size() const { return _size; }
     float width() const { return _width; }
     const Color4& color() const { return _color; }
     // Step passes run by the last draw().
     std::size_t lastStepCount() const { return _lastStepCount; }
+    const std::optional<Range2Di>& bounds() const { return _bounds; }
     // Seed buffers, for tests and debugging views.
     GL::Texture2D& offscreenTexture(std::size_t i) { return _offscreenTexture[i]; }
     GL::Framebuffer& offscreenFramebuffer(std::size_t i) { return _offscreenFb[i]; }
@@ -108,6 +120,7 @@ private:
     GL::Texture2D* _input = nullptr;
     float _width = 1.0f;
     Color4 _color{1.0f};
+    std::optional<Range2Di> _bounds;
     std::size_t _lastStepCount = 0;
 };
 
