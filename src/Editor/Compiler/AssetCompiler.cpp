@@ -100,8 +100,9 @@ void AssetCompiler::compileCategories(bool objects, bool allObjects) {
     _compiledMask = 0;
     _componentInputs = false;
 
+    // Imported files are kept by modification time and size, so a change of the file records
+    // only makes meshes and animations look at their files again.
     const bool files = moved(ChangeCategory::Files);
-    if(files) _sceneFiles.clear();
 
     // Each pass reports whether any slot changed, so that what depends on it looks again.
     const bool shaders = moved(ChangeCategory::Shaders);

@@ -104,8 +104,8 @@ public:
     void removeProbeCompiler(std::string_view name);
     std::vector<std::string> probeCompilerNames() const;
 
-    // Images are decoded synchronously and stored uncompressed: there is no background
-    // compression job, so this is always false. A tiled-compression job would report here while
+    // Images are decoded synchronously and stored uncompressed (records asking for compression
+    // too): there is no background compression job, so this is always false. A tiled-compression job would report here while
     // it runs, so that the renderer keeps quiet about a virtual atlas that is being refilled.
     bool isCompressingImages() const { return false; }
 

@@ -582,3 +582,34 @@ INSTANTIATE_TEST_SUITE_P(, CompileModel, testing::Values(
 
 }
 }
+
+namespace ArdentisEngine::Test {
+namespace {
+
+// The project that `run` opens compiles cleanly: every record resolves.
+TEST(CompileDemoProject, EveryRecordCompiles) {
+    ProjectFile project;
+    ASSERT_TRUE(project.load(ARDENTIS_SOURCE_DIR "/examples/DemoProject"));
+    Data::Scene scene;
+    AssetCompiler compiler{project, scene};
+    Log::Capture errors{Log::Channel::Error};
+    compiler.compile();
+    EXPECT_EQ(errors.text(), "");
+
+    EXPECT_EQ(scene.graph().objectCount(), project.section<ObjectRecord>().ids().size() + 1);
+    for(ResourceId id: project.section<MaterialRecord>().resourceIds()) {
+        const std::uint16_t slot = compiler.materialInstance(id);
+        ASSERT_TRUE(slot) << id.value;
+        EXPECT_TRUE(compiler.materialDefinition(scene.materials[slot].pipeline)) << id.value;
+    }
+    for(ResourceId id: project.section<ImageRecord>().resourceIds()) {
+        ASSERT_TRUE(compiler.imageInstance(id)) << id.value;
+        EXPECT_TRUE(scene.images[compiler.imageInstance(id)].pixels) << id.value;
+    }
+    EXPECT_EQ(compiler.animationInstances().size(), project.section<AnimationRecord>().ids().size());
+    for(const AnimationInstance& instance: compiler.animationInstances()) EXPECT_FALSE(instance.targets.empty()) << instance.name;
+    EXPECT_EQ(compiler.compile(), 0u);
+}
+
+}
+}
