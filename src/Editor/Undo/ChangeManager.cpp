@@ -303,8 +303,8 @@ void ChangeManager::pushTransformChange(const ValueAccess<void>& object, const M
 
 void ChangeManager::pushRemoval(const ValueAccess<void>& target) {
     AE_ASSERT(&target.project() == _project);
-    if(!target.exists()) return;
     if(!_pending) _pending = std::make_unique<Step>();
+    if(!target.exists()) return;
     if(_pending->changes.empty()) _pending->group = _group;
     Change change{Change::Kind::Remove, target.path(), nullptr, nullptr, {}, 0, _project->categoriesOf(target.path())};
     std::string error;
@@ -338,13 +338,19 @@ bool ChangeManager::apply(Change& change, bool forward) {
 }
 
 bool ChangeManager::commit() {
-    if(!hasPendingChanges()) {
-        _pending.reset();
+    if(!_pending) return false;
+    std::unique_ptr<Step> step = std::move(_pending);
+    const bool merges = _mergeOpen && step->mergeable && !_undo.empty() && _undo.back()->mergeable &&
+        _undo.back()->group == step->group;
+    if(step->changes.empty()) {
+        // Pushes that changed nothing: no step, but undoLast() must cancel this one (nothing) and
+        // not the step before it, unless this would have merged into that step anyway.
+        _lastStepEmpty = !merges;
         return false;
     }
-    std::unique_ptr<Step> step = std::move(_pending);
+    _lastStepEmpty = false;
     _redo.clear();
-    if(_mergeOpen && step->mergeable && !_undo.empty() && _undo.back()->mergeable && _undo.back()->group == step->group) {
+    if(merges) {
         Step& into = *_undo.back();
         for(Change& change: step->changes) {
             // Fold into the last push on the same path when nothing after it touched that value.
@@ -368,6 +374,7 @@ bool ChangeManager::commit() {
 bool ChangeManager::undo() {
     commit();
     _mergeOpen = false;
+    _lastStepEmpty = false;
     if(_undo.empty()) return false;
     std::unique_ptr<Step> step = std::move(_undo.back());
     _undo.pop_back();
@@ -379,6 +386,7 @@ bool ChangeManager::undo() {
 bool ChangeManager::redo() {
     commit();
     _mergeOpen = false;
+    _lastStepEmpty = false;
     if(_redo.empty()) return false;
     std::unique_ptr<Step> step = std::move(_redo.back());
     _redo.pop_back();
@@ -390,8 +398,11 @@ bool ChangeManager::redo() {
 bool ChangeManager::undoLast() {
     _mergeOpen = false;
     std::unique_ptr<Step> step;
-    if(hasPendingChanges()) step = std::move(_pending);
-    else if(!_undo.empty()) {
+    if(_pending) step = std::move(_pending);
+    else if(_lastStepEmpty) {
+        _lastStepEmpty = false;
+        return true;
+    } else if(!_undo.empty()) {
         step = std::move(_undo.back());
         _undo.pop_back();
         _redo.clear();
@@ -402,6 +413,7 @@ bool ChangeManager::undoLast() {
 
 void ChangeManager::clear() {
     _pending.reset();
+    _lastStepEmpty = false;
     _undo.clear();
     _redo.clear();
     _mergeOpen = false;

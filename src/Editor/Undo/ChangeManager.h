@@ -47,7 +47,9 @@ public:
     bool undo();
     bool redo();
     // Takes back the pending pushes, or else the last step, and forgets them: used to cancel a
-    // preview. The redo history goes too, since it no longer follows from the current state.
+    // preview. The redo history goes too, since it no longer follows from the current state. A
+    // last step whose pushes changed nothing (a preview of the value already there) is what gets
+    // cancelled then: nothing, rather than the step before it. False when there was no step.
     bool undoLast();
     // Forgets all history. Happens by itself when the project's records are replaced (load), since
     // the history no longer matches them.
@@ -81,6 +83,8 @@ private:
     std::uint64_t _mergeKey = 0;
     // Whether the top undo step may still take merges: not after an undo, redo or cancel.
     bool _mergeOpen = false;
+    // The last commit closed pushes that changed nothing.
+    bool _lastStepEmpty = false;
 };
 
 }

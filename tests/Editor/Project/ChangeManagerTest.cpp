@@ -119,6 +119,80 @@ TEST_F(ChangeManagerTest, RandomSequencesUndoAndRedoExactly) {
     }
 }
 
+// Edits, undo, redo and cancels interleaved at random, checked after every call against a model
+// of the history: the saved text of each state and the position in it.
+TEST_F(ChangeManagerTest, RandomInterleavedHistoryMatchesModel) {
+    for(std::uint32_t seed = 100; seed != 120; ++seed) {
+        SCOPED_TRACE(seed);
+        ProjectFile p;
+        ASSERT_TRUE(p.loadText(SampleProject, "sample"));
+        ChangeManager c{p};
+        std::mt19937 random{seed};
+        auto pick = [&random](std::size_t n) { return std::size_t(random() % n); };
+        auto edit = [&](bool merge) {
+            const auto ids = p.section<ObjectRecord>().ids();
+            const RecordAccess o = p.section<ObjectRecord>()[ids[pick(ids.size())]];
+            switch(pick(4)) {
+                case 0: c.pushChange(o.access("scaling"), Vector3{float(pick(5)), 1.0f, 2.0f}, merge); break;
+                case 1: c.pushRemoval(o.access("translation")); break;
+                case 2: c.pushChange(p.settings()[Model::Settings::ShadowMapSize], std::uint32_t(256u << pick(4)), merge); break;
+                case 3: {
+                    const ValueAccess<void> events = p.section<AnimationRecord>()[ResourceId{1}].access("events");
+                    if(events.size() && pick(2)) c.pushRemoval(events.access(pick(events.size())));
+                    else c.pushChange(events.access(events.size()).access("time"), double(pick(100))/10.0, merge);
+                    break;
+                }
+            }
+        };
+        std::vector<std::string> states{p.text()};
+        std::size_t position = 0;
+        // Whether the last commit recorded something: after one that did not, undoLast() cancels
+        // that empty step (or its part of a merged one), which the model leaves out.
+        bool lastCommitRecorded = true;
+        for(int step = 0; step != 120; ++step) {
+            std::size_t what = pick(20);
+            if(what >= 18 && !lastCommitRecorded) what = 11;
+            lastCommitRecorded = true;
+            if(what < 11) {
+                if(pick(5) == 0) c.startChangeGroup();
+                const bool merge = pick(2);
+                for(std::size_t i = 0, n = 1 + pick(3); i != n; ++i) edit(merge);
+                const std::size_t before = c.undoCount();
+                const bool changed = c.commit();
+                if(c.undoCount() == before + 1) {
+                    states.resize(position + 1);
+                    states.push_back(p.text());
+                    ++position;
+                } else if(changed) {
+                    ASSERT_EQ(c.undoCount(), before);
+                    states.resize(position + 1);
+                    states[position] = p.text();
+                } else lastCommitRecorded = false;
+            } else if(what < 14) {
+                ASSERT_EQ(c.undo(), position > 0);
+                if(position) --position;
+            } else if(what < 17) {
+                ASSERT_EQ(c.redo(), position + 1 < states.size());
+                if(position + 1 < states.size()) ++position;
+            } else if(what < 18) {
+                // A cancelled preview: pushed, never committed, taken back, whether or not it
+                // changed anything.
+                edit(false);
+                ASSERT_TRUE(c.undoLast());
+            } else {
+                ASSERT_EQ(c.undoLast(), position > 0);
+                if(position) {
+                    states.resize(position);
+                    --position;
+                }
+            }
+            ASSERT_EQ(c.undoCount(), position);
+            ASSERT_EQ(c.redoCount(), states.size() - 1 - position);
+            ASSERT_EQ(p.text(), states[position]) << "after step " << step;
+        }
+    }
+}
+
 // How pushes group into undo steps.
 struct MergeCase {
     const char* name;
@@ -194,6 +268,30 @@ TEST_F(ChangeManagerTest, UndoLastCancelsPreviews) {
     EXPECT_EQ(object(3).access("components").access(0).access("material").as<ResourceId>(), material);
     changes.undo();
     EXPECT_EQ(project.text(), before);
+}
+
+// Hovering a material over an object that already has it changes nothing; moving on must not
+// take back the edit made before the drag.
+TEST_F(ChangeManagerTest, UndoLastOfUnchangedPreviewKeepsEarlierStep) {
+    changes.pushChange(object(1).access("name"), "Edited");
+    changes.commit();
+    const ValueAccess<void> material = object(1).access("components").access(0).access("material");
+    changes.pushChange(material, ResourceId{1});
+    EXPECT_TRUE(changes.undoLast());
+    changes.pushChange(material, ResourceId{1});
+    EXPECT_FALSE(changes.commit());
+    EXPECT_TRUE(changes.undoLast());
+    EXPECT_EQ(object(1)[Model::Object::Name].value(), "Edited");
+    EXPECT_EQ(changes.undoCount(), 1u);
+    // A drag frame that moved nothing belongs to the drag: cancelling takes the whole drag back.
+    changes.startChangeGroup();
+    changes.pushChange(object(2).access("translation"), Vector3{1.0f}, true);
+    changes.commit();
+    changes.pushChange(object(2).access("translation"), Vector3{1.0f}, true);
+    changes.commit();
+    EXPECT_TRUE(changes.undoLast());
+    EXPECT_FALSE(object(2).access("translation").exists());
+    EXPECT_EQ(object(1)[Model::Object::Name].value(), "Edited");
 }
 
 TEST_F(ChangeManagerTest, UndoLastDropsCommittedStepAndRedoHistory) {
