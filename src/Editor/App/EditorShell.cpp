@@ -15,6 +15,7 @@
 #include "Editor/Compiler/AssetCompiler.h"
 #include "Editor/Data/EditorData.h"
 #include "Editor/Data/ObjectCommands.h"
+#include "Editor/App/ThumbnailManager.h"
 #include "Editor/Input/Key.h"
 #include "Editor/Project/ProjectFile.h"
 #include "Editor/Ui/Fonts.h"
@@ -90,6 +91,7 @@ EditorShell::~EditorShell() {
     _compiler.reset();
     _changes.reset();
     _editorData.reset();
+    _thumbnails.reset();
     if(_graphics) ImGui_ImplOpenGL3_Shutdown();
     ImGui::DestroyContext(_context);
 }
@@ -109,6 +111,8 @@ void EditorShell::adoptProject(std::unique_ptr<ProjectFile> project) {
     _compiler.reset();
     _changes.reset();
     _editorData.reset();
+    // Thumbnails are keyed by the compiled scene's indices, which the new project reassigns.
+    if(_thumbnails) _thumbnails->clear();
 
     _project = std::move(project);
     _editorData = std::make_unique<EditorData>(*_project);
@@ -218,7 +222,34 @@ bool EditorShell::initGraphics(float contentScale) {
         return false;
     }
     _graphics = true;
+    _thumbnails = std::make_unique<ThumbnailManager>();
+    _editor.attachThumbnails(_thumbnails.get());
+    _assets.setThumbnailLookup([this](ResourceType type, ResourceId id) { return thumbnailOf(type, id); });
     return true;
+}
+
+std::optional<unsigned> EditorShell::thumbnailOf(ResourceType type, ResourceId id) const {
+    if(!_thumbnails || !_compiler) return std::nullopt;
+    // Keys name the compiled scene's slots: "m3" mesh 3, "ma2" material 2, "font1", "5" image 5.
+    std::string key;
+    auto slot = [&](const char* prefix, std::uint32_t index) {
+        if(index) key = prefix + std::to_string(index);
+    };
+    switch(type) {
+        case ResourceType::Mesh: slot("m", _compiler->meshInstance(id)); break;
+        case ResourceType::Material: slot("ma", _compiler->materialInstance(id)); break;
+        case ResourceType::Font: slot("font", _compiler->fontInstance(id)); break;
+        case ResourceType::Image: slot("", _compiler->imageInstance(id)); break;
+        case ResourceType::Texture: {
+            const ResourceId image = _project->section<TextureRecord>()[id][Model::Texture::Image].value();
+            if(image) slot("", _compiler->imageInstance(image));
+            break;
+        }
+        default: break;
+    }
+    if(key.empty()) return std::nullopt;
+    const std::optional<GLuint> texture = _thumbnails->texture(key);
+    return texture ? std::optional<unsigned>{*texture} : std::nullopt;
 }
 
 void EditorShell::initWithoutGraphics() {

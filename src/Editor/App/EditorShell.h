@@ -28,6 +28,7 @@ class ProjectFile;
 class ChangeManager;
 class EditorData;
 class AssetCompiler;
+class ThumbnailManager;
 
 class EditorShell {
 public:
@@ -106,6 +107,7 @@ private:
     void adoptProject(std::unique_ptr<ProjectFile> project);
     EditorView& startView(std::size_t index);
     void persistPreferences();
+    std::optional<unsigned> thumbnailOf(ResourceType type, ResourceId id) const;
     // The panels keep record ids, the views a bit set over the scene's objects; whichever side
     // changed since the last frame wins.
     void pullSceneSelection();
@@ -120,6 +122,7 @@ private:
     std::unique_ptr<ChangeManager> _changes;
     std::unique_ptr<EditorData> _editorData;
     std::unique_ptr<AssetCompiler> _compiler;
+    std::unique_ptr<ThumbnailManager> _thumbnails;
     std::vector<ResourceId> _sceneSelectionSeen;
     std::uint32_t _savedRevision{};
     Selection _selection;
