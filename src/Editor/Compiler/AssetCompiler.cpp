@@ -602,15 +602,16 @@ void AssetCompiler::compileAnimations(bool force) {
         source.data = std::make_shared<const Data::AnimationData>(file->animations[*index]);
         // Tracks name objects of the file by index; keep the names (and their parents') that the
         // targets are found by among the project's objects.
-        std::vector<std::uint32_t> parents(file->objectCount(), ImportedSceneCache::NoParent);
+        source.objectNames = file->names;
+        source.parentNames.assign(file->objectCount(), std::string{});
         for(const ImportedSceneCache::HierarchyEntry& e: file->hierarchy)
-            if(e.object < parents.size()) parents[e.object] = e.parent;
-        for(const Data::AnimationTrack& track: source.data->tracks) {
-            const bool known = track.target < file->objectCount();
-            source.targetNames.push_back(known ? file->names[track.target] : std::string{});
-            const std::uint32_t parent = known ? parents[track.target] : ImportedSceneCache::NoParent;
-            source.targetParentNames.push_back(parent < file->objectCount() ? file->names[parent] : std::string{});
+            if(e.object < file->objectCount() && e.parent < file->objectCount()) source.parentNames[e.object] = file->names[e.parent];
+        for(const Data::AnimationTrack& track: source.data->tracks) if(track.target >= file->objectCount()) {
+            Log::error("{}: a track animates object {}, which {} does not have", who, track.target, _project->absolutePath(link.file));
+            fail();
+            break;
         }
+        if(!_animationTexts.count(id.value)) continue;
         const ValueAccess<void> events = record.access(Model::Animation::Events);
         for(std::size_t i = 0; i != events.size(); ++i)
             source.events.push_back({events[i][Model::AnimationEvent::Time].value(), events[i][Model::AnimationEvent::Name].value()});

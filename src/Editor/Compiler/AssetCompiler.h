@@ -40,9 +40,11 @@ namespace ArdentisEngine {
 class EditorData;
 class ImportedSceneCache;
 
-// An animation record made playable on the compiled scene: one entry of tracks per animated
-// object (translation, rotation and scaling keys, times in seconds), the scene objects they
-// drive, and the record's events.
+// An animation record made playable: one entry of tracks per animated object of its source file
+// (translation, rotation and scaling keys, times in seconds), in the order in which the tracks
+// first name them, so that a view that maps the file's objects itself (an animation preview)
+// lines its targets up with these; the compiled scene's objects those targets are; and the
+// record's events.
 struct AnimationInstance {
     struct Event {
         double time;
@@ -52,9 +54,15 @@ struct AnimationInstance {
     ResourceId record;
     std::string name;
     std::shared_ptr<const Data::RuntimeAnimation> animation;
-    // Parallel to animation->targets.
+    // Parallel to animation->targets: the object index in the source file, and the scene object
+    // made from that object's record (InvalidId when the scene has none).
+    std::vector<std::uint32_t> fileTargets;
     std::vector<Data::Id> targets;
     std::vector<Event> events;
+
+    // The tracks whose targets are in the scene, as animation components play them.
+    std::shared_ptr<const Data::RuntimeAnimation> sceneAnimation;
+    std::vector<Data::Id> sceneTargets;
 
     float duration() const { return animation ? animation->duration : 0.0f; }
 };
@@ -194,7 +202,8 @@ private:
     struct AnimationSource {
         std::string name;
         std::shared_ptr<const Data::AnimationData> data;
-        std::vector<std::string> targetNames, targetParentNames;  // by track
+        // Names of the file's objects and of their parents, by object index.
+        std::vector<std::string> objectNames, parentNames;
         std::vector<AnimationInstance::Event> events;
     };
     std::map<std::uint32_t, AnimationSource> _animationSources;  // by record id

@@ -39,26 +39,39 @@ void AssetCompiler::buildAnimationInstances() {
     _animationInstances.clear();
     _animationIndex.clear();
     for(const auto& [id, source]: _animationSources) {
-        std::vector<std::uint16_t> trackObjects;
-        for(std::size_t t = 0; t != source.targetNames.size(); ++t) {
-            Id found = Data::UnmappedTrack;
-            const auto [begin, end] = byName.equal_range(source.targetNames[t]);
+        // The scene object made from a file object: one of that name, preferably under a parent
+        // of the name the file gives its parent.
+        auto sceneObject = [&](std::uint32_t fileObject) {
+            const std::string& name = source.objectNames[fileObject];
+            if(name.empty()) return InvalidId;
+            const auto [begin, end] = byName.equal_range(name);
             ResourceId best;
-            for(auto it = begin; it != end && !source.targetNames[t].empty(); ++it) {
+            for(auto it = begin; it != end; ++it) {
                 const ResourceId parent = objects.record(it->second)[Model::Object::Parent].value();
-                const std::string parentName = parent ? nameOf(parent) : std::string{};
-                if(!best || parentName == source.targetParentNames[t]) best = it->second;
-                if(parentName == source.targetParentNames[t]) break;
+                const bool parentMatches = (parent ? nameOf(parent) : std::string{}) == source.parentNames[fileObject];
+                if(!best || parentMatches) best = it->second;
+                if(parentMatches) break;
             }
-            if(best) found = objectInstance(best);
-            trackObjects.push_back(found == InvalidId ? Data::UnmappedTrack : found);
+            return best ? objectInstance(best) : InvalidId;
+        };
+        // Every track once by its file object, and once more by scene object for playing.
+        std::vector<std::uint16_t> fileObjects, sceneObjects;
+        for(const Data::AnimationTrack& track: source.data->tracks) {
+            fileObjects.push_back(track.target < Data::UnmappedTrack ? std::uint16_t(track.target) : Data::UnmappedTrack);
+            sceneObjects.push_back(track.target < source.objectNames.size() ? sceneObject(track.target) : InvalidId);
         }
-        auto [runtime, targets] = Data::convertToRuntimeAnimation(*source.data, trackObjects);
+        auto [runtime, fileTargets] = Data::convertToRuntimeAnimation(*source.data, fileObjects);
+        auto [playable, sceneTargets] = Data::convertToRuntimeAnimation(*source.data, sceneObjects);
         AnimationInstance instance;
         instance.record = ResourceId{id};
         instance.name = source.name;
         instance.animation = std::make_shared<const Data::RuntimeAnimation>(std::move(runtime));
-        instance.targets = std::move(targets);
+        for(Id fileObject: fileTargets) {
+            instance.fileTargets.push_back(fileObject);
+            instance.targets.push_back(sceneObject(fileObject));
+        }
+        instance.sceneAnimation = std::make_shared<const Data::RuntimeAnimation>(std::move(playable));
+        instance.sceneTargets = std::move(sceneTargets);
         instance.events = source.events;
         _animationIndex.emplace(id, std::uint32_t(_animationInstances.size()));
         _animationInstances.push_back(std::move(instance));
@@ -272,7 +285,7 @@ std::uint32_t AssetCompiler::compileComponents(const RecordAccess& record, Id ob
                 const std::uint32_t instance = animationInstance(animationId);
                 if(instance != NoAnimation) {
                     const AnimationInstance& i = _animationInstances[instance];
-                    animations.setAnimation(a, i.animation, i.targets);
+                    animations.setAnimation(a, i.sceneAnimation, i.sceneTargets);
                 } else if(animationId) Log::error("{}: animation {} is not compiled", who, animationId.value);
                 animations.setLoop(a, c[Model::Component::Loop].value());
                 animations.setSpeed(a, c[Model::Component::Speed].value());

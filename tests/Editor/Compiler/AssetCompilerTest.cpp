@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -554,10 +555,26 @@ TEST_P(CompileModel, ObjectsSkinsAndAnimations) {
     for(const Data::SkinData& skin: scene.skins) if(skin.jointCount()) ++skins;
     EXPECT_EQ(skins, GetParam().skins);
     EXPECT_EQ(compiler.animationInstances().size(), GetParam().animations);
+    // Every track's target is an instance target, in the file's terms; those the scene has are
+    // what animation components play.
+    auto files = project.section<FileRecord>();
+    const ImportedSceneCache* cache = files.resolveData(files.ids().at(0));
+    ASSERT_TRUE(cache);
     for(const AnimationInstance& instance: compiler.animationInstances()) {
         EXPECT_GT(instance.duration(), 0.0f) << instance.name;
-        EXPECT_FALSE(instance.targets.empty()) << instance.name;
-        for(Id target: instance.targets) EXPECT_TRUE(scene.graph().isValid(target));
+        const ResourceId record = instance.record;
+        const Data::AnimationData* data = project.section<AnimationRecord>().resolveData(record);
+        ASSERT_TRUE(data);
+        std::set<std::uint32_t> fileTargets;
+        for(const Data::AnimationTrack& track: data->tracks) fileTargets.insert(track.target);
+        EXPECT_EQ(std::set<std::uint32_t>(instance.fileTargets.begin(), instance.fileTargets.end()), fileTargets) << instance.name;
+        ASSERT_EQ(instance.targets.size(), instance.animation->targetCount());
+        for(std::size_t t = 0; t != instance.targets.size(); ++t) {
+            if(instance.targets[t] == Data::InvalidId) continue;
+            EXPECT_EQ(scene.names().nameOf(instance.targets[t]), cache->names[instance.fileTargets[t]]);
+        }
+        EXPECT_FALSE(instance.sceneTargets.empty()) << instance.name;
+        for(Id target: instance.sceneTargets) EXPECT_TRUE(scene.graph().isValid(target));
     }
     for(ResourceId mesh: project.section<MeshRecord>().resourceIds()) {
         const std::uint16_t slot = compiler.meshInstance(mesh);
@@ -634,6 +651,55 @@ TEST(CompileDemoProject, EveryRecordCompiles) {
     EXPECT_EQ(compiler.animationInstances().size(), project.section<AnimationRecord>().ids().size());
     for(const AnimationInstance& instance: compiler.animationInstances()) EXPECT_FALSE(instance.targets.empty()) << instance.name;
     EXPECT_EQ(compiler.compile(), 0u);
+}
+
+}
+}
+
+namespace ArdentisEngine::Test {
+namespace {
+
+// An animation component plays its record's tracks on the scene objects made from the file.
+TEST(CompileAnimationComponent, PlaysOnTheImportedObjects) {
+    const fs::path model = fs::path{ARDENTIS_TESTDATA_DIR}/"gltf/BoxAnimated/BoxAnimated.glb";
+    if(!fs::exists(model)) GTEST_SKIP() << "test model not found: " << model;
+    ProjectFile project;
+    ASSERT_TRUE(project.create(scratchFolder().string()));
+    ChangeManager changes{project};
+    ASSERT_TRUE(loadFile(model.string(), changes));
+    const ResourceId root = project.section<ObjectRecord>().ids().at(0);
+    JsonDocument component;
+    component.Parse(R"({"type": 5, "animation": 1, "loop": false, "speed": 2})");
+    const ValueAccess<void> components = project.section<ObjectRecord>()[root].access(Model::Object::Components);
+    changes.pushChange(components.access(components.size()), component);
+    changes.commit();
+
+    Data::Scene scene;
+    AssetCompiler compiler{project, scene};
+    compiler.compile();
+    const auto animations = scene.graph().componentsOfType(compiler.objectInstance(root), Data::ComponentType::Animation);
+    ASSERT_EQ(animations.size(), 1u);
+    const Id a = animations[0];
+    const AnimationInstance& instance = compiler.animationInstances()[compiler.animationInstance(ResourceId{1})];
+    ASSERT_TRUE(scene.animations().animation(a));
+    EXPECT_EQ(scene.animations().targets(a).size(), instance.sceneTargets.size());
+    EXPECT_FALSE(scene.animations().loop(a));
+    EXPECT_FLOAT_EQ(scene.animations().speed(a), 2.0f);
+
+    // Halfway through, some target has left its rest pose.
+    std::vector<DualQuaternion> rest;
+    for(Id target: instance.sceneTargets) rest.push_back(scene.graph().localTransformation(target));
+    scene.animations().setTime(a, instance.duration()*0.5f);
+    bool moved = false;
+    for(std::size_t i = 0; i != rest.size(); ++i) moved |= !(scene.graph().localTransformation(instance.sceneTargets[i]) == rest[i]);
+    EXPECT_TRUE(moved);
+
+    // Compiling every object puts the pose back.
+    compiler.compileObjects(true);
+    for(std::size_t i = 0; i != rest.size(); ++i) {
+        const DualQuaternion now = scene.graph().localTransformation(instance.sceneTargets[i]);
+        EXPECT_NEAR(glm::distance(now.translation(), rest[i].translation()), 0.0f, 1e-5f) << i;
+    }
 }
 
 }
