@@ -6,6 +6,7 @@
 #include "Gfx/Log.h"
 #include "Renderer/DataTextures.h"
 #include "Renderer/DefaultPipelines.h"
+#include "Renderer/EnvironmentMap.h"
 #include "Renderer/IrradianceVolume.h"
 #include "Renderer/InternalShaders.h"
 #include "Renderer/RendererState.h"
@@ -674,4 +675,62 @@ TEST_F(ForwardShadingGLTest, MorphTargetsMoveVertices) {
     state->bindTexture(Shaders::MorphTargetsUnit, RendererState::TextureTarget::Texture2DArray, 0);
     state->bindTexture(Shaders::MorphWeightsUnit, RendererState::TextureTarget::Texture2D, 0);
     glDeleteTextures(2, textures);
+}
+
+// Three levels of distinct colours: roughness picks the level, halfway between blends neighbours,
+// and with no environment the SH stands in.
+TEST_F(ForwardShadingGLTest, EnvironmentLevelsBySpecularRoughness) {
+    const Shaders::ShaderSource source{"Environment", *Shaders::internalShaderFile("FullScreenTriangle.vert"),
+        "#define SHADER_TYPE_SCREENSPACE_QUAD\n#include \"lib/Math.glsl\"\n#include \"lib/Uniforms.glsl\"\n"
+        "#include \"lib/Equirect.glsl\"\n#include \"lib/GI.glsl\"\nuniform float roughness;\n"
+        "layout(location = 0) out vec4 result;\n"
+        "void main() { result = vec4(environmentSpecular(vec3(0.0, 0.0, -1.0), roughness), 1.0); }\n",
+        "FullScreenTriangle.vert", "Environment.frag"};
+    Shaders::FullScreenShaderProgram program{source};
+    ASSERT_TRUE(program.compile());
+    const int roughness = program.uniformLocation("roughness");
+    ASSERT_NE(roughness, -1);
+
+    const Vector3 colors[]{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+    std::vector<Image> levels;
+    for(int i = 0; i != 3; ++i) {
+        Image level{PixelFormat::RGB32F, {16 >> i, 8 >> i}};
+        for(int y = 0; y != level.size().y; ++y)
+            for(int x = 0; x != level.size().x; ++x) level.setPixel<Vector3>(x, y, colors[i]);
+        levels.push_back(std::move(level));
+    }
+    EnvironmentMap environment;
+    {
+        Log::Capture errors{Log::Channel::Error};
+        const ImageView wrong[]{levels[0], levels[2]};
+        EXPECT_FALSE(environment.upload(wrong));
+        EXPECT_TRUE(errors.contains("level 1 is 4x2, expected 8x4")) << errors.text();
+    }
+    const ImageView views[]{levels[0], levels[1], levels[2]};
+    ASSERT_TRUE(environment.upload(views));
+    EXPECT_EQ(environment.levelCount(), 3u);
+
+    struct Case { float roughness; UnsignedInt levels; Rgba8 expected; };
+    for(const Case& c: {Case{0.0f, 3, {255, 0, 0, 255}}, Case{0.5f, 3, {0, 255, 0, 255}}, Case{1.0f, 3, {0, 0, 255, 255}},
+                        Case{0.25f, 3, {128, 128, 0, 255}}, Case{0.5f, 0, {128, 128, 128, 255}}}) {
+        SCOPED_TRACE(c.roughness);
+        frame.environmentLevels = c.levels;
+        frame.shCount = 1;
+        frame.shCoefficients[0] = Vector4{0.5f*ShConstant};
+        frameUbo.data() = frame;
+        frameUbo.upload();
+        frameUbo.bind(*state);
+        environment.bind(*state);
+        state->bindFramebuffer(target->framebuffer.id());
+        state->setViewport(Range2Di{{0, 0}, Vector2i{Size}});
+        Data::Pipeline pass;
+        pass.depthTest = false;
+        state->apply(pass);
+        program.use(*state);
+        glUniform1f(roughness, c.roughness);
+        program.draw(*state);
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(target->read(), {Size/2, Size/2}, c.expected, 2));
+    }
+    frame = {};
+    state->bindTexture(Shaders::EnvironmentUnit, RendererState::TextureTarget::Texture2D, 0);
 }
