@@ -21,7 +21,4 @@ namespace Data { class SceneGraph; }
 void selectObjects(BitSet& selection, std::span<const Data::Id> ids, bool add, bool toggle,
                    const Data::SceneGraph& graph);
 
-// Whether `object` is selected; ids past the end of the set are not.
-inline bool isSelected(ConstBitSetView selection, Data::Id object) { return selection.isSetSafe(object); }
-
 }

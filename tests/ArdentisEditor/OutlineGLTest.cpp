@@ -248,23 +248,10 @@ TEST_F(OutlineGLTest, AntialiasedShapeGetsAnEvenBand) {
         state->resync();
     }));
     const Image image = target->read();
-    const Rgba8 full = outlined(Background), background = AT::toRgba8(Background);
+    // The disc itself is left alone.
+    EXPECT_TRUE(AT::pixelNear(image, Vector2i{centre}, AT::toRgba8(Background), 1));
 
-    // Along many directions: inside untouched, 1.5 to 2.5 pixels out full, 5 and more out untouched.
-    // Seeds are placed to within half a pixel, hence the margins around the band's ends.
-    int checked = 0;
-    for(int i = 0; i != 32; ++i) {
-        const float angle = float(i)*6.2831853f/32.0f;
-        const Vector2 direction{std::cos(angle), std::sin(angle)};
-        auto at = [&](float distance) { return Vector2i{glm::floor(centre + direction*(Radius + distance))}; };
-        EXPECT_TRUE(AT::pixelNear(image, at(-3.0f), background, 1)) << "inside at angle " << i;
-        EXPECT_TRUE(AT::pixelNear(image, at(2.0f), full, 3)) << "band at angle " << i;
-        EXPECT_TRUE(AT::pixelNear(image, at(5.5f), background, 1)) << "outside at angle " << i;
-        ++checked;
-    }
-    EXPECT_EQ(checked, 32);
-
-    // The band's soft end follows the true circle: seeds sit half a pixel inside the edge (where
+    // The band, soft end included, follows the true circle: seeds sit half a pixel inside the edge (where
     // fully covered pixel centres are too), so a pixel r from the centre gets
     // alpha = clamp(width - (r - Radius + 0.5), 0, 1). Edge seeds taken at their pixel centres
     // instead would scatter this by up to half a pixel (worst error about 0.8 against 0.2 here).
@@ -274,7 +261,7 @@ TEST_F(OutlineGLTest, AntialiasedShapeGetsAnEvenBand) {
     for(int y = 0; y != Size.y; ++y) {
         for(int x = 0; x != Size.x; ++x) {
             const float r = glm::length(Vector2{x + 0.5f, y + 0.5f} - centre) - Radius;
-            if(r < 2.6f || r > 4.4f) continue;
+            if(r < 1.0f || r > 4.4f) continue;
             const float expected = glm::clamp(4.0f - (r + 0.5f), 0.0f, 1.0f);
             const float red = image.pixel<Rgba8>(x, y).r/255.0f;
             const float alpha = (red - Background.r)/((c.r - Background.r)*c.a);
@@ -369,12 +356,6 @@ TEST_F(OutlineGLTest, ZeroWidthDrawsNothing) {
     EXPECT_EQ(outline->outline().width(), 0.0f);
     const Image after = target->read();
     EXPECT_TRUE(std::equal(before.data().begin(), before.data().end(), after.data().begin()));
-}
-
-TEST_F(OutlineGLTest, ColourAndWidthAreTheOutlineSettings) {
-    ASSERT_TRUE(runRectangle({1.0f, 1.0f}));
-    EXPECT_EQ(outline->outline().width(), 4.0f);
-    EXPECT_EQ(outline->outline().color(), (Color4{0.9f, 0.0f, 0.53f, 0.9f}));
 }
 
 using OutlineDeathGLTest = OutlineGLTest;

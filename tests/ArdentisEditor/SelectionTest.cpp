@@ -101,11 +101,4 @@ TEST(SelectObjectsGrowth, GrowsFromEmptyAndOnlyWhenNeeded) {
     EXPECT_EQ(small.size(), 2u);
 }
 
-TEST(SelectObjectsGrowth, IsSelectedPastTheEndIsFalse) {
-    const BitSet selection = bitsOf(4, {2});
-    EXPECT_TRUE(isSelected(selection, 2));
-    EXPECT_FALSE(isSelected(selection, 3));
-    EXPECT_FALSE(isSelected(selection, 400));
-}
-
 }
