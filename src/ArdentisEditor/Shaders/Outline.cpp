@@ -164,7 +164,7 @@ Outline::Regions Outline::regions(const std::optional<Range2Di>& bounds, const V
 void Outline::draw(RendererState& state, GL::Framebuffer& target) {
     AE_ASSERT(_offscreenFb[0].id());
     _lastStepCount = 0;
-    // "Not more than zero" rather than "at most zero", so that a NaN width draws nothing either.
+    // Written negated so that a NaN width draws nothing too.
     if(!(_width > 0.0f)) return;
     AE_ASSERT(_input);
 
