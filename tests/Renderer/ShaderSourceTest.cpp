@@ -44,13 +44,6 @@ TEST(ShaderSourceTest, HeaderDefines) {
     }
 }
 
-// Project files store these as role bytes.
-TEST(ShaderSourceTest, RoleBytes) {
-    EXPECT_EQ(UnsignedByte(ShaderType::Depth), 2);
-    EXPECT_EQ(UnsignedByte(ShaderType::TileFeedback), 3);
-    EXPECT_EQ(UnsignedByte(ShaderType::Skinning), 4);
-}
-
 TEST(ShaderSourceTest, Preamble) {
     const std::vector<std::string> defines{"NORMAL", "MAX_LIGHTS 4", "MULTIDRAW"};
     const std::string desktopVertex = Shaders::shaderPreamble(Shaders::ShaderStage::Vertex, defines, Shaders::GlslDialect::Glsl330);
