@@ -113,8 +113,9 @@ public:
     std::vector<std::string> probeCompilerNames() const;
 
     // Images are decoded synchronously and stored uncompressed (records asking for compression
-    // too): there is no background compression job, so this is always false. A tiled-compression job would report here while
-    // it runs, so that the renderer keeps quiet about a virtual atlas that is being refilled.
+    // too, until the renderer has a tiled atlas): there is no background compression job, so this
+    // is always false. Such a job reports here while it runs, so that the renderer keeps quiet
+    // about a virtual atlas that is being refilled.
     bool isCompressingImages() const { return false; }
 
     // Scene slots of records; 0 when the record was never compiled (or failed the first time).

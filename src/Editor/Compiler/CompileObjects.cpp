@@ -109,8 +109,10 @@ void AssetCompiler::compileObjectRecords(bool all, bool components) {
     std::vector<ResourceId> order = ids;
     std::stable_sort(order.begin(), order.end(), [&](ResourceId a, ResourceId b) { return depth[a.value] < depth[b.value]; });
 
-    // Room for every record besides what the scene already holds.
-    const std::size_t needed = graph.objectCount() + ids.size() + 1;
+    // Room for the records that have no object yet besides what the scene already holds.
+    std::size_t added = 0;
+    for(ResourceId id: ids) if(const Id o = objectInstance(id); o == InvalidId || !graph.isValid(o)) ++added;
+    const std::size_t needed = graph.objectCount() + added;
     if(needed > graph.capacity()) scene.setCapacity(std::uint16_t(std::min<std::size_t>(0xfffe, std::max(needed, graph.capacity()*2))));
 
     std::uint32_t compiledObjects = 0;
