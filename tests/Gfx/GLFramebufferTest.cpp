@@ -197,13 +197,6 @@ TEST_F(FramebufferGLTest, ClearsEachAttachmentKind) {
     EXPECT_NEAR(value, 0.25f, 1e-6f);
 }
 
-TEST_F(FramebufferGLTest, DefaultFramebufferIsWrappedNotOwned) {
-    GL::Framebuffer& fb = GL::defaultFramebuffer();
-    EXPECT_EQ(fb.id(), 0u);
-    // Surfaceless contexts have no default framebuffer: GL reports it as undefined.
-    EXPECT_EQ(fb.checkStatus(), GL::FramebufferStatus::Undefined);
-}
-
 class ObjectGLTest: public GLTestFixture {};
 
 TEST_F(ObjectGLTest, MovesDeleteEachNameOnce) {
@@ -258,8 +251,6 @@ TEST_F(ObjectGLTest, LabelsReachTheDriver) {
     char label[64]{};
     glGetObjectLabel(GL_RENDERBUFFER, r.id(), sizeof(label), nullptr, label);
     EXPECT_STREQ(label, "SceneView FB MSAA depth");
-    EXPECT_EQ(r.label(), "SceneView FB MSAA depth");
-    { GL::DebugGroup group{"Outline"}; }
 }
 
 TEST_F(ObjectGLTest, BufferRoundTripsAndRejectsOutOfRange) {

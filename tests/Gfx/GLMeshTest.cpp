@@ -64,25 +64,22 @@ INSTANTIATE_TEST_SUITE_P(, MeshIndexGLTest, ::testing::ValuesIn(IndexCases),
 
 class MeshGLTest: public GLTestFixture {};
 
-TEST_F(MeshGLTest, EmptyMeshDrawsNothing) {
+// Nothing to draw and data compile() refuses both leave the target untouched.
+TEST_F(MeshGLTest, EmptyOrInvalidMeshDrawsNothing) {
     RenderTarget target{Size};
     target.clear();
-    Shaders::FlatGL shader;
-    GL::Mesh empty;
-    shader.draw(empty);
-    GL::Mesh fromNothing = MeshTools::compile(MeshData{});
-    shader.draw(fromNothing);
-    EXPECT_EQ(countPixels(target.read(), Black, 0), Size.x*Size.y);
-}
-
-TEST_F(MeshGLTest, CompileRejectsInvalidData) {
     MeshData broken{MeshPrimitive::Triangles};
-    broken.positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+    broken.positions = {{-1, -1, 0}, {1, -1, 0}, {0, 1, 0}};
     broken.indices = {0, 1, 3};
     Log::Capture errors{Log::Channel::Error};
-    GL::Mesh mesh = MeshTools::compile(broken);
-    EXPECT_EQ(mesh.count(), 0);
+    GL::Mesh fromBroken = MeshTools::compile(broken);
+    EXPECT_EQ(fromBroken.count(), 0);
     EXPECT_TRUE(errors.contains("index 3 at 2 is out of range for 3 vertices")) << errors.text();
+    Shaders::FlatGL shader;
+    GL::Mesh empty;
+    GL::Mesh fromNothing = MeshTools::compile(MeshData{});
+    for(GL::Mesh* mesh: {&empty, &fromNothing, &fromBroken}) shader.draw(*mesh);
+    EXPECT_EQ(countPixels(target.read(), Black, 0), Size.x*Size.y);
 }
 
 // Integer attributes must reach the shader unconverted: the object id goes through
@@ -238,31 +235,37 @@ TEST_F(MeshGLTest, BlitScalesWithFilter) {
 struct CompileErrorCase {
     const char* name;
     GL::ShaderStage stage;
-    const char* source;
+    std::vector<std::pair<const char*, const char*>> sources; // text, name ("" for the shader's label)
     const char* expectedLocation;
+    const char* alsoAccepted; // the driver may put a missing semicolon's error on the line before
 };
 
 const CompileErrorCase CompileErrorCases[]{
     {"VertexUndeclared", GL::ShaderStage::Vertex,
-        "#version 330 core\nvoid main() {\n    gl_Position = vec4(0.0);\n    undeclared = 1.0;\n}\n", "Probe.vert:4"},
+        {{"#version 330 core\nvoid main() {\n    gl_Position = vec4(0.0);\n    undeclared = 1.0;\n}\n", ""}},
+        "Probe:4", "Probe:3"},
     {"FragmentSyntax", GL::ShaderStage::Fragment,
-        "#version 330 core\nout vec4 c;\n\nvoid main() {\n    c = vec4(1.0)\n    c.r = 0.0;\n}\n", "Probe.frag:6"},
+        {{"#version 330 core\nout vec4 c;\n\nvoid main() {\n    c = vec4(1.0)\n    c.r = 0.0;\n}\n", ""}},
+        "Probe:6", "Probe:5"},
+    // A later source counts its lines from its own start.
+    {"LaterSourceKeepsItsLines", GL::ShaderStage::Fragment,
+        {{"#version 330 core\nout vec4 c;\n", "Header.glsl"},
+         {"void main() {\n    c = vec4(1.0);\n    c.q = broken;\n}\n", "Body.frag"}},
+        "Body.frag:3", "Body.frag:3"},
 };
 
 class ShaderCompileErrorGLTest: public GLTestFixtureWithParam<CompileErrorCase> {};
 
 TEST_P(ShaderCompileErrorGLTest, NamesTheShaderAndLine) {
     const CompileErrorCase& data = GetParam();
-    const std::string label = data.stage == GL::ShaderStage::Vertex ? "Probe.vert" : "Probe.frag";
-    GL::Shader shader{data.stage, label};
-    shader.addSource(data.source);
+    GL::Shader shader{data.stage, "Probe"};
+    for(const auto& [text, name]: data.sources) {
+        if(*name) shader.addSource(text, name);
+        else shader.addSource(text);
+    }
     Log::Capture errors{Log::Channel::Error};
     EXPECT_FALSE(shader.compile());
-    // The driver's own line may be off by one for a missing semicolon; accept it or the next.
-    EXPECT_TRUE(errors.contains(data.expectedLocation) ||
-        errors.contains(std::string{data.expectedLocation}.substr(0, label.size() + 1) +
-            std::to_string(std::stoi(std::string{data.expectedLocation}.substr(label.size() + 1)) - 1)))
-        << errors.text();
+    EXPECT_TRUE(errors.contains(data.expectedLocation) || errors.contains(data.alsoAccepted)) << errors.text();
     EXPECT_TRUE(errors.contains("failed to compile")) << errors.text();
 }
 
@@ -270,15 +273,6 @@ INSTANTIATE_TEST_SUITE_P(, ShaderCompileErrorGLTest, ::testing::ValuesIn(Compile
     [](const auto& info) { return std::string{info.param.name}; });
 
 class ShaderGLTest: public GLTestFixture {};
-
-TEST_F(ShaderGLTest, LaterSourcesKeepTheirOwnLineNumbers) {
-    GL::Shader shader{GL::ShaderStage::Fragment, "Composite"};
-    shader.addSource("#version 330 core\nout vec4 c;\n", "Header.glsl")
-          .addSource("void main() {\n    c = vec4(1.0);\n    c.q = broken;\n}\n", "Body.frag");
-    Log::Capture errors{Log::Channel::Error};
-    EXPECT_FALSE(shader.compile());
-    EXPECT_TRUE(errors.contains("Body.frag:3")) << errors.text();
-}
 
 TEST_F(ShaderGLTest, LinkErrorNamesTheProgram) {
     GL::Shader vert{GL::ShaderStage::Vertex, "a.vert"}, frag{GL::ShaderStage::Fragment, "a.frag"};
@@ -314,12 +308,7 @@ TEST_F(ShaderGLTest, NonBlockingLinkEventuallyFinishes) {
     ASSERT_TRUE(program.checkLink());
     EXPECT_GE(program.uniformLocation("tint"), 0);
     EXPECT_EQ(program.uniformLocation("missing"), -1);
-    const unsigned block = program.uniformBlockIndex("Block");
-    ASSERT_NE(block, GL_INVALID_INDEX);
-    program.setUniformBlockBinding(block, 3);
-    GLint binding = -1;
-    glGetActiveUniformBlockiv(program.id(), block, GL_UNIFORM_BLOCK_BINDING, &binding);
-    EXPECT_EQ(binding, 3);
+    EXPECT_NE(program.uniformBlockIndex("Block"), GL_INVALID_INDEX);
     EXPECT_EQ(program.uniformBlockIndex("Missing"), GL_INVALID_INDEX);
     // Setting a missing uniform is harmless, as in GL.
     program.setUniform(-1, 1.0f);
@@ -352,14 +341,6 @@ TEST_F(ShaderGLTest, UniformBlockFeedsTheDraw) {
     program.draw(mesh);
     EXPECT_EQ(countPixels(target.read(), Rgba8{0, 255, 0, 255}, 0), Size.x*Size.y);
 }
-
-}
-}
-
-namespace ArdentisEngine::Test {
-namespace {
-
-using Test::PrintTo;
 
 // [Bindings a state cache relies on]
 

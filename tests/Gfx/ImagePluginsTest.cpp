@@ -290,19 +290,7 @@ TEST_P(BrokenFileTest, OneMessageNamingTheFileAndNoImage) {
 INSTANTIATE_TEST_SUITE_P(Cases, BrokenFileTest, testing::ValuesIn(BrokenFileCases),
     [](const testing::TestParamInfo<BrokenFileCase>& info) { return std::string{info.param.name}; });
 
-TEST(ImagePluginsTest, FailedOpenDropsThePreviousImage) {
-    auto importer = Manager.loadImporter("AnyImageImporter");
-    const auto png = Manager.loadConverter("PngImageConverter")->convertToData(pattern(PixelFormat::R8, {2, 2}));
-    ASSERT_TRUE(importer->openData(*png));
-    Log::Capture errors{Log::Channel::Error};
-    EXPECT_FALSE(importer->openData(std::string_view{"garbage"}));
-    EXPECT_FALSE(importer->isOpened());
-    EXPECT_TRUE(errors.contains("AnyImageImporter: can't decode data"));
-    EXPECT_FALSE(importer->image2D());
-    EXPECT_TRUE(errors.contains("AnyImageImporter: no image is open"));
-}
-
-TEST(ImagePluginsTest, OnlyImageZeroLevelZeroExists) {
+TEST(ImagePluginsTest, OnlyImageZeroLevelZeroOfAnOpenFileExists) {
     auto importer = Manager.loadImporter("AnyImageImporter");
     ASSERT_TRUE(importer->openData(*Manager.loadConverter("PngImageConverter")->convertToData(pattern(PixelFormat::R8, {2, 2}))));
     Log::Capture errors{Log::Channel::Error};
@@ -310,6 +298,12 @@ TEST(ImagePluginsTest, OnlyImageZeroLevelZeroExists) {
     EXPECT_FALSE(importer->image2D(0, 1));
     EXPECT_EQ(std::ranges::count(errors.text(), '\n'), 2);
     EXPECT_TRUE(importer->image2D(0, 0));
+    // A failed open drops the image that was open before.
+    EXPECT_FALSE(importer->openData(std::string_view{"garbage"}));
+    EXPECT_FALSE(importer->isOpened());
+    EXPECT_TRUE(errors.contains("AnyImageImporter: can't decode data"));
+    EXPECT_FALSE(importer->image2D());
+    EXPECT_TRUE(errors.contains("AnyImageImporter: no image is open"));
 }
 
 namespace {
@@ -451,16 +445,8 @@ TEST(ImagePluginsTest, ResizeRefusesBadSizesAndIdImages) {
 }
 
 TEST(ImagePluginsTest, ManagerHandsOutKnownNamesOnly) {
-    for(std::string_view name: ImagePluginManager::importerNames()) {
-        auto importer = Manager.loadImporter(name);
-        ASSERT_TRUE(importer) << name;
-        EXPECT_EQ(importer->name(), name);
-    }
-    for(std::string_view name: ImagePluginManager::converterNames()) {
-        auto converter = Manager.loadConverter(name);
-        ASSERT_TRUE(converter) << name;
-        EXPECT_EQ(converter->name(), name);
-    }
+    for(std::string_view name: ImagePluginManager::importerNames()) EXPECT_TRUE(Manager.loadImporter(name)) << name;
+    for(std::string_view name: ImagePluginManager::converterNames()) EXPECT_TRUE(Manager.loadConverter(name)) << name;
     Log::Capture errors{Log::Channel::Error};
     EXPECT_FALSE(Manager.loadImporter("PngImageConverter"));
     EXPECT_FALSE(Manager.loadConverter("JpegImageConverter"));
