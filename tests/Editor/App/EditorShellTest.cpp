@@ -150,6 +150,42 @@ TEST(EditorShellTest, DeleteInTheOutlinerTakesChildrenAlongAndUndoes) {
     EXPECT_EQ(driver.shell.project().text(), originalText);
 }
 
+TEST(EditorShellTest, OutlinerDragReparents) {
+    ShellDriver driver{makeProject("reparent")};
+    const Layout layout;
+    auto drag = [&](int from, int to) {
+        const Vector2 a = layout.outlinerRow(from), b = layout.outlinerRow(to);
+        driver.play(at(0, "press left " + xy(a)) + at(1, "move " + xy(a + Vector2{12.0f, 4.0f})) +
+                    at(2, "move " + xy(b)) + at(3, "move " + xy(b + Vector2{1.0f, 0.0f})) +
+                    at(4, "release left " + xy(b + Vector2{1.0f, 0.0f})), 7);
+    };
+    auto parentOf = [&](std::uint32_t id) {
+        return driver.shell.project().section<ObjectRecord>()[ResourceId{id}][Model::Object::Parent].value();
+    };
+    const std::string original = driver.shell.project().text();
+
+    // Rows: Crate, Lid (child of Crate), Lamp. Lid onto Lamp.
+    drag(1, 2);
+    EXPECT_EQ(parentOf(2), ResourceId{3});
+    EXPECT_EQ(driver.shell.changeManager().undoCount(), 1u);
+
+    // Rows now: Crate, Lamp, Lid (child of Lamp). Lamp onto its own child is refused.
+    drag(1, 2);
+    EXPECT_EQ(parentOf(3), ResourceId{});
+    EXPECT_EQ(driver.shell.changeManager().undoCount(), 1u);
+
+    // Lid onto the free space below the tree becomes a root.
+    const Vector2 below{40.0f, 500.0f};
+    const Vector2 lid = layout.outlinerRow(2);
+    driver.play(at(0, "press left " + xy(lid)) + at(1, "move " + xy(lid + Vector2{12.0f, 4.0f})) +
+                at(2, "move " + xy(below)) + at(3, "move " + xy(below + Vector2{1.0f, 0.0f})) +
+                at(4, "release left " + xy(below + Vector2{1.0f, 0.0f})), 7);
+    EXPECT_EQ(parentOf(2), ResourceId{});
+
+    driver.play(at(0, "key Ctrl+Z") + at(3, "key Ctrl+Z"), 6);
+    EXPECT_EQ(driver.shell.project().text(), original);
+}
+
 TEST(EditorShellTest, UnsavedChangesAreOfferedOnQuit) {
     ShellDriver driver{makeProject("quit")};
     driver.shell.requestQuit();
