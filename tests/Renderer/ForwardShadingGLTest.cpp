@@ -734,3 +734,50 @@ TEST_F(ForwardShadingGLTest, EnvironmentLevelsBySpecularRoughness) {
     frame = {};
     state->bindTexture(Shaders::EnvironmentUnit, RendererState::TextureTarget::Texture2D, 0);
 }
+
+// Overlay batches bring their transformations per instance: two instances of the quad, scaled to a
+// quarter and moved left and right, pick as instances 0 and 1.
+TEST_F(ForwardShadingGLTest, InstancedTransformations) {
+    Shaders::ShaderProgram program{{"Instanced picking", *Shaders::internalShaderFile("Dynamic.vert"),
+                                    *Shaders::internalShaderFile("ComponentId.frag"), "Dynamic.vert", "ComponentId.frag"},
+                                   {{"INSTANCED_TRANSFORMATION"}}};
+    ASSERT_TRUE(program.compile());
+    const DualQuaternion left = DualQuaternion::translation({-0.5f, 0, 0}), right = DualQuaternion::translation({0.5f, 0, 0});
+    const Vector4 instances[]{
+        {left.real.x, left.real.y, left.real.z, left.real.w}, {left.dual.x, left.dual.y, left.dual.z, left.dual.w}, {0.25f, 0.25f, 1, 0},
+        {right.real.x, right.real.y, right.real.z, right.real.w}, {right.dual.x, right.dual.y, right.dual.z, right.dual.w}, {0.25f, 0.25f, 1, 0}};
+    GLuint buffer = 0;
+    glGenBuffers(1, &buffer);
+    glBindVertexArray(vao);
+    glBindBuffer(GL_ARRAY_BUFFER, buffer);
+    glBufferData(GL_ARRAY_BUFFER, sizeof(instances), instances, GL_STATIC_DRAW);
+    for(GLuint i = 0; i != 3; ++i) {
+        glVertexAttribPointer(11 + i, 4, GL_FLOAT, GL_FALSE, 48, reinterpret_cast<void*>(std::size_t(i)*16));
+        glVertexAttribDivisor(11 + i, 1);
+        glEnableVertexAttribArray(11 + i);
+    }
+    glBindVertexArray(0);
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+    state->resync();
+
+    program.use(*state);
+    glUniform1ui(program.uniformLocation("componentType"), 3);
+    glUniform1ui(program.uniformLocation("componentIndex"), 10);
+    state->bindFramebuffer(target->framebuffer.id());
+    state->setViewport(Range2Di{{0, 0}, Vector2i{Size}});
+    state->apply();
+    glClearColor(1, 1, 1, 1);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    viewUbo.bind(*state);
+    state->bindVertexArray(vao);
+    glDrawArraysInstanced(GL_TRIANGLES, 0, 6, 2);
+    const Image image = target->read();
+    // Instance 0 covers x in -0.75..-0.25 (pixels 4..11), instance 1 x in 0.25..0.75 (20..27).
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {8, Size/2}, {3, 10, 0, 255}, 0));
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {24, Size/2}, {3, 11, 0, 255}, 0));
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, {255, 255, 255, 255}, 0));
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {8, 2}, {255, 255, 255, 255}, 0));
+
+    state->bindVertexArray(0);
+    glDeleteBuffers(1, &buffer);
+}

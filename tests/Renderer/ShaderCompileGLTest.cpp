@@ -93,6 +93,8 @@ std::vector<VariantCase> variantCases() {
         {"depth, morphed", "Dynamic.vert", DepthFragment, {"MORPH_TARGETS", "MORPH_NORMALS", "NORMAL"}},
         {"component id", "Dynamic.vert", internalFile("ComponentId.frag"), {}},
         {"component id, morphed", "Dynamic.vert", internalFile("ComponentId.frag"), {"MORPH_TARGETS"}},
+        {"component id, instanced", "Dynamic.vert", internalFile("ComponentId.frag"), {"INSTANCED_TRANSFORMATION"}},
+        {"forward, instanced with normals", "Dynamic.vert", flat, {"INSTANCED_TRANSFORMATION", "NORMAL", "COLOR"}},
         {"tile feedback", "Dynamic.vert", TileFeedbackFragment, {"TEXTURE_COORDS"}},
         {"forward, every attribute", "Dynamic.vert", flat,
             {"NORMAL", "TEXTURE_COORDS", "TEXTURE_COORDS_1", "COLOR", "TANGENT", "PRIMARY_JOINTS", "SECONDARY_JOINTS", "TEXTURED"}},

@@ -5,6 +5,8 @@
 // Per-object data, three RGBA32F texels per object id in `transformations` (row-major, wrapping at
 // the texture's width): rotation quaternion, dual part, (scaling xyz, material id as float bits).
 // With PRETRANSFORMED (meshes written by the skinning pass) positions are already in world space.
+// With INSTANCED_TRANSFORMATION (overlay batches) each instance brings its transformation in
+// attributes 11-13 instead, and the draw's component number is the instance number.
 
 #include "lib/Uniforms.glsl"
 #include "lib/Inputs.glsl"
@@ -24,7 +26,9 @@ vec4 objectTexel(uint object, int k) {
 
 void main() {
     uint object = vertexObjectId;
-#ifdef MULTIDRAW
+#if defined(INSTANCED_TRANSFORMATION)
+    uint drawId = uint(gl_InstanceID);
+#elif defined(MULTIDRAW)
     uint drawId = uint(gl_DrawID);
 #else
     uint drawId = object - idOffset;
@@ -40,12 +44,19 @@ void main() {
     applyMorphTargets(drawId, gl_VertexID, position, normal);
 #endif
 
+#ifdef INSTANCED_TRANSFORMATION
+    vec4 rotation = instanceRotation;
+    vec4 dual = instanceDual;
+    vec4 scalingMaterial = instanceScaling;
+#else
     vec4 rotation = objectTexel(object, 0);
+    vec4 dual = objectTexel(object, 1);
     vec4 scalingMaterial = objectTexel(object, 2);
+#endif
 #ifdef PRETRANSFORMED
     vec3 world = position;
 #else
-    vec3 world = dualQuatTransformPoint(rotation, objectTexel(object, 1), position*scalingMaterial.xyz);
+    vec3 world = dualQuatTransformPoint(rotation, dual, position*scalingMaterial.xyz);
 #endif
     gl_Position = views[viewIndex].viewProjectionMatrix*vec4(world, 1.0);
 

@@ -3,6 +3,7 @@
 //
 //   0 position   1 texture coordinates   2 colour   3 tangent   4 object id   5 normal
 //   6 joint ids  7 weights   8 secondary joint ids   9 secondary weights   10 texture coordinates 1
+//   11-13 per-instance rotation, dual part, scaling (INSTANCED_TRANSFORMATION)
 //
 // Which values are passed depends on the shader type: depth passes pass nothing, component-id passes
 // only the component, forward and tile-feedback passes everything the layout has.
@@ -36,6 +37,11 @@ layout(location = 9) in vec4 vertexSecondaryWeights;
 #endif
 #ifdef TEXTURE_COORDS_1
 layout(location = 10) in vec2 vertexTextureCoordinates1;
+#endif
+#ifdef INSTANCED_TRANSFORMATION
+layout(location = 11) in vec4 instanceRotation;
+layout(location = 12) in vec4 instanceDual;
+layout(location = 13) in vec4 instanceScaling;  // xyz; w = material id as float bits
 #endif
 #define STAGE_OUT out
 #else
