@@ -1,5 +1,7 @@
 #include "Editor/Data/EditorData.h"
 
+#include "Editor/Import/Import.h"
+
 #include "Gfx/Assert.h"
 
 namespace ArdentisEngine {
@@ -22,6 +24,8 @@ void EditorData::attachProject(ProjectFile& project) {
     detach();
     _project = &project;
     _projectLifetime = project.lifetime();
+    // Views ask records for imported data (an animation's file hierarchy) right after opening.
+    if(!project.hasDataResolver()) resolveImportedDataOnDemand(project);
     // The project's change categories and the scene's first categories share their values.
     _listener = project.addChangeListener([this](std::string_view, ChangeCategories categories) {
         _scene.main().markChanged(categories);

@@ -349,6 +349,32 @@ bool loadFile(std::string_view path, ChangeManager& changes) {
     return importScene(absoluteSource(project, path), changes);
 }
 
+void resolveImportedDataOnDemand(ProjectFile& project) {
+    auto failed = std::make_shared<std::set<std::string>>();
+    project.setDataResolver([failed](ProjectFile& p, std::string_view section, ResourceId id) {
+        std::string fileName;
+        ResourceId file;
+        if(section == FileRecord::Section) {
+            file = id;
+            fileName = p.section<FileRecord>()[id][Model::File::FileName].value();
+        } else if(section == MeshRecord::Section || section == AnimationRecord::Section) {
+            fileName = ProjectSection{p, section == MeshRecord::Section ? MeshRecord::Section : AnimationRecord::Section}
+                .record(id)[Model::Mesh::Source].value().file;
+            file = p.section<FileRecord>().resourceByName(Model::File::FileName.name, fileName);
+        } else return false;
+        if(!file || fileName.empty() || !isSceneFilePath(fileName) || failed->count(fileName)) return false;
+        ImportedFile imported;
+        std::string error;
+        if(!importSceneFile(p.absolutePath(fileName), imported, error)) {
+            Log::error("Cannot import {}: {}", p.absolutePath(fileName), error);
+            failed->insert(fileName);
+            return false;
+        }
+        attachData(p, file, fileName, std::make_shared<ImportedSceneCache>(std::move(imported.cache)));
+        return true;
+    });
+}
+
 std::size_t resolveImportedData(ProjectFile& project) {
     std::size_t failed = 0;
     auto files = project.section<FileRecord>();

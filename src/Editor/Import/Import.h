@@ -30,6 +30,10 @@ bool loadImage(std::string_view path, ChangeManager& changes);
 // that failed.
 std::size_t resolveImportedData(ProjectFile& project);
 
+// Installs a data resolver that imports a record's source file the first time its data is asked
+// for. A file that fails is reported once and not tried again until it is imported anew.
+void resolveImportedDataOnDemand(ProjectFile& project);
+
 template<EditorApplication App> bool loadFile(std::string_view path, App& app, int = 0, int = 0) {
     return loadFile(path, app.changeManager());
 }

@@ -93,16 +93,24 @@ public:
     std::weak_ptr<const void> lifetime() const { return _lifetime; }
 
     // Runtime data of a record, typed; replaced or dropped by the importer and compiler.
-    template<class T> void setData(const char* section, ResourceId id, std::shared_ptr<T> data) {
+    template<class T> void setData(const char* section, ResourceId id, std::shared_ptr<T> data) const {
         _data.insert_or_assign(std::pair<std::string, std::uint32_t>{section, id.value},
             std::pair<std::shared_ptr<void>, std::type_index>{std::move(data), std::type_index(typeid(T))});
     }
+    // Asks the data resolver (when there is one) for data not made yet.
     template<class T> T* data(const char* section, ResourceId id) const {
         auto found = _data.find({section, id.value});
+        if(found == _data.end() && _resolver && _resolver(const_cast<ProjectFile&>(*this), section, id))
+            found = _data.find({section, id.value});
         if(found == _data.end() || found->second.second != std::type_index(typeid(T))) return nullptr;
         return static_cast<T*>(found->second.first.get());
     }
     void removeData(const char* section, ResourceId id) { _data.erase({section, id.value}); }
+    // Makes a record's runtime data on first request (the importer installs one: opening a project
+    // then imports each file only when something asks for its data). Returns whether it set data.
+    using DataResolver = std::function<bool(ProjectFile& project, std::string_view section, ResourceId id)>;
+    void setDataResolver(DataResolver resolver) { _resolver = std::move(resolver); }
+    bool hasDataResolver() const { return bool(_resolver); }
 
 private:
     bool adopt(JsonDocument& document, std::string_view name);
@@ -115,7 +123,9 @@ private:
     std::vector<std::pair<int, ChangeListener>> _listeners;
     std::shared_ptr<const void> _lifetime = std::make_shared<int>(0);
     int _nextListener = 1;
-    std::map<std::pair<std::string, std::uint32_t>, std::pair<std::shared_ptr<void>, std::type_index>> _data;
+    // Runtime data is a cache of what the records describe, so lookups may fill it.
+    mutable std::map<std::pair<std::string, std::uint32_t>, std::pair<std::shared_ptr<void>, std::type_index>> _data;
+    DataResolver _resolver;
 };
 
 // Checks that document is a project of ours: the format marker, sections of records keyed by ids,

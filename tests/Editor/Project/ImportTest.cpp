@@ -206,6 +206,31 @@ TEST_F(ImportTest, OpenedProjectResolvesImportedData) {
     EXPECT_TRUE(reopened.section<AnimationRecord>().resolveData(ResourceId{1}));
 }
 
+TEST_F(ImportTest, OpenedProjectImportsOnFirstRequest) {
+    ASSERT_TRUE(loadFile((modelFolder()/"Fox/Fox.glb").string(), changes));
+    ASSERT_TRUE(loadFile((modelFolder()/"Box/Box.glb").string(), changes));
+    ASSERT_TRUE(project.save());
+    ProjectFile reopened;
+    ASSERT_TRUE(reopened.load(folder.string()));
+    EditorData data{reopened};
+    const Data::AnimationData* walk = reopened.section<AnimationRecord>().resolveData(ResourceId{2});
+    ASSERT_TRUE(walk);
+    EXPECT_EQ(walk->name, "Walk");
+    const ImportedSceneCache* fox = reopened.section<FileRecord>().resolveData(ResourceId{1});
+    ASSERT_TRUE(fox);
+    EXPECT_EQ(fox->animations.size(), 3u);
+
+    // A source that went missing is reported once, however often it is asked for.
+    fs::remove(folder/"imported/Box/Box.glb");
+    Log::Capture errors{Log::Channel::Error};
+    const ResourceId boxMesh = reopened.section<MeshRecord>().ids().back();
+    EXPECT_FALSE(reopened.section<MeshRecord>().resolveData(boxMesh));
+    EXPECT_FALSE(reopened.section<MeshRecord>().resolveData(boxMesh));
+    EXPECT_FALSE(reopened.section<FileRecord>().resolveData(ResourceId{2}));
+    EXPECT_EQ(std::count(errors.text().begin(), errors.text().end(), '\n'), 1) << errors.text();
+    EXPECT_TRUE(errors.contains("Box.glb")) << errors.text();
+}
+
 TEST_F(ImportTest, ImageDropAddsImageAndTextureOnce) {
     const fs::path image = folder/"Bricks.png";
     // Records only name the file; its pixels are read when the scene is compiled.
