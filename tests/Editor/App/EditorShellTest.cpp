@@ -186,6 +186,25 @@ TEST(EditorShellTest, OutlinerDragReparents) {
     EXPECT_EQ(driver.shell.project().text(), original);
 }
 
+TEST(EditorShellTest, OutlinerRenameByDoubleClick) {
+    ShellDriver driver{makeProject("rename")};
+    const Layout layout;
+    const std::string lamp = xy(layout.outlinerRow(2));
+    auto nameOf = [&](std::uint32_t id) {
+        return driver.shell.project().section<ObjectRecord>()[ResourceId{id}][Model::Object::Name].value();
+    };
+    driver.play(at(0, "click left " + lamp) + at(2, "click left " + lamp) + at(5, "key Ctrl+A") +
+                at(7, "text Sun") + at(9, "key Enter"), 12);
+    EXPECT_EQ(nameOf(3), "Sun");
+    EXPECT_EQ(driver.shell.changeManager().undoCount(), 1u);
+
+    // Escape while renaming keeps the old name.
+    driver.play(at(0, "click left " + lamp) + at(2, "click left " + lamp) + at(5, "key Ctrl+A") +
+                at(7, "text Moon") + at(9, "key Escape"), 12);
+    EXPECT_EQ(nameOf(3), "Sun");
+    EXPECT_EQ(driver.shell.changeManager().undoCount(), 1u);
+}
+
 TEST(EditorShellTest, UnsavedChangesAreOfferedOnQuit) {
     ShellDriver driver{makeProject("quit")};
     driver.shell.requestQuit();
