@@ -34,7 +34,8 @@ bool iconButton(std::string_view icon, std::string_view tooltipText, bool highli
     const float side = ImGui::GetFrameHeight();
     if(highlighted) ImGui::PushStyleColor(ImGuiCol_Button, ImGui::GetStyleColorVec4(ImGuiCol_ButtonActive));
     ImGui::BeginDisabled(!enabled);
-    const bool pressed = ImGui::Button(terminated(icon).c_str(), {side, side});
+    // The tooltip joins the id, so that one icon can serve two buttons of a window.
+    const bool pressed = ImGui::Button((terminated(icon) + "##" + terminated(tooltipText)).c_str(), {side, side});
     ImGui::EndDisabled();
     if(highlighted) ImGui::PopStyleColor();
     tooltip(tooltipText);
