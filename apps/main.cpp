@@ -294,7 +294,12 @@ int runWindow(const Arguments& arguments) {
     });
 
     double last = glfwGetTime();
+    std::string title;
     while(!shell.shouldQuit()) {
+        if(const std::string current = shell.windowTitle(); current != title) {
+            title = current;
+            glfwSetWindowTitle(window, title.c_str());
+        }
         glfwPollEvents();
         if(glfwWindowShouldClose(window)) {
             glfwSetWindowShouldClose(window, GLFW_FALSE);

@@ -129,6 +129,12 @@ void EditorShell::adoptProject(std::unique_ptr<ProjectFile> project) {
     for(std::size_t i = 0; i != _viewFactories.size(); ++i) startView(i).setOpen(i < open.size() ? bool(open[i]) : true);
 }
 
+std::string EditorShell::windowTitle() const {
+    const std::string name = _project->folder().empty() ? std::string{"unsaved project"}
+                                                        : std::filesystem::path{_project->folder()}.filename().string();
+    return "Ardentis Editor - " + name + (hasUnsavedChanges() ? " *" : "");
+}
+
 EditorView& EditorShell::startView(std::size_t index) {
     std::unique_ptr<EditorView> view = _viewFactories[index]();
     AE_ASSERT(view);

@@ -52,6 +52,8 @@ public:
     // Copies the project folder to `folder` and continues there.
     bool saveProjectAs(const std::string& folder);
     bool hasUnsavedChanges() const;
+    // "Ardentis Editor - {project folder}", with " *" while there are unsaved changes.
+    std::string windowTitle() const;
 
     // Views belong to the open project: the shell makes one from its factory and initialises it
     // now, and tears it down and makes it anew whenever another project is opened.
