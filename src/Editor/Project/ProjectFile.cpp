@@ -310,6 +310,10 @@ std::string ProjectFile::absolutePath(std::string_view relative) const {
 
 bool ProjectFile::create(std::string_view folder) {
     std::error_code error;
+    if(fs::exists(fs::path{folder}/FileName, error)) {
+        Log::error("Cannot create a project in {}: it already holds one", folder);
+        return false;
+    }
     fs::create_directories(fs::path{folder}, error);
     if(error) {
         Log::error("Cannot create project folder {}: {}", folder, error.message());

@@ -45,7 +45,8 @@ public:
     ProjectFile(const ProjectFile&) = delete;
     ProjectFile& operator=(const ProjectFile&) = delete;
 
-    // Makes folder (and its parents) a new empty project and writes its file.
+    // Makes folder (and its parents) a new empty project and writes its file. A folder that already
+    // holds a project is left alone.
     bool create(std::string_view folder);
     // Opens the project in folder, or the project file itself. A broken or foreign file is
     // reported with the file and the JSON location and leaves this project as it was.

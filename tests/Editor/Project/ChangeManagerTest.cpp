@@ -31,10 +31,11 @@ TEST_F(ChangeManagerTest, RandomSequencesUndoAndRedoExactly) {
     for(std::uint32_t seed = 1; seed <= 25; ++seed) {
         SCOPED_TRACE(seed);
         ProjectFile p;
-        ASSERT_TRUE(p.create(folder.string()));
+        const fs::path projectFolder = folder/std::to_string(seed);
+        ASSERT_TRUE(p.create(projectFolder.string()));
         ASSERT_TRUE(p.loadText(SampleProject, "sample"));
         ASSERT_TRUE(p.save());
-        const std::string original = readFile(folder/ProjectFile::FileName);
+        const std::string original = readFile(projectFolder/ProjectFile::FileName);
         ChangeManager c{p};
         std::mt19937 random{seed};
         auto pick = [&random](std::size_t n) { return std::size_t(random() % n); };
@@ -107,7 +108,7 @@ TEST_F(ChangeManagerTest, RandomSequencesUndoAndRedoExactly) {
         }
         EXPECT_FALSE(c.undo());
         ASSERT_TRUE(p.save());
-        EXPECT_EQ(readFile(folder/ProjectFile::FileName), original);
+        EXPECT_EQ(readFile(projectFolder/ProjectFile::FileName), original);
 
         for(std::size_t i = 1; i != states.size(); ++i) {
             ASSERT_TRUE(c.redo());
@@ -115,7 +116,7 @@ TEST_F(ChangeManagerTest, RandomSequencesUndoAndRedoExactly) {
         }
         EXPECT_FALSE(c.redo());
         ASSERT_TRUE(p.save());
-        EXPECT_EQ(readFile(folder/ProjectFile::FileName), edited);
+        EXPECT_EQ(readFile(projectFolder/ProjectFile::FileName), edited);
     }
 }
 

@@ -148,6 +148,21 @@ TEST(ProjectFile, FailedSaveLeavesOldFile) {
     EXPECT_NE(project.text(), old);
 }
 
+TEST(ProjectFile, CreateLeavesAnExistingProjectAlone) {
+    const fs::path folder = scratchFolder();
+    ProjectFile project;
+    ASSERT_TRUE(project.create(folder.string()));
+    ASSERT_TRUE(project.loadText(SampleProject, "sample"));
+    ASSERT_TRUE(project.save());
+    const std::string saved = readFile(folder/ProjectFile::FileName);
+    ProjectFile other;
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(other.create(folder.string()));
+    EXPECT_TRUE(errors.contains("already holds one")) << errors.text();
+    EXPECT_EQ(readFile(folder/ProjectFile::FileName), saved);
+    EXPECT_TRUE(other.folder().empty());
+}
+
 TEST(ProjectFile, SaveWithoutFolderIsRefused) {
     ProjectFile project;
     Log::Capture errors{Log::Channel::Error};
