@@ -45,6 +45,10 @@ TEST_P(BitSetBits, SetBitsAreReportedEverywhere) {
     EXPECT_EQ(collect(bits), c.set);
     if(c.set.empty()) EXPECT_FALSE(bits.findFirstSet());
     else EXPECT_EQ(bits.findFirstSet(), c.set.front());
+    for(std::size_t k = 0; k != c.set.size(); ++k) {
+        EXPECT_EQ(bits.findNextSet(c.set[k]), c.set[k]);
+        EXPECT_EQ(bits.findNextSet(c.set[k] + 1), k + 1 < c.set.size() ? std::optional{c.set[k + 1]} : std::nullopt);
+    }
 
     const std::set<std::size_t> expected(c.set.begin(), c.set.end());
     for(std::size_t i = 0; i != c.size; ++i) EXPECT_EQ(bits.isSet(i), expected.count(i) == 1) << i;
@@ -112,17 +116,6 @@ TEST(BitSet, SetAllStopsAtSize) {
     EXPECT_FALSE(bits.isSet(70));
 }
 
-TEST(BitSet, FindNextSetWalksAcrossWords) {
-    BitSet bits{300};
-    bits.set(3);
-    bits.set(64);
-    bits.set(299);
-    EXPECT_EQ(bits.findNextSet(0), 3u);
-    EXPECT_EQ(bits.findNextSet(4), 64u);
-    EXPECT_EQ(bits.findNextSet(65), 299u);
-    EXPECT_FALSE(bits.findNextSet(300));
-}
-
 TEST(BitSet, CopiesAndMovesOwnTheirWords) {
     BitSet a{100};
     a.set(99);
@@ -145,7 +138,4 @@ TEST(BitSetView, WritesThroughToTheOwner) {
     BitSetView view = bits.view();
     view.set(127);
     EXPECT_TRUE(bits.isSet(127));
-    ConstBitSetView constView = bits;
-    EXPECT_EQ(constView.countSet(), 1u);
-    EXPECT_EQ(*constView.begin(), 127u);
 }

@@ -151,26 +151,19 @@ TEST(AnimationManager, SetTimeScrubsWhilePaused) {
     EXPECT_EQ(f.manager.time(f.component), 0.0f);
 }
 
-TEST(AnimationManager, MismatchedTargetsAreRejected) {
+TEST(AnimationManager, BadTargetsAreRefusedOrSkipped) {
     Fixture f;
     Log::Capture errors{Log::Channel::Error};
     EXPECT_FALSE(f.manager.setAnimation(f.component, twoTargets(), {f.parent}));
     EXPECT_TRUE(errors.contains("1 target objects for an animation of 2 targets"));
-    // The earlier animation stays.
+    // The earlier animation stays, and a target removed from the scene is skipped.
     EXPECT_EQ(f.manager.targets(f.component).size(), 2u);
-}
-
-TEST(AnimationManager, RemovedTargetIsSkipped) {
-    Fixture f;
     f.graph.removeObject(f.child);
     f.manager.play(f.component);
     f.manager.update(1.0);
     EXPECT_NEAR(f.graph.localTransformation(f.parent).translation().x, 2.0f, 1e-5f);
     EXPECT_TRUE(f.manager.sampledWeights(f.component).empty());
-}
-
-TEST(AnimationManager, AnimationWithoutTargetsIsHarmless) {
-    Fixture f;
+    // An animation without targets is harmless and has no length to advance through.
     EXPECT_TRUE(f.manager.setAnimation(f.component, std::make_shared<RuntimeAnimation>(), {}));
     f.manager.play(f.component);
     f.manager.update(1.0);

@@ -85,15 +85,11 @@ TEST(RuntimeAnimation, InvalidTracksAreSkippedWithMessage) {
     EXPECT_TRUE(errors.contains("track 3 skipped"));
 }
 
-TEST(RuntimeAnimation, NoTracksGivesNoTargets) {
-    AnimationData a;
-    const auto [runtime, ids] = convertToRuntimeAnimation(a, {});
+TEST(RuntimeAnimation, DurationIsExplicitOrZeroWithoutTracks) {
+    const auto [empty, ids] = convertToRuntimeAnimation(AnimationData{}, {});
     EXPECT_TRUE(ids.empty());
-    EXPECT_EQ(runtime.targetCount(), 0u);
-    EXPECT_EQ(runtime.duration, 0.0f);
-}
-
-TEST(RuntimeAnimation, ExplicitDurationWins) {
+    EXPECT_EQ(empty.targetCount(), 0u);
+    EXPECT_EQ(empty.duration, 0.0f);
     AnimationData a = fiveTracks();
     a.duration = 10.0f;
     EXPECT_EQ(convertToRuntimeAnimation(a, std::vector<std::uint16_t>{1, 1, 2, 3, 1}).first.duration, 10.0f);

@@ -124,15 +124,21 @@ TEST(PhysicsManager, DynamicChildOfDynamicParentMatchesItsBody) {
     EXPECT_NEAR(graph.absoluteTransformation(upper).translation().y, 1.5f, 0.05f);
 }
 
-TEST(PhysicsManager, SimulatedObjects) {
+TEST(PhysicsManager, SimulatedObjectsAreThoseWithActiveDynamicBodies) {
     Scene s;
     EXPECT_TRUE(s.physics.isSimulated(s.box));
     EXPECT_TRUE(s.physics.isSimulated(s.held));
     EXPECT_FALSE(s.physics.isSimulated(s.floor));
     EXPECT_FALSE(s.physics.isSimulated(s.holder));  // no body
     EXPECT_FALSE(s.physics.isSimulated(200));        // no object
-    s.physics.deactivate(s.boxBody);
+    s.physics.deactivate(s.heldBody);
+    EXPECT_FALSE(s.physics.isSimulated(s.held));
+    EXPECT_NE(s.physics.body(s.heldBody), nullptr) << "the description outlives the body";
+    // A replaced body is swapped in the world, not added.
+    EXPECT_TRUE(s.physics.setBody(s.boxBody, body(BodyType::Kinematic, CollisionShape::sphere(0.5f))));
+    EXPECT_EQ(s.physics.world().bodyCount(), 2u);
     EXPECT_FALSE(s.physics.isSimulated(s.box));
+    EXPECT_EQ(s.physics.world().simulatedType(*s.physics.worldHandle(s.boxBody)), BodyType::Kinematic);
 }
 
 TEST(PhysicsManager, FalseUpdatePlacesMovedBodiesWithoutTime) {
@@ -188,32 +194,6 @@ TEST(PhysicsManager, ActivateInSceneTakesNewAuthoredPoses) {
     s.run(0.5f);
     s.physics.resetToAuthoredPoses();
     EXPECT_NEAR(glm::distance(s.graph.localTransformation(s.box).translation(), Vector3(0, 6, 0)), 0.0f, 1e-6f);
-}
-
-TEST(PhysicsManager, BodiesExistOnlyWhileActive) {
-    Scene s;
-    s.physics.deactivate(s.heldBody);
-    EXPECT_EQ(s.physics.world().bodyCount(), 2u);
-    EXPECT_FALSE(s.physics.worldHandle(s.heldBody));
-    EXPECT_NE(s.physics.body(s.heldBody), nullptr);  // the description stays
-
-    // An inactive held box does not fall.
-    const DualQuaternion before = s.graph.localTransformation(s.held);
-    s.run(0.5f);
-    EXPECT_EQ(s.graph.localTransformation(s.held), before);
-
-    s.physics.removeComponent(s.boxBody);
-    EXPECT_EQ(s.physics.world().bodyCount(), 1u);
-    s.physics.activate(s.heldBody);
-    EXPECT_EQ(s.physics.world().bodyCount(), 2u);
-}
-
-TEST(PhysicsManager, ReplacingBodyKeepsOneInWorld) {
-    Scene s;
-    EXPECT_TRUE(s.physics.setBody(s.boxBody, body(BodyType::Kinematic, CollisionShape::sphere(0.5f))));
-    EXPECT_EQ(s.physics.world().bodyCount(), 3u);
-    EXPECT_FALSE(s.physics.isSimulated(s.box));
-    EXPECT_EQ(s.physics.world().simulatedType(*s.physics.worldHandle(s.boxBody)), BodyType::Kinematic);
 }
 
 TEST(PhysicsManager, InvalidBodyIsLoggedAndKeepsOld) {
