@@ -4,15 +4,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <map>
 #include <set>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "DemoAssets.h"
+#include "DemoFiles.h"
 #include "Editor/Import/SceneImporter.h"
 #include "Editor/Project/Json.h"
 #include "Gfx/ImagePlugins.h"
@@ -22,15 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path demoFolder() { return fs::path{ARDENTIS_SOURCE_DIR}/"examples"/"DemoProject"; }
-
-std::string readText(const fs::path& path) {
-    std::ifstream in{path, std::ios::binary};
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
-
 fs::path scratch(const char* name) {
     const char* base = std::getenv("ARDENTIS_TEST_TMP");
     const fs::path folder = fs::path{base ? base : "/tmp/ardentis-test"}/"Examples"/name;
@@ -39,9 +27,12 @@ fs::path scratch(const char* name) {
     return folder;
 }
 
-TEST(DemoAssets, CommittedFilesAreWhatTheGeneratorWrites) {
-    const fs::path out = scratch("generated");
+TEST(DemoAssets, CommittedFilesAreWhatTheGeneratorWritesEveryTime) {
+    // Two runs: state kept between runs (a static counter, an unseeded generator) shows as a
+    // difference between them that a single comparison would only show on the next commit.
+    const fs::path out = scratch("generated"), again = scratch("again");
     ASSERT_TRUE(DemoAssets::writeDemoAssets(out.string()));
+    ASSERT_TRUE(DemoAssets::writeDemoAssets(again.string()));
     for(const std::string& file: DemoAssets::demoAssetFiles()) {
         SCOPED_TRACE(file);
         ASSERT_TRUE(fs::exists(demoFolder()/file)) << "not committed; run make-demo-assets examples/DemoProject";
@@ -49,6 +40,7 @@ TEST(DemoAssets, CommittedFilesAreWhatTheGeneratorWrites) {
         EXPECT_FALSE(fresh.empty());
         EXPECT_TRUE(fresh == committed) << "differs from a fresh run (" << fresh.size() << " against " << committed.size()
             << " bytes); run make-demo-assets examples/DemoProject and commit the result";
+        EXPECT_TRUE(fresh == readText(again/file)) << "a second run differs";
     }
     // Nothing left over from an older generator either.
     std::set<std::string> committed, listed(DemoAssets::demoAssetFiles().begin(), DemoAssets::demoAssetFiles().end());
@@ -60,16 +52,6 @@ TEST(DemoAssets, CommittedFilesAreWhatTheGeneratorWrites) {
     EXPECT_EQ(committed, listed);
 }
 
-TEST(DemoAssets, SecondRunGivesTheSameBytes) {
-    // Catches state kept between runs (a static counter, an unseeded generator) that a single
-    // comparison against the committed files would only show on the next commit.
-    const fs::path first = scratch("first"), second = scratch("second");
-    ASSERT_TRUE(DemoAssets::writeDemoAssets(first.string()));
-    ASSERT_TRUE(DemoAssets::writeDemoAssets(second.string()));
-    for(const std::string& file: DemoAssets::demoAssetFiles())
-        EXPECT_TRUE(readText(first/file) == readText(second/file)) << file;
-}
-
 // [SECTION] glTF structure
 
 struct GltfFile {
@@ -78,21 +60,18 @@ struct GltfFile {
 };
 
 bool readGltf(const fs::path& path, GltfFile& out, std::string& error) {
-    std::string bytes = readText(path);
-    std::string text;
+    const std::string bytes = readText(path);
+    std::string text = bytes;
     if(path.extension() == ".glb") {
-        std::uint32_t header[5];
-        if(bytes.size() < sizeof(header)) { error = "too short"; return false; }
-        std::memcpy(header, bytes.data(), sizeof(header));
-        if(header[0] != 0x46546C67u || header[1] != 2 || header[2] != bytes.size() || header[4] != 0x4E4F534Au) { error = "bad header"; return false; }
-        text = bytes.substr(20, header[3]);
-        const std::size_t binary = 20 + header[3];
-        std::uint32_t chunk[2];
-        if(binary + 8 > bytes.size()) { error = "no binary chunk"; return false; }
-        std::memcpy(chunk, bytes.data() + binary, 8);
-        if(chunk[1] != 0x004E4942u || binary + 8 + chunk[0] != bytes.size()) { error = "bad binary chunk"; return false; }
-        out.buffer = bytes.substr(binary + 8, chunk[0]);
-    } else text = bytes;
+        // Header, JSON chunk header, JSON, binary chunk header, binary.
+        std::uint32_t jsonLength, binaryLength;
+        if(bytes.size() < 20) { error = "too short"; return false; }
+        std::memcpy(&jsonLength, bytes.data() + 12, 4);
+        if(20 + jsonLength + 8 > bytes.size()) { error = "no binary chunk"; return false; }
+        std::memcpy(&binaryLength, bytes.data() + 20 + jsonLength, 4);
+        text = bytes.substr(20, jsonLength);
+        out.buffer = bytes.substr(20 + jsonLength + 8, binaryLength);
+    }
     if(!parseJson(text, out.json, error)) return false;
     if(path.extension() == ".gltf") out.buffer = readText(path.parent_path()/out.json["buffers"][0]["uri"].GetString());
     return true;
@@ -152,20 +131,6 @@ TEST_P(DemoGltf, IsConsistent) {
             EXPECT_EQ(accessors[position]["max"][c].GetFloat(), float(high));
         }
         for(double index: accessorValues(gltf, primitive["indices"].GetUint())) ASSERT_LT(index, double(vertices));
-        if(attributes.HasMember("JOINTS_0")) {
-            const std::vector<double> joints = accessorValues(gltf, attributes["JOINTS_0"].GetUint());
-            const std::vector<double> weights = accessorValues(gltf, attributes["WEIGHTS_0"].GetUint());
-            const std::size_t jointCount = gltf.json["skins"][0]["joints"].Size();
-            for(std::size_t v = 0; v != vertices; ++v) {
-                double sum = 0.0;
-                for(int k = 0; k != 4; ++k) {
-                    ASSERT_LT(joints[4*v + k], double(jointCount));
-                    ASSERT_GE(weights[4*v + k], 0.0);
-                    sum += weights[4*v + k];
-                }
-                ASSERT_NEAR(sum, 1.0, 1e-5) << "vertex " << v;
-            }
-        }
     }
     if(gltf.json.HasMember("animations"))
         for(const JsonValue& animation: gltf.json["animations"].GetArray())
@@ -178,45 +143,6 @@ TEST_P(DemoGltf, IsConsistent) {
 
 INSTANTIATE_TEST_SUITE_P(, DemoGltf, testing::Values("models/Character.gltf", "models/Props.glb"),
     [](const testing::TestParamInfo<const char*>& info) { return fs::path{info.param}.stem().string(); });
-
-// [SECTION] Import
-
-struct ImportCase {
-    const char* name;
-    const char* file;
-    std::vector<std::string> objects;  // every object, in the importer's order
-    std::vector<std::string> meshes;
-    std::size_t skins, animations;
-};
-
-void PrintTo(const ImportCase& data, std::ostream* out) { *out << data.name; }
-
-class DemoImport: public testing::TestWithParam<ImportCase> {};
-
-TEST_P(DemoImport, GivesTheExpectedScene) {
-    const ImportCase& data = GetParam();
-    ImportedFile imported;
-    std::string error;
-    ASSERT_TRUE(importSceneFile((demoFolder()/data.file).string(), imported, error)) << error;
-    const ImportedSceneCache& cache = imported.cache;
-    EXPECT_EQ(cache.names, data.objects);
-    std::vector<std::string> meshes;
-    for(const auto& mesh: cache.meshes) meshes.push_back(mesh.name);
-    EXPECT_EQ(meshes, data.meshes);
-    EXPECT_EQ(cache.skins.size(), data.skins);
-    EXPECT_EQ(cache.animations.size(), data.animations);
-    for(const auto& mesh: cache.meshes) {
-        EXPECT_TRUE(mesh.data.hasNormals() && mesh.data.hasTextureCoordinates() && mesh.data.hasTangents()) << mesh.name;
-        EXPECT_EQ(mesh.data.hasJointIds(), mesh.skin >= 0) << mesh.name;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(, DemoImport, testing::Values(
-    ImportCase{"Character", "models/Character.gltf",
-        {"Character", "Hips", "Spine", "Chest", "Neck", "Head", "UpperArmL", "ForearmL", "HandL", "UpperArmR", "ForearmR", "HandR", "Body"},
-        {"Body"}, 1, 2},
-    ImportCase{"Props", "models/Props.glb", {"Crate", "Pillar", "Ball", "Ground"}, {"Crate", "Pillar", "Ball", "Ground"}, 0, 0}),
-    [](const testing::TestParamInfo<ImportCase>& info) { return std::string{info.param.name}; });
 
 TEST(DemoCharacter, SkinBindsTheBodyInItsRestPose) {
     // In the rest pose every joint's world transform times its inverse bind matrix is the identity,
@@ -243,9 +169,11 @@ TEST(DemoCharacter, SkinBindsTheBodyInItsRestPose) {
         for(int k = 0; k != 4; ++k) {
             if(data.weights[v][k] == 0.0f) continue;
             const unsigned joint = data.jointIds[v][k];
+            ASSERT_LT(joint, skin.joints.size()) << "vertex " << v;
             used.insert(joint);
             skinned += data.weights[v][k]*(world[skin.joints[joint]]*skin.inverseBindMatrices[joint]*Vector4{data.positions[v], 1.0f});
         }
+        // Weights that don't add up to one show here too.
         ASSERT_NEAR(glm::distance(Vector3{skinned}, data.positions[v]), 0.0f, 1e-4f) << "vertex " << v;
     }
     // Every joint carries some of the body, else the animations would move nothing visible.

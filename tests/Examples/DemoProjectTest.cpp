@@ -2,14 +2,12 @@
 // what the editor is shown with, names only files inside its folder, and every scene file it
 // imports gives the objects, skin and animations its records refer to.
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "DemoFiles.h"
 #include "Editor/Import/Import.h"
 #include "Editor/Project/ProjectFile.h"
 #include "Gfx/Log.h"
@@ -18,15 +16,6 @@ namespace ArdentisEngine::Test {
 namespace {
 
 namespace fs = std::filesystem;
-
-fs::path demoFolder() { return fs::path{ARDENTIS_SOURCE_DIR}/"examples"/"DemoProject"; }
-
-std::string readText(const fs::path& path) {
-    std::ifstream in{path, std::ios::binary};
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
 
 class DemoProject: public testing::Test {
 protected:
@@ -180,7 +169,7 @@ TEST_F(DemoProject, ImportedRecordsMatchTheirFiles) {
     for(ResourceId id: meshes.resourceIds()) {
         const MeshData* data = meshes.resolveData(id);
         ASSERT_TRUE(data) << "mesh " << id.value << " did not resolve";
-        EXPECT_TRUE(data->hasTextureCoordinates() && data->hasNormals()) << "mesh " << id.value;
+        EXPECT_TRUE(data->hasTextureCoordinates() && data->hasNormals() && data->hasTangents()) << "mesh " << id.value;
     }
     for(const auto& file: section("files").GetObject()) {
         const ImportedSceneCache* cache = project->section<FileRecord>().resolveData(ResourceId{std::uint32_t(std::stoul(file.name.GetString()))});
