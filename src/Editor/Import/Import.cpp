@@ -60,6 +60,7 @@ std::vector<std::string> dependenciesOf(const fs::path& file) {
             if(last.empty()) continue;
             if(keyword == "mtllib") {
                 out.push_back(last);
+                // The importer reads a library's texture names relative to the scene file.
                 for(std::string& nested: dependenciesOf(file.parent_path()/last)) out.push_back(nested);
             } else if(keyword.starts_with("map_") || keyword == "bump" || keyword == "norm") out.push_back(last);
         }

@@ -342,3 +342,48 @@ TEST(ImportObj, MaterialLibraryAndTextureComeAlong) {
 
 }
 }
+
+namespace ArdentisEngine::Test {
+namespace {
+
+// A glTF written here whose buffer and image lie in sub-folders.
+TEST(ImportGltf, FilesInSubFoldersComeAlong) {
+    const fs::path folder = scratchFolder();
+    const fs::path source = folder/"outside";
+    fs::create_directories(source/"data");
+    fs::create_directories(source/"textures");
+    // One triangle: three positions and three indices.
+    const float positions[]{0, 0, 0, 1, 0, 0, 0, 1, 0};
+    const std::uint16_t indices[]{0, 1, 2, 0};
+    std::string buffer(reinterpret_cast<const char*>(positions), sizeof(positions));
+    buffer.append(reinterpret_cast<const char*>(indices), sizeof(indices));
+    writeFile(source/"data/tri.bin", buffer);
+    writeFile(source/"textures/image.png", "\x89PNG");
+    writeFile(source/"tri.gltf", R"({
+      "asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}],
+      "nodes": [{"name": "Triangle", "mesh": 0}],
+      "meshes": [{"name": "Tri", "primitives": [{"attributes": {"POSITION": 0}, "indices": 1, "material": 0}]}],
+      "materials": [{"name": "Textured", "pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}}],
+      "textures": [{"source": 0}], "images": [{"uri": "textures/image.png"}],
+      "buffers": [{"uri": "data/tri.bin", "byteLength": 44}],
+      "bufferViews": [{"buffer": 0, "byteOffset": 0, "byteLength": 36}, {"buffer": 0, "byteOffset": 36, "byteLength": 6}],
+      "accessors": [
+        {"bufferView": 0, "componentType": 5126, "count": 3, "type": "VEC3", "min": [0, 0, 0], "max": [1, 1, 0]},
+        {"bufferView": 1, "componentType": 5123, "count": 3, "type": "SCALAR"}]
+    })");
+    ProjectFile project;
+    ASSERT_TRUE(project.create((folder/"project").string()));
+    ChangeManager changes{project};
+    ASSERT_TRUE(loadFile((source/"tri.gltf").string(), changes));
+    EXPECT_TRUE(fs::exists(folder/"project/imported/tri/data/tri.bin"));
+    EXPECT_TRUE(fs::exists(folder/"project/imported/tri/textures/image.png"));
+    EXPECT_TRUE(project.section<TextureRecord>().resourceByName("name", "image.png"));
+    const MeshData* mesh = project.section<MeshRecord>().resolveData(ResourceId{1});
+    ASSERT_TRUE(mesh);
+    EXPECT_EQ(mesh->elementCount(), 3u);
+    EXPECT_EQ(mesh->positions[1], (Vector3{1.0f, 0.0f, 0.0f}));
+    EXPECT_EQ(project.section<ObjectRecord>()[ResourceId{1}][Model::Object::Name].value(), "Triangle");
+}
+
+}
+}
