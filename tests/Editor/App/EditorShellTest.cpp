@@ -205,6 +205,34 @@ TEST(EditorShellTest, OutlinerRenameByDoubleClick) {
     EXPECT_EQ(driver.shell.changeManager().undoCount(), 1u);
 }
 
+TEST(EditorShellTest, NewObjectAndComponentFromThePanels) {
+    ShellDriver driver{makeProject("new-object")};
+    const Layout layout;
+    const ImGuiStyle& style = ImGui::GetStyle();
+    const ResourceSection<ObjectRecord> objects = driver.shell.project().section<ObjectRecord>();
+
+    // Right-click below the tree, choose "New object": a fourth object, selected.
+    const Vector2 menu{40.0f, 400.0f};
+    const Vector2 item = menu + Vector2{20.0f, style.WindowPadding.y + layout.line*0.5f};
+    driver.play(at(0, "click right " + xy(menu)) + at(3, "click left " + xy(item)), 6);
+    ASSERT_TRUE(objects.contains(ResourceId{4}));
+    EXPECT_EQ(objects[ResourceId{4}][Model::Object::Name].value(), "Object");
+    EXPECT_EQ(driver.shell.selection().ids(), std::vector<ResourceId>{ResourceId{4}});
+
+    // The properties panel's "Add component..." list: its first entry is a light.
+    const float side = std::max(220.0f, Window.x*0.2f);
+    const float comboY = 2.0f*layout.frame + layout.padding + 6.0f*(layout.frame + style.ItemSpacing.y) + style.ItemSpacing.y;
+    const Vector2 combo{Window.x - side + 60.0f, comboY + layout.frame*0.5f};
+    const Vector2 first{combo.x, comboY + layout.frame + style.WindowPadding.y + layout.line*0.5f};
+    driver.play(at(0, "click left " + xy(combo)) + at(3, "click left " + xy(first)), 6);
+    const ValueAccess<void> components = objects[ResourceId{4}].access(Model::Object::Components);
+    ASSERT_EQ(components.size(), 1u);
+    EXPECT_EQ(components.access(std::size_t{0})[Model::Component::Type].value(), unsigned(Model::ComponentType::Light));
+
+    // Both were steps of their own.
+    EXPECT_EQ(driver.shell.changeManager().undoCount(), 2u);
+}
+
 TEST(EditorShellTest, UnsavedChangesAreOfferedOnQuit) {
     ShellDriver driver{makeProject("quit")};
     driver.shell.requestQuit();

@@ -53,6 +53,14 @@ void Outliner::draw(PanelContext& context) {
     }
     if(ImGui::IsItemClicked() && !ImGui::GetIO().KeyCtrl && !ImGui::GetIO().KeyShift) context.selection.clear();
 
+    // Right-click anywhere in the panel: new objects, at the root or below the first selected one.
+    if(ImGui::BeginPopupContextWindow("outliner", ImGuiPopupFlags_MouseButtonRight)) {
+        const std::optional<ResourceId> parent = context.selection.first();
+        if(ImGui::MenuItem("New object")) addObject(context, ResourceId{});
+        if(ImGui::MenuItem("New child object", nullptr, false, parent.has_value()) && parent) addObject(context, *parent);
+        ImGui::EndPopup();
+    }
+
     Ui& ui = context.editor.ui();
     if(ui.shortcut(Ui::Shortcuts::Delete).isTriggered() && !context.selection.empty()) {
         // Children go with their parent, as the tree shows them.
@@ -125,6 +133,17 @@ void Outliner::drawNode(PanelContext& context, const ObjectNode& node) {
         ImGui::TreePop();
     }
     ImGui::PopID();
+}
+
+void Outliner::addObject(PanelContext& context, ResourceId parent) {
+    const ResourceSection<ObjectRecord> objects = context.project.section<ObjectRecord>();
+    const ResourceId id = objects.nextId();
+    JsonDocument record{rapidjson::kObjectType};
+    record.AddMember("name", JsonValue{"Object"}, record.GetAllocator());
+    if(parent) record.AddMember("parent", JsonValue{parent.value}, record.GetAllocator());
+    context.changes.pushChange(objects[id], record);
+    context.changes.commit();
+    context.selection.select(id);
 }
 
 void Outliner::finishRename(PanelContext& context) {

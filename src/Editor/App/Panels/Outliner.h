@@ -20,6 +20,7 @@ private:
     void drawNode(PanelContext& context, const ObjectNode& node);
     void reparent(PanelContext& context, ResourceId object, ResourceId parent);
     void finishRename(PanelContext& context);
+    void addObject(PanelContext& context, ResourceId parent);
 
     ObjectTree _tree;
     ResourceId _renaming;

@@ -72,7 +72,23 @@ void PropertiesPanel::draw(PanelContext& context) {
     if(ImGui::CollapsingHeader("Transformation", ImGuiTreeNodeFlags_DefaultOpen)) drawTransform(context, record);
 
     const ValueAccess<void> components = record.access(Model::Object::Components);
-    for(std::size_t i = 0, n = components.size(); i != n; ++i) drawComponent(context, components.access(i), i);
+    const std::size_t count = components.size();
+    for(std::size_t i = 0; i != count; ++i) drawComponent(context, components.access(i), i);
+
+    // A new component starts with only its type; every other field reads as its default until set.
+    ImGui::Spacing();
+    ImGui::SetNextItemWidth(-1.0f);
+    if(ImGui::BeginCombo("##add", "Add component...")) {
+        for(unsigned type = unsigned(Model::ComponentType::Light); type <= unsigned(Model::ComponentType::Skin); ++type) {
+            const std::string label = std::string{componentIcon(type)} + "  " + componentTypeName(type);
+            if(!ImGui::Selectable(label.c_str())) continue;
+            JsonDocument component{rapidjson::kObjectType};
+            component.AddMember("type", JsonValue{type}, component.GetAllocator());
+            context.changes.pushChange(components.access(count), component);
+            context.changes.commit();
+        }
+        ImGui::EndCombo();
+    }
 }
 
 void PropertiesPanel::drawTransform(PanelContext& context, const RecordAccess& record) {
