@@ -32,8 +32,6 @@ const BitsCase BitsCases[]{
 
 class BitSetBits: public testing::TestWithParam<BitsCase> {};
 
-}
-
 TEST_P(BitSetBits, SetBitsAreReportedEverywhere) {
     const BitsCase& c = GetParam();
     BitSet bits{c.size};
@@ -63,8 +61,6 @@ TEST_P(BitSetBits, SetBitsAreReportedEverywhere) {
 INSTANTIATE_TEST_SUITE_P(, BitSetBits, testing::ValuesIn(BitsCases),
     [](const testing::TestParamInfo<BitsCase>& i) { return std::string{i.param.name}; });
 
-namespace {
-
 struct ResizeCase {
     const char* name;
     std::size_t from, to;
@@ -82,8 +78,6 @@ const ResizeCase ResizeCases[]{
 };
 
 class BitSetResize: public testing::TestWithParam<ResizeCase> {};
-
-}
 
 TEST_P(BitSetResize, KeepsOldBitsAndFillsNewOnes) {
     const ResizeCase& c = GetParam();
@@ -138,4 +132,6 @@ TEST(BitSetView, WritesThroughToTheOwner) {
     BitSetView view = bits.view();
     view.set(127);
     EXPECT_TRUE(bits.isSet(127));
+}
+
 }

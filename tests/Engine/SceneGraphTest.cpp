@@ -68,8 +68,6 @@ DualQuaternion randomTransform(std::mt19937& rng) {
     return DualQuaternion::fromRotationTranslation(r, Vector3{d(rng), d(rng), d(rng)}*3.0f);
 }
 
-}
-
 TEST(SceneGraph, RandomEditsKeepOrderCountsAndTransforms) {
     for(unsigned seed: {1u, 2u, 3u}) {
         std::mt19937 rng{seed};
@@ -127,8 +125,6 @@ TEST(SceneGraph, RandomEditsKeepOrderCountsAndTransforms) {
     }
 }
 
-namespace {
-
 // Tree used by the dirty-recompute cases:
 //   0 ─ 1 ─ 2 ─ 3
 //       │   └ 4
@@ -150,8 +146,6 @@ const DirtyCase DirtyCases[]{
 };
 
 class SceneGraphDirty: public testing::TestWithParam<DirtyCase> {};
-
-}
 
 TEST_P(SceneGraphDirty, RecomputesOnlyDirtySubtrees) {
     SceneGraph graph{16};
@@ -232,8 +226,6 @@ TEST(SceneGraph, FreedIdsAreReusedLowestFirstAndGrowthKeepsObjects) {
     EXPECT_EQ(graph.descendantCount(c), 97u);
 }
 
-namespace {
-
 class CountingManager: public ComponentManager {
 public:
     explicit CountingManager(ComponentType type): ComponentManager{type, 4} {}
@@ -241,8 +233,6 @@ public:
 protected:
     void onRemove(Id) override { ++removed; }
 };
-
-}
 
 TEST(SceneGraphComponents, LinksFollowAddAndRemove) {
     SceneGraph graph{8, 2};
@@ -277,8 +267,6 @@ TEST(SceneGraphComponents, ManagerWithoutGraphRefusesComponents) {
     EXPECT_FALSE(errors.text().empty());
 }
 
-namespace {
-
 // The shape a viewport takes: a graph that owns its camera and the view manager for it.
 class CameraGraph: public SceneGraph {
 public:
@@ -292,8 +280,6 @@ public:
     CountingManager views{ComponentType::View};
     Id camera, view;
 };
-
-}
 
 TEST(SceneGraphComponents, DerivedGraphGetsFirstIdsAndManagerLeavesNoLinks) {
     CameraGraph graph;
@@ -312,4 +298,6 @@ TEST(SceneGraphComponents, DerivedGraphGetsFirstIdsAndManagerLeavesNoLinks) {
     EXPECT_FALSE(plain.hasComponent(object, ComponentType::Text));
     EXPECT_EQ(plain.componentManager(ComponentType::Text), nullptr);
     EXPECT_EQ(plain.removeObject(object), 1u);
+}
+
 }

@@ -78,8 +78,6 @@ const PngCase PngCases[]{
 
 class PngRoundTripTest: public testing::TestWithParam<PngCase> {};
 
-}
-
 TEST_P(PngRoundTripTest, FileAndDataRoundTripsAreExact) {
     const PngCase& c = GetParam();
     const Image source = pattern(c.format, c.size, c.alignment);
@@ -126,8 +124,6 @@ TEST(ImagePluginsTest, FilesStoreTheTopRowFirst) {
     stbi_image_free(pixels);
 }
 
-namespace {
-
 struct HdrCase {
     const char* name;
     PixelFormat format;
@@ -142,8 +138,6 @@ const HdrCase HdrCases[]{
 };
 
 class HdrRoundTripTest: public testing::TestWithParam<HdrCase> {};
-
-}
 
 TEST_P(HdrRoundTripTest, RoundTripWithinRgbePrecision) {
     const HdrCase& c = GetParam();
@@ -184,8 +178,6 @@ TEST(ImagePluginsTest, HdrImporterAcceptsTheShortSignatureWhateverTheName) {
     EXPECT_EQ(importer->image2D()->size(), (Vector2i{4, 2}));
 }
 
-namespace {
-
 struct DetectCase {
     const char* name;
     int (*write)(std::vector<std::byte>&, int w, int h, int comp, const void* data);
@@ -202,8 +194,6 @@ const DetectCase DetectCases[]{
 };
 
 class DetectTest: public testing::TestWithParam<DetectCase> {};
-
-}
 
 TEST_P(DetectTest, AnyImporterDecodesByContent) {
     const DetectCase& c = GetParam();
@@ -228,8 +218,6 @@ TEST_P(DetectTest, AnyImporterDecodesByContent) {
 
 INSTANTIATE_TEST_SUITE_P(Cases, DetectTest, testing::ValuesIn(DetectCases),
     [](const testing::TestParamInfo<DetectCase>& info) { return std::string{info.param.name}; });
-
-namespace {
 
 struct BrokenFileCase {
     const char* name;
@@ -264,8 +252,6 @@ const BrokenFileCase BrokenFileCases[]{
 };
 
 class BrokenFileTest: public testing::TestWithParam<BrokenFileCase> {};
-
-}
 
 TEST_P(BrokenFileTest, OneMessageNamingTheFileAndNoImage) {
     const BrokenFileCase& c = GetParam();
@@ -306,8 +292,6 @@ TEST(ImagePluginsTest, OnlyImageZeroLevelZeroOfAnOpenFileExists) {
     EXPECT_TRUE(errors.contains("AnyImageImporter: no image is open"));
 }
 
-namespace {
-
 struct RefusedWriteCase {
     const char* name;
     const char* converter;
@@ -328,8 +312,6 @@ const RefusedWriteCase RefusedWriteCases[]{
 };
 
 class RefusedWriteTest: public testing::TestWithParam<RefusedWriteCase> {};
-
-}
 
 TEST_P(RefusedWriteTest, OneMessageAndTheOldFileStaysIntact) {
     const RefusedWriteCase& c = GetParam();
@@ -362,8 +344,6 @@ TEST(ImagePluginsTest, SuccessfulWriteReplacesTheFileAndLeavesNoTemporary) {
     EXPECT_EQ(std::distance(fs::directory_iterator{folder}, fs::directory_iterator{}), 1);
 }
 
-namespace {
-
 struct ResizeCase {
     const char* name;
     PixelFormat format;
@@ -381,8 +361,6 @@ const ResizeCase ResizeCases[]{
 };
 
 class ResizeTest: public testing::TestWithParam<ResizeCase> {};
-
-}
 
 TEST_P(ResizeTest, GivesTheRequestedSizeAndKeepsContent) {
     const ResizeCase& c = GetParam();
@@ -455,4 +433,6 @@ TEST(ImagePluginsTest, ManagerHandsOutKnownNamesOnly) {
         "ImagePluginManager: there is no image importer named \"PngImageConverter\"\n"
         "ImagePluginManager: there is no image converter named \"JpegImageConverter\"\n"
         "ImagePluginManager: there is no image importer named \"\"\n");
+}
+
 }

@@ -96,8 +96,6 @@ const CoverageCase CoverageCases[]{
 
 class PrimitivesCoverageGLTest: public GLTestFixtureWithParam<CoverageCase> {};
 
-}
-
 TEST_P(PrimitivesCoverageGLTest, CoversItsProjectedArea) {
     const CoverageCase& c = GetParam();
     const Image image = draw(c.make(), c.transformation);
@@ -112,8 +110,6 @@ TEST_P(PrimitivesCoverageGLTest, CoversItsProjectedArea) {
 INSTANTIATE_TEST_SUITE_P(Cases, PrimitivesCoverageGLTest, ::testing::ValuesIn(CoverageCases),
     [](const auto& info) { return std::string{info.param.name}; });
 
-namespace {
-
 struct FacingCase {
     const char* name;
     std::function<MeshData()> make;
@@ -127,8 +123,6 @@ const FacingCase FacingCases[]{
 };
 
 class PrimitivesFacingGLTest: public GLTestFixtureWithParam<FacingCase> {};
-
-}
 
 // With back faces culled, only triangles wound counter-clockwise on screen survive; coloured by their
 // view-space normals, every pixel left must face the viewer (blue above one half).
@@ -236,4 +230,5 @@ TEST_F(PrimitivesGLTest, WireframesTraceOutlinesAndLeaveInsidesEmpty) {
     EXPECT_TRUE(pixelNear(cone, pixelAt(0.0f, 0.95f), Black, 0));
 }
 
+}
 }

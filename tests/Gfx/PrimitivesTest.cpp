@@ -58,8 +58,6 @@ constexpr float Epsilon = 1.0e-5f;
 
 bool onAxis(const Vector3& p) { return p.x * p.x + p.z * p.z < 1.0e-8f; }
 
-}
-
 // Counts, attributes, every position on the analytic surface, unit outward normals, and every
 // triangle non-degenerate and wound counter-clockwise around its normals.
 TEST_P(SolidTest, GeometryFitsTheSurface) {
@@ -194,8 +192,6 @@ INSTANTIATE_TEST_SUITE_P(Cases, SolidTest, testing::ValuesIn(SolidCases), SolidC
 INSTANTIATE_TEST_SUITE_P(Cases, ClosedSolidTest, testing::ValuesIn(solidCasesWhere(&SolidCase::closed)), SolidCaseName);
 INSTANTIATE_TEST_SUITE_P(Cases, TangentSolidTest, testing::ValuesIn(solidCasesWhere(&SolidCase::tangents)), SolidCaseName);
 
-namespace {
-
 struct WireframeCase {
     const char* name;
     std::function<MeshData()> make;
@@ -226,8 +222,6 @@ const WireframeCase WireframeCases[]{
 
 class WireframeTest: public testing::TestWithParam<WireframeCase> {};
 
-}
-
 TEST_P(WireframeTest, CountsAndGeometry) {
     const WireframeCase& c = GetParam();
     const MeshData mesh = c.make();
@@ -252,4 +246,6 @@ TEST(PrimitivesDeathTest, ImpossibleSubdivisionsAreFaultsOfTheCaller) {
     EXPECT_DEATH(uvSphereWireframe(4, 6), "Assertion");
     EXPECT_DEATH(coneSolid(1, 2, 1.0f), "Assertion");
     EXPECT_DEATH(cylinderSolid(0, 8, 1.0f), "Assertion");
+}
+
 }
