@@ -11,6 +11,7 @@
 #include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include "Editor/Compiler/FontLoader.h"
@@ -28,6 +29,7 @@ namespace ArdentisEngine {
 
 namespace fs = std::filesystem;
 using Data::SceneCategory;
+using namespace CompilerDetail;
 
 namespace {
 
@@ -60,27 +62,74 @@ std::optional<MeshData> primitiveMesh(std::string_view name) {
 
 }
 
+std::vector<Record> CompilerDetail::sectionRecords(const ProjectFile& project, std::string_view section) {
+    std::vector<Record> out;
+    const JsonValue& document = project.document();
+    const JsonValue* records = member(&document, section);
+    if(!records || !records->IsObject()) return out;
+    for(const auto& entry: records->GetObject()) {
+        std::uint32_t id = 0;
+        const char* begin = entry.name.GetString();
+        const char* end = begin + entry.name.GetStringLength();
+        const auto [last, error] = std::from_chars(begin, end, id);
+        if(error == std::errc{} && last == end && id) out.push_back({ResourceId{id}, &entry.value});
+    }
+    std::sort(out.begin(), out.end(), [](const Record& a, const Record& b) { return a.id < b.id; });
+    return out;
+}
+
+void AssetCompiler::SectionState::forgetMissing(const std::set<std::uint32_t>& present) {
+    std::erase_if(compiled, [&](std::uint32_t id) { return !present.count(id); });
+    dirty.clear();
+    allDirty = false;
+}
+
+std::vector<std::uint16_t> AssetCompiler::SectionState::release(SlotTable& slots, const std::vector<Record>& records) {
+    std::set<std::uint32_t> present;
+    for(const Record& r: records) present.insert(r.id.value);
+    forgetMissing(present);
+    return slots.releaseUnless([&](ResourceId id) { return present.count(id.value) != 0; });
+}
+
 AssetCompiler::AssetCompiler(ProjectFile& project, Data::Scene& scene): _project{&project}, _scene{&scene} {
+    for(const char* section: ProjectFile::Sections) _sections[section];
+    _projectLifetime = project.lifetime();
+    _listener = project.addChangeListener([this](std::string_view path, ChangeCategories) { noteChange(path); });
     addProbeCompiler("environment", [](AssetCompiler& compiler, Data::Scene& s) { return compiler.compileEnvironmentProbe(s); });
 }
 
 AssetCompiler::AssetCompiler(EditorData& data): AssetCompiler{data.projectFile(), data.scene().main()} {}
 
-AssetCompiler::~AssetCompiler() = default;
+AssetCompiler::~AssetCompiler() {
+    if(!_projectLifetime.expired()) _project->removeChangeListener(_listener);
+}
+
+// Paths are "/{section}/{id}/..." for record edits; anything shorter replaced whole sections.
+void AssetCompiler::noteChange(std::string_view path) {
+    if(path.empty() || path == "/") {
+        for(auto& [name, state]: _sections) state.allDirty = true;
+        return;
+    }
+    path.remove_prefix(1);
+    const std::size_t slash = path.find('/');
+    const auto found = _sections.find(unescapePathSegment(path.substr(0, slash)));
+    if(found == _sections.end()) return;
+    if(slash == std::string_view::npos) {
+        found->second.allDirty = true;
+        return;
+    }
+    std::string_view rest = path.substr(slash + 1);
+    rest = rest.substr(0, rest.find('/'));
+    std::uint32_t id = 0;
+    const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), id);
+    if(error == std::errc{} && end == rest.data() + rest.size()) found->second.dirty.insert(id);
+    else found->second.allDirty = true;
+}
 
 // [SECTION] Driving the passes
 
 bool AssetCompiler::moved(ChangeCategory category) const {
     return _first || _project->stamp(category) != _seen[std::size_t(category)];
-}
-
-bool AssetCompiler::recordChanged(std::map<std::uint32_t, std::string>& texts, const RecordAccess& record, bool force) {
-    const JsonValue* json = record.json();
-    std::string text = json ? writeJson(*json) : std::string{};
-    std::string& previous = texts[record.id().value];
-    if(!force && previous == text) return false;
-    previous = std::move(text);
-    return true;
 }
 
 void AssetCompiler::markCompiled(SceneCategory category, std::uint32_t count) {
@@ -153,13 +202,13 @@ std::optional<std::string> AssetCompiler::readProjectText(const std::string& fil
 }
 
 void AssetCompiler::compileShaders(bool force) {
-    ProjectSection section{*_project, ShaderRecord::Section};
+    SectionState& state = _sections[ShaderRecord::Section];
+    const auto records = sectionRecords(*_project, ShaderRecord::Section);
     std::uint32_t count = 0;
-    for(ResourceId id: section.resourceIds()) {
-        const RecordAccess record = section.record(id);
-        if(!recordChanged(_shaderTexts, record, force)) continue;
-        const std::string name = record[Model::Shader::Name].value();
-        const std::string file = record[Model::Shader::File].value();
+    for(const auto& [id, record]: records) {
+        if(!state.begin(id, force)) continue;
+        const std::string name = read(record, Model::Shader::Name);
+        const std::string file = read(record, Model::Shader::File);
         const std::string who = fmt::format("Shader {} ({})", id.value, name);
         // A file of the project first; otherwise a file of the engine's own shader group, so that
         // projects can name "Phong.frag" without carrying a copy.
@@ -168,94 +217,87 @@ void AssetCompiler::compileShaders(bool force) {
         else if(fs::is_regular_file(_project->absolutePath(file))) source = readProjectText(file, who);
         else if(std::optional<std::string> internal = Shaders::internalShaderFile(file)) source = std::move(internal);
         else Log::error("{}: {} not found", who, _project->absolutePath(file));
-        if(!source) {
-            _shaderTexts.erase(id.value);
-            continue;
-        }
+        if(!source) continue;
         const std::uint16_t slot = _shaders.assign(id);
         if(!slot) { Log::error("{}: too many shaders", who); continue; }
         fitTo(_scene->shaders, _shaders);
         Data::ShaderData& shader = _scene->shaders[slot];
-        shader.header.kind = std::uint8_t(record[Model::Shader::Kind].value());
-        shader.header.role = std::uint8_t(record[Model::Shader::Role].value());
+        shader.header.kind = std::uint8_t(read(record, Model::Shader::Kind));
+        shader.header.role = std::uint8_t(read(record, Model::Shader::Role));
         shader.name = name;
         shader.source = std::move(*source);
+        _shaderFiles[slot] = file;
+        state.done(id);
         ++count;
     }
-    for(std::uint16_t slot: _shaders.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+    for(std::uint16_t slot: state.release(_shaders, records)) {
         _scene->shaders[slot] = {};
+        _shaderFiles.erase(slot);
         ++count;
     }
-    std::erase_if(_shaderTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
-    if(count) {
-        markCompiled(SceneCategory::Shaders, count);
-    }
+    if(count) markCompiled(SceneCategory::Shaders, count);
 }
 
 void AssetCompiler::compilePipelines(bool force) {
-    ProjectSection section{*_project, PipelineRecord::Section};
-    ProjectSection shaders{*_project, ShaderRecord::Section};
+    SectionState& state = _sections[PipelineRecord::Section];
+    const auto records = sectionRecords(*_project, PipelineRecord::Section);
     // Includes resolve against the project's shaders by record name and by file, then the engine's.
     std::unordered_map<std::string, std::string> files;
-    for(const auto& [id, slot]: _shaders.slots()) {
+    for(const auto& [slot, file]: _shaderFiles) {
         const Data::ShaderData& shader = _scene->shaders[slot];
         files.emplace(shader.name, shader.source);
-        files.emplace(shaders.record(ResourceId{id})[Model::Shader::File].value(), shader.source);
+        files.emplace(file, shader.source);
     }
 
     std::uint32_t count = 0;
-    for(ResourceId id: section.resourceIds()) {
-        const RecordAccess record = section.record(id);
-        if(!recordChanged(_pipelineTexts, record, force)) continue;
-        const std::string name = record[Model::Pipeline::Name].value();
+    for(const auto& [id, record]: records) {
+        if(!state.begin(id, force)) continue;
+        const std::string name = read(record, Model::Pipeline::Name);
         const std::string who = fmt::format("Pipeline {} ({})", id.value, name);
-        auto fail = [&] { _pipelineTexts.erase(id.value); };
 
-        const ResourceId fragmentId = record[Model::Pipeline::Shader].value();
-        const ResourceId vertexId = record[Model::Pipeline::VertexShader].value();
+        const ResourceId fragmentId = read(record, Model::Pipeline::Shader);
+        const ResourceId vertexId = read(record, Model::Pipeline::VertexShader);
         const Shaders::PipelineDescription* builtIn = Shaders::findDefaultPipeline(name);
         std::string fragmentSource, fragmentName, shaderName;
         if(fragmentId) {
             const std::uint16_t fragmentSlot = _shaders.find(fragmentId);
             if(!fragmentSlot) {
                 Log::error("{}: its shader {} is not compiled", who, fragmentId.value);
-                fail();
                 continue;
             }
             fragmentSource = _scene->shaders[fragmentSlot].source;
             shaderName = _scene->shaders[fragmentSlot].name;
-            fragmentName = shaders.record(fragmentId)[Model::Shader::File].value();
+            fragmentName = _shaderFiles[fragmentSlot];
         } else if(builtIn) {
             // A pipeline named after a built-in one draws with the engine's shader.
             std::optional<std::string> source = Shaders::internalShaderFile(builtIn->fragmentShader);
-            if(!source) { Log::error("{}: the engine has no {}", who, builtIn->fragmentShader); fail(); continue; }
+            if(!source) { Log::error("{}: the engine has no {}", who, builtIn->fragmentShader); continue; }
             fragmentSource = std::move(*source);
             fragmentName = builtIn->fragmentShader;
             shaderName = fs::path{fragmentName}.stem().string();
         } else {
             Log::error("{}: names no shader", who);
-            fail();
             continue;
         }
         if(vertexId && !_shaders.find(vertexId)) {
             Log::error("{}: its vertex shader {} is not compiled", who, vertexId.value);
-            fail();
             continue;
         }
 
+        // Both report their own failures, naming the file and line.
         std::optional<Utils::InlinedSource> inlined = Utils::inlineIncludes(fragmentSource, fragmentName, files);
-        if(!inlined) { fail(); continue; }
+        if(!inlined) continue;
         std::optional<Shaders::MaterialDefinition> definition = Shaders::MaterialDefinition::parse(inlined->text, inlined->files, 0);
-        if(!definition) { fail(); continue; }
+        if(!definition) continue;
 
         const std::uint16_t slot = _pipelines.assign(id);
-        if(!slot) { Log::error("{}: too many pipelines", who); fail(); continue; }
+        if(!slot) { Log::error("{}: too many pipelines", who); continue; }
         fitTo(_scene->pipelines, _pipelines);
         fitTo(_definitions, _pipelines);
         fitTo(_pipelineShaderNames, _pipelines);
         if(_pipelineTransparent.size() < _pipelines.size()) _pipelineTransparent.resize(_pipelines.size());
 
-        const bool transparent = record[Model::Pipeline::Transparent].value();
+        const bool transparent = read(record, Model::Pipeline::Transparent);
         Data::PipelineType type = builtIn ? builtIn->pipeline.type : Data::PipelineType::Opaque;
         if(transparent) type = Data::PipelineType::Transparent;
         Data::PipelineData& pipeline = _scene->pipelines[slot];
@@ -268,16 +310,16 @@ void AssetCompiler::compilePipelines(bool force) {
         pipeline.present = true;
         _definitions[slot] = std::move(definition);
         _pipelineShaderNames[slot] = shaderName;
-        _pipelineTransparent[slot] = transparent || type == Data::PipelineType::Transparent;
+        _pipelineTransparent[slot] = type == Data::PipelineType::Transparent;
+        state.done(id);
         ++count;
     }
-    for(std::uint16_t slot: _pipelines.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+    for(std::uint16_t slot: state.release(_pipelines, records)) {
         _scene->pipelines[slot] = {};
         _definitions[slot].reset();
         _pipelineShaderNames[slot].clear();
         ++count;
     }
-    std::erase_if(_pipelineTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
     if(count) {
         markCompiled(SceneCategory::Pipelines, count);
         _compiledMask |= bit(SceneCategory::Shaders);
@@ -291,24 +333,23 @@ const Shaders::MaterialDefinition* AssetCompiler::materialDefinition(std::uint16
 // [SECTION] Images and textures
 
 void AssetCompiler::compileImages(bool force) {
-    ProjectSection section{*_project, ImageRecord::Section};
+    SectionState& state = _sections[ImageRecord::Section];
+    const auto records = sectionRecords(*_project, ImageRecord::Section);
     const std::uint32_t maxSize = _project->settings()[Model::Settings::MaxImageSize].value();
     std::uint32_t count = 0;
-    for(ResourceId id: section.resourceIds()) {
-        const RecordAccess record = section.record(id);
-        if(!recordChanged(_imageTexts, record, force)) continue;
-        const std::string name = record[Model::Image::Name].value();
-        const std::string file = record[Model::Image::File].value();
-        auto fail = [&] { _imageTexts.erase(id.value); };
-        if(file.empty()) { Log::error("Image {} ({}): names no file", id.value, name); fail(); continue; }
+    for(const auto& [id, record]: records) {
+        if(!state.begin(id, force)) continue;
+        const std::string name = read(record, Model::Image::Name);
+        const std::string file = read(record, Model::Image::File);
+        if(file.empty()) { Log::error("Image {} ({}): names no file", id.value, name); continue; }
         const std::string path = _project->absolutePath(file);
-        if(!fs::is_regular_file(path)) { Log::error("Image {} ({}): {} not found", id.value, name, path); fail(); continue; }
+        if(!fs::is_regular_file(path)) { Log::error("Image {} ({}): {} not found", id.value, name, path); continue; }
         AbstractImageImporter* importer = _plugins.importer("AnyImageImporter");
         // The importer's own message names the file and the reason.
-        if(!importer || !importer->openFile(path)) { fail(); continue; }
+        if(!importer || !importer->openFile(path)) continue;
         std::optional<Image> image = importer->image2D();
         importer->close();
-        if(!image) { fail(); continue; }
+        if(!image) continue;
 
         const Vector2i size = image->size();
         if(maxSize && std::uint32_t(std::max(size.x, size.y)) > maxSize) {
@@ -321,59 +362,59 @@ void AssetCompiler::compileImages(bool force) {
         }
 
         const std::uint16_t slot = _images.assign(id);
-        if(!slot) { Log::error("Image {} ({}): too many images", id.value, name); fail(); continue; }
+        if(!slot) { Log::error("Image {} ({}): too many images", id.value, name); continue; }
         fitTo(_scene->images, _images);
         Data::ImageData& data = _scene->images[slot];
         data = {};
         data.pixels = std::move(image);
         data.name = name;
+        state.done(id);
         ++count;
     }
-    for(std::uint16_t slot: _images.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+    for(std::uint16_t slot: state.release(_images, records)) {
         _scene->images[slot] = {};
         ++count;
     }
-    std::erase_if(_imageTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
     if(_scene->streamedImages.size() < _scene->images.size()) _scene->streamedImages.resize(_scene->images.size());
     if(count) markCompiled(SceneCategory::Images, count);
 }
 
 void AssetCompiler::compileTextures(bool force) {
-    ProjectSection section{*_project, TextureRecord::Section};
+    SectionState& state = _sections[TextureRecord::Section];
+    const auto records = sectionRecords(*_project, TextureRecord::Section);
     std::uint32_t count = 0;
-    for(ResourceId id: section.resourceIds()) {
-        const RecordAccess record = section.record(id);
-        if(!recordChanged(_textureTexts, record, force)) continue;
+    for(const auto& [id, record]: records) {
+        if(!state.begin(id, force)) continue;
         const std::uint16_t slot = _textures.assign(id);
-        if(!slot) { Log::error("Texture {}: too many textures", id.value); _textureTexts.erase(id.value); continue; }
+        if(!slot) { Log::error("Texture {}: too many textures", id.value); continue; }
         fitTo(_scene->textures, _textures);
         Data::TextureData& texture = _scene->textures[slot];
         texture.id = slot;
         // An image that failed to compile leaves the texture without one; it was reported then.
-        texture.image = _images.find(record[Model::Texture::Image].value());
-        texture.samplerFlags = (record[Model::Texture::Repeat].value() ? SamplerRepeat : 0) |
-            (record[Model::Texture::Filter].value() ? SamplerLinear : 0);
+        texture.image = _images.find(read(record, Model::Texture::Image));
+        texture.samplerFlags = (read(record, Model::Texture::Repeat) ? SamplerRepeat : 0) |
+            (read(record, Model::Texture::Filter) ? SamplerLinear : 0);
+        state.done(id);
         ++count;
     }
-    for(std::uint16_t slot: _textures.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+    for(std::uint16_t slot: state.release(_textures, records)) {
         _scene->textures[slot] = {};
         ++count;
     }
-    std::erase_if(_textureTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
     if(count) markCompiled(SceneCategory::Textures, count);
 }
 
 // [SECTION] Materials
 
 void AssetCompiler::compileMaterials(bool force) {
-    ProjectSection section{*_project, MaterialRecord::Section};
+    SectionState& state = _sections[MaterialRecord::Section];
+    const auto records = sectionRecords(*_project, MaterialRecord::Section);
     std::uint32_t count = 0;
-    for(ResourceId id: section.resourceIds()) {
-        const RecordAccess record = section.record(id);
-        if(!recordChanged(_materialTexts, record, force)) continue;
-        const std::string name = record[Model::Material::Name].value();
+    for(const auto& [id, record]: records) {
+        if(!state.begin(id, force)) continue;
+        const std::string name = read(record, Model::Material::Name);
         const std::string who = fmt::format("Material {} ({})", id.value, name);
-        const ResourceId pipelineId = record[Model::Material::Pipeline].value();
+        const ResourceId pipelineId = read(record, Model::Material::Pipeline);
         const std::uint16_t pipeline = _pipelines.find(pipelineId);
         if(pipelineId && !pipeline) Log::error("{}: its pipeline {} is not compiled", who, pipelineId.value);
 
@@ -383,15 +424,15 @@ void AssetCompiler::compileMaterials(bool force) {
         if(const Shaders::MaterialDefinition* definition = materialDefinition(pipeline)) {
             Data::Material packed = definition->defaults();
             const std::string& shaderName = _pipelineShaderNames[pipeline];
-            const JsonValue* values = record.access(shaderName).json();
-            if(values && values->IsObject()) for(const auto& member: values->GetObject()) {
-                const std::string param{member.name.GetString(), member.name.GetStringLength()};
+            const JsonValue* values = member(record, shaderName);
+            if(values && values->IsObject()) for(const auto& entry: values->GetObject()) {
+                const std::string param{entry.name.GetString(), entry.name.GetStringLength()};
                 const int index = definition->paramIndex(param);
                 if(index < 0) {
                     Log::error("{}: shader {} has no parameter {}", who, shaderName, param);
                     continue;
                 }
-                const JsonValue& value = member.value;
+                const JsonValue& value = entry.value;
                 const Shaders::MaterialParamType type = definition->paramType(unsigned(index));
                 const unsigned components = definition->paramComponents(unsigned(index));
                 if(type == Shaders::MaterialParamType::Texture) {
@@ -428,18 +469,18 @@ void AssetCompiler::compileMaterials(bool force) {
 
         const bool isNew = !_materials.find(id);
         const std::uint16_t slot = _materials.assign(id);
-        if(!slot) { Log::error("{}: too many materials", who); _materialTexts.erase(id.value); continue; }
+        if(!slot) { Log::error("{}: too many materials", who); continue; }
         fitTo(_scene->materials, _materials);
         if(isNew || _scene->materials[slot].pipeline != material.pipeline) _componentInputs = true;
         _scene->materials[slot] = std::move(material);
+        state.done(id);
         ++count;
     }
-    for(std::uint16_t slot: _materials.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+    for(std::uint16_t slot: state.release(_materials, records)) {
         _scene->materials[slot] = {};
         _componentInputs = true;
         ++count;
     }
-    std::erase_if(_materialTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
     if(count) markCompiled(SceneCategory::Materials, count);
 }
 
@@ -473,34 +514,33 @@ std::shared_ptr<const ImportedSceneCache> AssetCompiler::sceneFile(const std::st
 }
 
 void AssetCompiler::compileMeshes(bool force) {
-    ProjectSection section{*_project, MeshRecord::Section};
+    SectionState& state = _sections[MeshRecord::Section];
+    const auto records = sectionRecords(*_project, MeshRecord::Section);
     std::uint32_t count = 0;
     bool morphTargets = false;
-    for(ResourceId id: section.resourceIds()) {
-        const RecordAccess record = section.record(id);
-        if(!recordChanged(_meshTexts, record, force)) continue;
-        const std::string name = record[Model::Mesh::Name].value();
+    for(const auto& [id, record]: records) {
+        if(!state.begin(id, force)) continue;
+        const std::string name = read(record, Model::Mesh::Name);
         const std::string who = fmt::format("Mesh {} ({})", id.value, name);
-        auto fail = [&] { _meshTexts.erase(id.value); };
 
         MeshData data;
         Data::MorphTargetSet morph;
         MeshSkin skin;
-        if(const std::string primitive = record.access("primitive").as<std::string>(); !primitive.empty()) {
-            std::optional<MeshData> made = primitiveMesh(primitive);
-            if(!made) { Log::error("{}: unknown primitive {}", who, primitive); fail(); continue; }
+        const JsonValue* primitive = member(record, "primitive");
+        if(primitive && primitive->IsString()) {
+            std::optional<MeshData> made = primitiveMesh(primitive->GetString());
+            if(!made) { Log::error("{}: unknown primitive {}", who, primitive->GetString()); continue; }
             data = std::move(*made);
         } else {
-            const FileLink link = record[Model::Mesh::Source].value();
-            if(link.file.empty()) { Log::error("{}: has neither a source nor a primitive", who); fail(); continue; }
+            const FileLink link = read(record, Model::Mesh::Source);
+            if(link.file.empty()) { Log::error("{}: has neither a source nor a primitive", who); continue; }
             std::shared_ptr<const ImportedSceneCache> file = sceneFile(link.file, who);
-            if(!file) { fail(); continue; }
+            if(!file) continue;
             std::optional<std::size_t> index = indexedResource(link.resource, "meshes/");
             if(!index) for(std::size_t i = 0; i != file->meshes.size(); ++i)
                 if(file->meshes[i].name == link.resource) { index = i; break; }
             if(!index || *index >= file->meshes.size()) {
                 Log::error("{}: {} has no mesh {}", who, _project->absolutePath(link.file), link.resource);
-                fail();
                 continue;
             }
             const ImportedSceneCache::Mesh& mesh = file->meshes[*index];
@@ -513,12 +553,11 @@ void AssetCompiler::compileMeshes(bool force) {
         }
         if(std::string why; !data.isValid(&why)) {
             Log::error("{}: invalid mesh data: {}", who, why);
-            fail();
             continue;
         }
 
         const std::uint16_t slot = _meshes.assign(id);
-        if(!slot) { Log::error("{}: too many meshes", who); fail(); continue; }
+        if(!slot) { Log::error("{}: too many meshes", who); continue; }
         fitTo(_scene->meshData, _meshes);
         fitTo(_scene->meshBoundingSpheres, _meshes);
         fitTo(_scene->morphTargetSets, _meshes);
@@ -527,9 +566,10 @@ void AssetCompiler::compileMeshes(bool force) {
         morphTargets |= morph.targetCount != 0 || _scene->morphTargetSets[slot].targetCount != 0;
         _scene->morphTargetSets[slot] = std::move(morph);
         _meshSkins[slot] = std::move(skin);
+        state.done(id);
         ++count;
     }
-    for(std::uint16_t slot: _meshes.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+    for(std::uint16_t slot: state.release(_meshes, records)) {
         _scene->meshData[slot] = {};
         _scene->meshBoundingSpheres[slot] = {};
         morphTargets |= _scene->morphTargetSets[slot].targetCount != 0;
@@ -537,7 +577,6 @@ void AssetCompiler::compileMeshes(bool force) {
         _meshSkins.erase(slot);
         ++count;
     }
-    std::erase_if(_meshTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
     if(count) {
         markCompiled(SceneCategory::Meshes, count);
         _componentInputs = true;
@@ -546,85 +585,87 @@ void AssetCompiler::compileMeshes(bool force) {
 }
 
 void AssetCompiler::compileFonts(bool force) {
-    ProjectSection section{*_project, FontRecord::Section};
+    SectionState& state = _sections[FontRecord::Section];
+    const auto records = sectionRecords(*_project, FontRecord::Section);
     std::uint32_t count = 0;
-    for(ResourceId id: section.resourceIds()) {
-        const RecordAccess record = section.record(id);
-        if(!recordChanged(_fontTexts, record, force)) continue;
-        const std::string name = record[Model::Font::Name].value();
-        const std::string file = record[Model::Font::File].value();
-        auto fail = [&] { _fontTexts.erase(id.value); };
-        if(file.empty()) { Log::error("Font {} ({}): names no file", id.value, name); fail(); continue; }
+    for(const auto& [id, record]: records) {
+        if(!state.begin(id, force)) continue;
+        const std::string name = read(record, Model::Font::Name);
+        const std::string file = read(record, Model::Font::File);
+        if(file.empty()) { Log::error("Font {} ({}): names no file", id.value, name); continue; }
         const std::string path = _project->absolutePath(file);
         std::string error;
         std::optional<Data::FontData> font = loadFontFile(path, error);
-        if(!font) { Log::error("Font {} ({}): {}: {}", id.value, name, path, error); fail(); continue; }
+        if(!font) { Log::error("Font {} ({}): {}: {}", id.value, name, path, error); continue; }
         if(!name.empty()) font->name = name;
         if(!_fonts.find(id)) _componentInputs = true;
         const std::uint16_t slot = _fonts.assign(id);
-        if(!slot) { Log::error("Font {} ({}): too many fonts", id.value, name); fail(); continue; }
+        if(!slot) { Log::error("Font {} ({}): too many fonts", id.value, name); continue; }
         fitTo(_scene->fonts, _fonts);
         _scene->fonts[slot] = std::move(*font);
+        state.done(id);
         ++count;
     }
-    for(std::uint16_t slot: _fonts.releaseUnless([&](ResourceId id) { return section.contains(id); })) {
+    for(std::uint16_t slot: state.release(_fonts, records)) {
         _scene->fonts[slot] = {};
         _componentInputs = true;
         ++count;
     }
-    std::erase_if(_fontTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
     if(count) markCompiled(SceneCategory::Fonts, count);
 }
 
 void AssetCompiler::compileAnimations(bool force) {
-    ProjectSection section{*_project, AnimationRecord::Section};
+    SectionState& state = _sections[AnimationRecord::Section];
+    const auto records = sectionRecords(*_project, AnimationRecord::Section);
     std::uint32_t count = 0;
-    for(ResourceId id: section.resourceIds()) {
-        const RecordAccess record = section.record(id);
-        if(!recordChanged(_animationTexts, record, force)) continue;
-        const std::string name = record[Model::Animation::Name].value();
+    for(const auto& [id, record]: records) {
+        if(!state.begin(id, force)) continue;
+        const std::string name = read(record, Model::Animation::Name);
         const std::string who = fmt::format("Animation {} ({})", id.value, name);
-        auto fail = [&] { _animationTexts.erase(id.value); };
-        const FileLink link = record[Model::Animation::Source].value();
-        if(link.file.empty()) { Log::error("{}: has no source", who); fail(); continue; }
+        const FileLink link = read(record, Model::Animation::Source);
+        if(link.file.empty()) { Log::error("{}: has no source", who); continue; }
         std::shared_ptr<const ImportedSceneCache> file = sceneFile(link.file, who);
-        if(!file) { fail(); continue; }
+        if(!file) continue;
         std::optional<std::size_t> index = indexedResource(link.resource, "animations/");
         if(!index) for(std::size_t i = 0; i != file->animations.size(); ++i)
             if(file->animations[i].name == link.resource) { index = i; break; }
         if(!index || *index >= file->animations.size()) {
             Log::error("{}: {} has no animation {}", who, _project->absolutePath(link.file), link.resource);
-            fail();
             continue;
         }
+        const Data::AnimationData& animation = file->animations[*index];
+        bool valid = true;
+        for(const Data::AnimationTrack& track: animation.tracks) if(track.target >= file->objectCount()) {
+            Log::error("{}: a track animates object {}, which {} does not have", who, track.target, _project->absolutePath(link.file));
+            valid = false;
+            break;
+        }
+        if(!valid) continue;
 
         AnimationSource source;
-        source.data = std::make_shared<const Data::AnimationData>(file->animations[*index]);
+        source.name = name;
+        source.data = std::make_shared<const Data::AnimationData>(animation);
         // Tracks name objects of the file by index; keep the names (and their parents') that the
         // targets are found by among the project's objects.
         source.objectNames = file->names;
         source.parentNames.assign(file->objectCount(), std::string{});
         for(const ImportedSceneCache::HierarchyEntry& e: file->hierarchy)
             if(e.object < file->objectCount() && e.parent < file->objectCount()) source.parentNames[e.object] = file->names[e.parent];
-        for(const Data::AnimationTrack& track: source.data->tracks) if(track.target >= file->objectCount()) {
-            Log::error("{}: a track animates object {}, which {} does not have", who, track.target, _project->absolutePath(link.file));
-            fail();
-            break;
-        }
-        if(!_animationTexts.count(id.value)) continue;
-        const ValueAccess<void> events = record.access(Model::Animation::Events);
-        for(std::size_t i = 0; i != events.size(); ++i)
-            source.events.push_back({events[i][Model::AnimationEvent::Time].value(), events[i][Model::AnimationEvent::Name].value()});
-        source.name = name;
+        if(const JsonValue* events = member(record, Model::Animation::Events); events && events->IsArray())
+            for(const JsonValue& event: events->GetArray())
+                source.events.push_back({read(&event, Model::AnimationEvent::Time), read(&event, Model::AnimationEvent::Name)});
         _animationSources[id.value] = std::move(source);
+        state.done(id);
         ++count;
     }
+    std::set<std::uint32_t> present;
+    for(const auto& r: records) present.insert(r.id.value);
     for(auto it = _animationSources.begin(); it != _animationSources.end();) {
-        if(section.contains(ResourceId{it->first})) { ++it; continue; }
+        if(present.count(it->first)) { ++it; continue; }
         it = _animationSources.erase(it);
         ++count;
     }
-    std::erase_if(_animationTexts, [&](const auto& e) { return !section.contains(ResourceId{e.first}); });
+    state.forgetMissing(present);
     if(count) {
         markCompiled(SceneCategory::Animations, count);
         _componentInputs = true;

@@ -23,12 +23,14 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "Editor/Compiler/CompilerPluginManager.h"
+#include "Editor/Compiler/RecordFields.h"
 #include "Editor/Compiler/SlotTable.h"
 #include "Editor/Project/ProjectFile.h"
 #include "Engine/Animation/RuntimeAnimation.h"
@@ -145,10 +147,30 @@ public:
 
 private:
 
+    // Which records of a section need compiling. Edits are learnt from the project's change
+    // listener, so a pass visits the edited records only; a record that failed stays due until it
+    // compiles.
+    struct SectionState {
+        std::set<std::uint32_t> dirty;     // edited since the section's last pass
+        std::set<std::uint32_t> compiled;  // compiled from their current record
+        bool allDirty = true;              // the whole section (or project) was replaced
+
+        // Whether the record is due; it counts as not compiled until done().
+        bool begin(ResourceId id, bool force) {
+            if(!force && !allDirty && !dirty.count(id.value) && compiled.count(id.value)) return false;
+            compiled.erase(id.value);
+            return true;
+        }
+        void done(ResourceId id) { compiled.insert(id.value); }
+        // Ends a pass: forgets records that are gone and the edits seen.
+        void forgetMissing(const std::set<std::uint32_t>& present);
+        // forgetMissing() and frees the slots of records that are gone, which it returns.
+        std::vector<std::uint16_t> release(SlotTable& slots, const std::vector<CompilerDetail::Record>& records);
+    };
+
+    void noteChange(std::string_view path);
     void compileCategories(bool objects, bool allObjects);
     bool moved(ChangeCategory category) const;
-    // Whether the record's text differs from what it was compiled from; remembers the new text.
-    bool recordChanged(std::map<std::uint32_t, std::string>& texts, const RecordAccess& record, bool force);
 
     void compileShaders(bool force);
     void compilePipelines(bool force);
@@ -159,8 +181,11 @@ private:
     void compileFonts(bool force);
     void compileAnimations(bool force);
     void compileObjectRecords(bool all, bool components);
+    // The edited objects alone, when none of them was added, removed or moved in the hierarchy;
+    // false (having changed nothing) otherwise.
+    bool compileEditedObjects();
     // Makes the object's components anew from its record; returns the scene categories touched.
-    std::uint32_t compileComponents(const RecordAccess& record, Data::Id object);
+    std::uint32_t compileComponents(ResourceId id, const JsonValue* record, Data::Id object);
 
     // The imported scene of a project file: the importer's cache when it has one, else imported
     // here and kept until the files change. Null after one message when the file cannot be read.
@@ -182,8 +207,10 @@ private:
     SlotTable _shaders, _pipelines, _images, _textures, _materials, _meshes, _fonts;
     // Skins by object record; Scene::skins index = slot - 1.
     SlotTable _skins;
-    std::map<std::uint32_t, std::string> _shaderTexts, _pipelineTexts, _imageTexts, _textureTexts,
-        _materialTexts, _meshTexts, _fontTexts, _animationTexts, _objectTexts;
+    std::map<std::string, SectionState, std::less<>> _sections;
+    std::weak_ptr<const void> _projectLifetime;
+    int _listener = 0;
+    std::map<std::uint16_t, std::string> _shaderFiles;  // by shader slot, for includes and messages
     std::vector<std::optional<Shaders::MaterialDefinition>> _definitions;
     // Name of the fragment shader record of each pipeline slot: materials keep their parameters
     // in a sub-record named after it.

@@ -1,8 +1,10 @@
 // Objects and their components, and the animation instances that drive them.
 #include <algorithm>
+#include <set>
 #include <unordered_map>
 
 #include "Editor/Compiler/AssetCompiler.h"
+#include "Editor/Compiler/RecordFields.h"
 #include "Gfx/Log.h"
 
 namespace ArdentisEngine {
@@ -10,6 +12,7 @@ namespace ArdentisEngine {
 using Data::Id;
 using Data::InvalidId;
 using Data::SceneCategory;
+using namespace CompilerDetail;
 
 namespace {
 
@@ -31,10 +34,18 @@ Id AssetCompiler::objectInstance(ResourceId object) const {
 
 void AssetCompiler::buildAnimationInstances() {
     // Project objects by name, for finding the targets of tracks.
-    ProjectSection objects{*_project, ObjectRecord::Section};
+    const std::vector<Record> records = sectionRecords(*_project, ObjectRecord::Section);
+    std::unordered_map<std::uint32_t, const JsonValue*> byId;
     std::unordered_multimap<std::string, ResourceId> byName;
-    for(ResourceId id: objects.resourceIds()) byName.emplace(objects.record(id)[Model::Object::Name].value(), id);
-    auto nameOf = [&](ResourceId id) { return objects.record(id)[Model::Object::Name].value(); };
+    for(const auto& [id, record]: records) {
+        byId.emplace(id.value, record);
+        byName.emplace(read(record, Model::Object::Name), id);
+    }
+    auto parentName = [&](ResourceId id) {
+        const ResourceId parent = read(byId.at(id.value), Model::Object::Parent);
+        const auto found = byId.find(parent.value);
+        return found == byId.end() ? std::string{} : read(found->second, Model::Object::Name);
+    };
 
     _animationInstances.clear();
     _animationIndex.clear();
@@ -47,8 +58,7 @@ void AssetCompiler::buildAnimationInstances() {
             const auto [begin, end] = byName.equal_range(name);
             ResourceId best;
             for(auto it = begin; it != end; ++it) {
-                const ResourceId parent = objects.record(it->second)[Model::Object::Parent].value();
-                const bool parentMatches = (parent ? nameOf(parent) : std::string{}) == source.parentNames[fileObject];
+                const bool parentMatches = parentName(it->second) == source.parentNames[fileObject];
                 if(!best || parentMatches) best = it->second;
                 if(parentMatches) break;
             }
@@ -78,49 +88,88 @@ void AssetCompiler::buildAnimationInstances() {
     }
 }
 
+bool AssetCompiler::compileEditedObjects() {
+    SectionState& state = _sections[ObjectRecord::Section];
+    Data::SceneGraph& graph = _scene->graph();
+    const JsonValue* section = member(&_project->document(), ObjectRecord::Section);
+    std::vector<std::pair<Record, Id>> edited;
+    for(std::uint32_t id: state.dirty) {
+        const std::string key = std::to_string(id);
+        const JsonValue* record = member(section, key);
+        const Id object = objectInstance(ResourceId{id});
+        if(!record || !record->IsObject() || object == InvalidId || !graph.isValid(object)) return false;
+        const ResourceId parentRecord = read(record, Model::Object::Parent);
+        const Id parent = parentRecord ? objectInstance(parentRecord) : Data::SceneGraph::Root;
+        if(parent == InvalidId || graph.parent(object) != parent) return false;
+        // Animation targets are found by name.
+        if(!_animationSources.empty() && _scene->names().nameOf(object) != read(record, Model::Object::Name)) return false;
+        edited.push_back({{ResourceId{id}, record}, object});
+    }
+    std::uint32_t categories = 0;
+    for(const auto& [r, object]: edited) {
+        const auto& [id, record] = r;
+        _scene->names().setName(object, read(record, Model::Object::Name));
+        const Quaternion rotation = glm::normalize(read(record, Model::Object::Rotation));
+        graph.setLocalTransformation(object, DualQuaternion::fromRotationTranslation(rotation, read(record, Model::Object::Translation)));
+        graph.setLocalScaling(object, read(record, Model::Object::Scaling));
+        categories |= compileComponents(id, record, object);
+        state.done(id);
+    }
+    state.dirty.clear();
+    for(std::size_t c = 0; c != Data::SceneCategoryCount; ++c)
+        if(categories & (1u << c)) markCompiled(SceneCategory(c));
+    if(!edited.empty()) markCompiled(SceneCategory::Objects, std::uint32_t(edited.size()));
+    return true;
+}
+
 void AssetCompiler::compileObjectRecords(bool all, bool components) {
-    ProjectSection section{*_project, ObjectRecord::Section};
+    SectionState& state = _sections[ObjectRecord::Section];
+    // Edits that keep the hierarchy as it is (values, components) touch only their records.
+    if(!all && !components && !state.allDirty && compileEditedObjects()) return;
+
+    const std::vector<Record> records = sectionRecords(*_project, ObjectRecord::Section);
     Data::Scene& scene = *_scene;
     Data::SceneGraph& graph = scene.graph();
-    const std::vector<ResourceId> ids = section.resourceIds();
 
     // Parents first. A parent that is missing or part of a cycle sends the object to the root:
     // loading refuses such files, but records can still be edited into them.
+    std::unordered_map<std::uint32_t, const JsonValue*> byId;
+    for(const auto& [id, record]: records) byId.emplace(id.value, record);
     std::unordered_map<std::uint32_t, std::uint32_t> parentOf;
-    for(ResourceId id: ids) {
-        ResourceId parent = section.record(id)[Model::Object::Parent].value();
-        if(parent && !section.contains(parent)) {
+    for(const auto& [id, record]: records) {
+        ResourceId parent = read(record, Model::Object::Parent);
+        if(parent && !byId.count(parent.value)) {
             Log::error("Object {}: its parent {} does not exist, placing it at the root", id.value, parent.value);
             parent = {};
         }
         parentOf[id.value] = parent.value;
     }
     std::unordered_map<std::uint32_t, std::size_t> depth;
-    for(ResourceId id: ids) {
+    for(const auto& [id, record]: records) {
         std::size_t d = 0;
-        for(std::uint32_t p = parentOf[id.value]; p && d <= ids.size(); p = parentOf[p]) ++d;
-        if(d > ids.size()) {
+        for(std::uint32_t p = parentOf[id.value]; p && d <= records.size(); p = parentOf[p]) ++d;
+        if(d > records.size()) {
             Log::error("Object {}: its parents form a cycle, placing it at the root", id.value);
             parentOf[id.value] = 0;
             d = 0;
         }
         depth[id.value] = d;
     }
-    std::vector<ResourceId> order = ids;
-    std::stable_sort(order.begin(), order.end(), [&](ResourceId a, ResourceId b) { return depth[a.value] < depth[b.value]; });
+    std::vector<Record> order = records;
+    std::stable_sort(order.begin(), order.end(), [&](const Record& a, const Record& b) { return depth[a.id.value] < depth[b.id.value]; });
 
     // Room for the records that have no object yet besides what the scene already holds.
     std::size_t added = 0;
-    for(ResourceId id: ids) if(const Id o = objectInstance(id); o == InvalidId || !graph.isValid(o)) ++added;
+    for(const Record& r: records) if(const Id o = objectInstance(r.id); o == InvalidId || !graph.isValid(o)) ++added;
     const std::size_t needed = graph.objectCount() + added;
     if(needed > graph.capacity()) scene.setCapacity(std::uint16_t(std::min<std::size_t>(0xfffe, std::max(needed, graph.capacity()*2))));
 
     std::uint32_t compiledObjects = 0;
     bool structure = false;
-    std::vector<std::pair<ResourceId, Id>> rewrite;
-    for(ResourceId id: order) {
-        const RecordAccess record = section.record(id);
-        bool changed = recordChanged(_objectTexts, record, all);
+    std::vector<std::pair<Record, Id>> rewrite;
+    for(const Record& r: order) {
+        const auto& [id, record] = r;
+        bool changed = state.begin(id, all);
         const std::uint32_t parentRecord = parentOf[id.value];
         Id parent = Data::SceneGraph::Root;
         if(parentRecord) {
@@ -128,13 +177,13 @@ void AssetCompiler::compileObjectRecords(bool all, bool components) {
             // The parent failed to be made; its message came then.
             if(parent == InvalidId) parent = Data::SceneGraph::Root;
         }
+        const std::string name = read(record, Model::Object::Name);
         Id object = objectInstance(id);
         if(object != InvalidId && !graph.isValid(object)) object = InvalidId;
         if(object == InvalidId) {
-            object = scene.addObject(parent, record[Model::Object::Name].value());
+            object = scene.addObject(parent, name);
             if(object == InvalidId) {
                 Log::error("Object {}: the scene is full", id.value);
-                _objectTexts.erase(id.value);
                 _objects.erase(id.value);
                 continue;
             }
@@ -145,24 +194,24 @@ void AssetCompiler::compileObjectRecords(bool all, bool components) {
             graph.reparent(object, parent);
             structure = true;
         }
+        state.done(id);
         if(!changed) {
-            if(components) rewrite.emplace_back(id, object);
+            if(components) rewrite.emplace_back(r, object);
             continue;
         }
-        scene.names().setName(object, record[Model::Object::Name].value());
-        const Quaternion rotation = glm::normalize(record[Model::Object::Rotation].value());
-        graph.setLocalTransformation(object, DualQuaternion::fromRotationTranslation(rotation, record[Model::Object::Translation].value()));
-        graph.setLocalScaling(object, record[Model::Object::Scaling].value());
-        rewrite.emplace_back(id, object);
+        scene.names().setName(object, name);
+        const Quaternion rotation = glm::normalize(read(record, Model::Object::Rotation));
+        graph.setLocalTransformation(object, DualQuaternion::fromRotationTranslation(rotation, read(record, Model::Object::Translation)));
+        graph.setLocalScaling(object, read(record, Model::Object::Scaling));
+        rewrite.emplace_back(r, object);
         ++compiledObjects;
     }
 
     // Removed records; their children were moved away above, so a subtree holds only removed ones.
     for(auto it = _objects.begin(); it != _objects.end();) {
-        if(section.contains(ResourceId{it->first})) { ++it; continue; }
+        if(byId.count(it->first)) { ++it; continue; }
         if(graph.isValid(it->second)) graph.removeObject(it->second);
         if(const std::uint16_t skin = _skins.find(ResourceId{it->first})) scene.skins[skin - 1] = {};
-        _objectTexts.erase(it->first);
         it = _objects.erase(it);
         structure = true;
         ++compiledObjects;
@@ -171,7 +220,10 @@ void AssetCompiler::compileObjectRecords(bool all, bool components) {
         if(graph.isValid(it->second)) ++it;
         else it = _objects.erase(it);
     }
-    _skins.releaseUnless([&](ResourceId id) { return section.contains(id); });
+    _skins.releaseUnless([&](ResourceId id) { return byId.count(id.value) != 0; });
+    std::set<std::uint32_t> present;
+    for(const Record& r: records) present.insert(r.id.value);
+    state.forgetMissing(present);
 
     // Animation targets and skin joints name other objects: when objects came or went, every
     // object's components are made again.
@@ -180,18 +232,18 @@ void AssetCompiler::compileObjectRecords(bool all, bool components) {
         buildAnimationInstances();
         if(structure) {
             rewrite.clear();
-            for(ResourceId id: order) if(Id object = objectInstance(id); object != InvalidId) rewrite.emplace_back(id, object);
+            for(const Record& r: order) if(Id object = objectInstance(r.id); object != InvalidId) rewrite.emplace_back(r, object);
         }
     }
 
     std::uint32_t categories = 0;
-    for(const auto& [id, object]: rewrite) categories |= compileComponents(section.record(id), object);
+    for(const auto& [r, object]: rewrite) categories |= compileComponents(r.id, r.value, object);
     for(std::size_t c = 0; c != Data::SceneCategoryCount; ++c)
         if(categories & (1u << c)) markCompiled(SceneCategory(c));
     if(compiledObjects || structure || !rewrite.empty()) markCompiled(SceneCategory::Objects, compiledObjects);
 }
 
-std::uint32_t AssetCompiler::compileComponents(const RecordAccess& record, Id object) {
+std::uint32_t AssetCompiler::compileComponents(ResourceId id, const JsonValue* record, Id object) {
     Data::Scene& scene = *_scene;
     Data::SceneGraph& graph = scene.graph();
     std::uint32_t categories = 0;
@@ -206,19 +258,20 @@ std::uint32_t AssetCompiler::compileComponents(const RecordAccess& record, Id ob
         if(type == Data::ComponentType::Text) touched(SceneCategory::Texts);
         if(type == Data::ComponentType::Physics) touched(SceneCategory::Physics);
     }
-    const std::uint16_t previousSkin = _skins.find(record.id());
+    const std::uint16_t previousSkin = _skins.find(id);
     if(previousSkin) scene.skins[previousSkin - 1] = {};
     std::uint16_t skinIndex = Data::MeshManager::NoSkin;
 
-    const bool active = record[Model::Object::Active].value();
-    const ValueAccess<void> list = record.access(Model::Object::Components);
-    const std::string who = fmt::format("Object {} ({})", record.id().value, record[Model::Object::Name].value());
+    const bool active = read(record, Model::Object::Active);
+    const JsonValue* list = member(record, Model::Object::Components);
+    const std::size_t componentCount = list && list->IsArray() ? list->Size() : 0;
+    const std::string who = fmt::format("Object {} ({})", id.value, read(record, Model::Object::Name));
     std::vector<Id> meshComponents;
     std::vector<std::pair<Data::ComponentManager*, Id>> added;
     std::uint16_t firstMesh = 0;
-    for(std::size_t i = 0; i != list.size(); ++i) {
-        const ValueAccess<void> c = list[i];
-        const std::uint32_t type = c[Model::Component::Type].value();
+    for(std::size_t i = 0; i != componentCount; ++i) {
+        const JsonValue* c = &(*list)[rapidjson::SizeType(i)];
+        const std::uint32_t type = read(c, Model::Component::Type);
         auto add = [&](Data::ComponentManager& manager) {
             const Id component = manager.addComponent(object);
             if(component != InvalidId) added.emplace_back(&manager, component);
@@ -229,12 +282,12 @@ std::uint32_t AssetCompiler::compileComponents(const RecordAccess& record, Id ob
                 Data::LightManager& lights = scene.lights();
                 const Id l = add(lights);
                 if(l == InvalidId) break;
-                lights.lightType(l) = lightType(c[Model::Component::LightType].value());
-                lights.color(l) = c[Model::Component::Color].value();
-                lights.intensity(l) = c[Model::Component::Intensity].value();
-                lights.range(l) = c[Model::Component::Range].value();
-                lights.innerAngle(l) = c[Model::Component::InnerAngle].value();
-                lights.outerAngle(l) = c[Model::Component::OuterAngle].value();
+                lights.lightType(l) = lightType(read(c, Model::Component::LightType));
+                lights.color(l) = read(c, Model::Component::Color);
+                lights.intensity(l) = read(c, Model::Component::Intensity);
+                lights.range(l) = read(c, Model::Component::Range);
+                lights.innerAngle(l) = read(c, Model::Component::InnerAngle);
+                lights.outerAngle(l) = read(c, Model::Component::OuterAngle);
                 touched(SceneCategory::Lights);
                 break;
             }
@@ -242,10 +295,10 @@ std::uint32_t AssetCompiler::compileComponents(const RecordAccess& record, Id ob
                 Data::ViewManager& views = scene.views();
                 const Id v = add(views);
                 if(v == InvalidId) break;
-                views.fov(v) = c[Model::Component::FieldOfView].value();
-                views.near(v) = c[Model::Component::Near].value();
-                views.far(v) = c[Model::Component::Far].value();
-                views.projectionType(v) = c[Model::Component::Orthographic].value() ?
+                views.fov(v) = read(c, Model::Component::FieldOfView);
+                views.near(v) = read(c, Model::Component::Near);
+                views.far(v) = read(c, Model::Component::Far);
+                views.projectionType(v) = read(c, Model::Component::Orthographic) ?
                     Data::ProjectionType::Orthographic : Data::ProjectionType::Perspective;
                 break;
             }
@@ -253,11 +306,11 @@ std::uint32_t AssetCompiler::compileComponents(const RecordAccess& record, Id ob
                 Data::TextManager& texts = scene.texts();
                 const Id t = add(texts);
                 if(t == InvalidId) break;
-                texts.setText(t, c[Model::Component::Text].value());
-                const ResourceId font = c[Model::Component::Font].value();
+                texts.setText(t, read(c, Model::Component::Text));
+                const ResourceId font = read(c, Model::Component::Font);
                 if(font && !_fonts.find(font)) Log::error("{}: text font {} is not compiled", who, font.value);
                 texts.setFont(t, _fonts.find(font));
-                texts.setSize(t, c[Model::Component::Size].value());
+                texts.setSize(t, read(c, Model::Component::Size));
                 touched(SceneCategory::Texts);
                 break;
             }
@@ -265,8 +318,8 @@ std::uint32_t AssetCompiler::compileComponents(const RecordAccess& record, Id ob
                 Data::MeshManager& meshes = scene.meshes();
                 const Id m = add(meshes);
                 if(m == InvalidId) break;
-                const ResourceId meshId = c[Model::Component::Mesh].value();
-                const ResourceId materialId = c[Model::Component::Material].value();
+                const ResourceId meshId = read(c, Model::Component::Mesh);
+                const ResourceId materialId = read(c, Model::Component::Material);
                 const std::uint16_t mesh = _meshes.find(meshId);
                 const std::uint16_t material = _materials.find(materialId);
                 if(meshId && !mesh) Log::error("{}: mesh {} is not compiled", who, meshId.value);
@@ -283,34 +336,34 @@ std::uint32_t AssetCompiler::compileComponents(const RecordAccess& record, Id ob
                 Data::AnimationManager& animations = scene.animations();
                 const Id a = add(animations);
                 if(a == InvalidId) break;
-                const ResourceId animationId = c[Model::Component::Animation].value();
+                const ResourceId animationId = read(c, Model::Component::Animation);
                 const std::uint32_t instance = animationInstance(animationId);
                 if(instance != NoAnimation) {
                     const AnimationInstance& i = _animationInstances[instance];
                     animations.setAnimation(a, i.sceneAnimation, i.sceneTargets);
                 } else if(animationId) Log::error("{}: animation {} is not compiled", who, animationId.value);
-                animations.setLoop(a, c[Model::Component::Loop].value());
-                animations.setSpeed(a, c[Model::Component::Speed].value());
+                animations.setLoop(a, read(c, Model::Component::Loop));
+                animations.setSpeed(a, read(c, Model::Component::Speed));
                 break;
             }
             case Model::ComponentType::RigidBody: {
                 Data::RigidBody body;
-                const std::uint32_t bodyType = c[Model::Component::BodyType].value();
+                const std::uint32_t bodyType = read(c, Model::Component::BodyType);
                 body.type = bodyType == 1 ? Data::BodyType::Dynamic : bodyType == 2 ? Data::BodyType::Kinematic : Data::BodyType::Static;
-                body.mass = c[Model::Component::Mass].value();
-                const float radius = c[Model::Component::Radius].value();
-                const Vector3 halfExtents = c[Model::Component::HalfExtents].value();
-                switch(c[Model::Component::Shape].value()) {
+                body.mass = read(c, Model::Component::Mass);
+                const float radius = read(c, Model::Component::Radius);
+                const Vector3 halfExtents = read(c, Model::Component::HalfExtents);
+                switch(read(c, Model::Component::Shape)) {
                     case 1: body.shape = Data::CollisionShape::sphere(radius); break;
                     case 2: body.shape = Data::CollisionShape::capsule(radius, 2.0f*halfExtents.y); break;
                     case 3: {
                         // The shape of the object's own mesh; it must come before the body.
-                        if(!firstMesh || _scene->meshData[firstMesh].positions.empty()) {
+                        if(!firstMesh || scene.meshData[firstMesh].positions.empty()) {
                             Log::error("{}: a mesh-shaped body needs a mesh component before it", who);
                             body.shape = Data::CollisionShape::box(halfExtents);
                             break;
                         }
-                        const MeshData& mesh = _scene->meshData[firstMesh];
+                        const MeshData& mesh = scene.meshData[firstMesh];
                         if(body.type == Data::BodyType::Dynamic) body.shape = Data::CollisionShape::convexHull(mesh.positions);
                         else {
                             std::vector<std::uint32_t> indices = mesh.indices;
@@ -330,22 +383,23 @@ std::uint32_t AssetCompiler::compileComponents(const RecordAccess& record, Id ob
                 break;
             }
             case Model::ComponentType::Skin: {
-                const ValueAccess<void> joints = c.access(Model::Component::Joints);
+                const JsonValue* joints = member(c, Model::Component::Joints);
                 std::vector<Id> jointObjects;
-                for(std::size_t j = 0; j != joints.size(); ++j) {
-                    const Id joint = objectInstance(joints[j].as<ResourceId>());
-                    if(joint == InvalidId) Log::error("{}: skin joint {} is not an object", who, joints[j].as<ResourceId>().value);
-                    jointObjects.push_back(joint);
+                if(joints && joints->IsArray()) for(const JsonValue& joint: joints->GetArray()) {
+                    const ResourceId jointId = JsonReader::as<ResourceId>(joint);
+                    const Id jointObject = objectInstance(jointId);
+                    if(jointObject == InvalidId) Log::error("{}: skin joint {} is not an object", who, jointId.value);
+                    jointObjects.push_back(jointObject);
                 }
                 std::vector<Matrix4> inverseBind;
                 if(auto skin = _meshSkins.find(firstMesh); skin != _meshSkins.end() && skin->second.skinned)
                     inverseBind = skin->second.inverseBindMatrices;
-                const std::uint16_t slot = _skins.assign(record.id());
+                const std::uint16_t slot = _skins.assign(id);
                 if(!slot) { Log::error("{}: too many skins", who); break; }
                 if(scene.skins.size() < slot) scene.skins.resize(slot);
                 if(!inverseBind.empty() && inverseBind.size() != jointObjects.size())
                     Log::error("{}: skin has {} joints but its mesh {} inverse bind matrices", who, jointObjects.size(), inverseBind.size());
-                scene.skins[slot - 1] = Data::SkinData{std::move(jointObjects), std::move(inverseBind), record[Model::Object::Name].value()};
+                scene.skins[slot - 1] = Data::SkinData{std::move(jointObjects), std::move(inverseBind), read(record, Model::Object::Name)};
                 skinIndex = std::uint16_t(slot - 1);
                 break;
             }
@@ -356,7 +410,7 @@ std::uint32_t AssetCompiler::compileComponents(const RecordAccess& record, Id ob
     // One skin per object: it deforms every mesh the object draws.
     for(Id m: meshComponents) scene.meshes().setSkin(m, skinIndex);
     if(previousSkin && skinIndex == Data::MeshManager::NoSkin)
-        _skins.releaseUnless([&](ResourceId id) { return id != record.id(); });
+        _skins.releaseUnless([&](ResourceId other) { return other != id; });
     // Components stay inactive on inactive objects; everything else is live at once.
     if(active) for(const auto& [manager, component]: added) manager->activate(component);
     return categories;

@@ -310,6 +310,30 @@ TEST_F(AssetCompilerTest, RemovedAndAddedObjects) {
     EXPECT_EQ(scene.views().size(), 1u);
 }
 
+TEST_F(AssetCompilerTest, ReparentingKeepsObjectsAndTheirWorldPlace) {
+    compiler->compile();
+    const Id camera = object(3), floor = object(4);
+    // The camera moves to the floor, the floor under the root object, in one step.
+    changes->pushChange(record("objects", 3).access("parent"), ResourceId{4});
+    changes->pushChange(record("objects", 4).access("parent"), ResourceId{1});
+    changes->commit();
+    compiler->compile();
+    EXPECT_EQ(object(3), camera);
+    EXPECT_EQ(object(4), floor);
+    EXPECT_EQ(scene.graph().parent(camera), floor);
+    EXPECT_EQ(scene.graph().parent(floor), object(1));
+    scene.graph().computeAbsoluteTransformations();
+    EXPECT_NEAR(glm::distance(scene.graph().absoluteTransformation(camera).translation(), Vector3{1, 2, 3}), 0.0f, 1e-5f);
+
+    // A parent that does not exist puts the object at the root, with a message.
+    changes->pushChange(record("objects", 3).access("parent"), ResourceId{77});
+    changes->commit();
+    Log::Capture errors{Log::Channel::Error};
+    compiler->compile();
+    EXPECT_TRUE(errors.contains("parent 77 does not exist")) << errors.text();
+    EXPECT_EQ(scene.graph().parent(camera), Data::SceneGraph::Root);
+}
+
 TEST_F(AssetCompilerTest, CompileObjectsAllPutsMovedObjectsBack) {
     compiler->compile();
     scene.graph().setLocalTransformation(object(4), DualQuaternion::translation({0, -50, 0}));
