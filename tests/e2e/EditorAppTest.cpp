@@ -191,3 +191,44 @@ TEST(EditorAppGLTest, BadInputFailsWithAMessage) {
 }
 
 }
+
+namespace {
+
+// The windowed editor under a virtual X server, driven by real pointer and key events.
+TEST(EditorAppGLTest, WindowedEditorTakesRealInput) {
+    ASSERT_EQ(std::system("command -v xvfb-run >/dev/null && command -v xdotool >/dev/null"), 0)
+        << "xvfb-run and xdotool are needed (./dev setup installs them)";
+    const std::filesystem::path project = makeProject("windowed");
+    const std::filesystem::path folder = project.parent_path();
+    const std::filesystem::path title = folder/"title.txt";
+    const std::filesystem::path log = folder/"editor.log";
+    const Layout layout;
+    // Select "Crate" in the outliner, delete it with the Delete key, save with Ctrl+S.
+    const std::string script =
+        "export XDG_CONFIG_HOME=" + quoted(folder/"config") + "\n" +
+        std::string{ARDENTIS_EDITOR_BINARY} + " " + quoted(project) + " >" + quoted(log) + " 2>&1 &\n"
+        "editor=$!\n"
+        "for i in $(seq 1 100); do xdotool search --name 'Ardentis Editor' >/dev/null 2>&1 && break; sleep 0.2; done\n"
+        "sleep 1.5\n"
+        "xdotool mousemove " + layout.outlinerRow0() + " click 1\n"
+        "sleep 0.5\n"
+        "xdotool key Delete\n"
+        "sleep 0.5\n"
+        "xdotool search --name 'Ardentis Editor' getwindowname >" + quoted(title) + "\n"
+        "xdotool key ctrl+s\n"
+        "sleep 1\n"
+        "kill $editor\n"
+        "wait $editor\n";
+    std::ofstream{folder/"drive.sh"} << script;
+    const std::string command = "xvfb-run -a -s '-screen 0 1600x900x24' sh " + quoted(folder/"drive.sh") + " >/dev/null 2>&1";
+    std::system(command.c_str());
+
+    EXPECT_EQ(readText(title), "Ardentis Editor - Project *\n") << "the deletion was not seen as an unsaved change; log:\n" << readText(log);
+    ProjectFile saved;
+    ASSERT_TRUE(saved.load(project.string()));
+    EXPECT_FALSE(saved.section<ObjectRecord>().contains(ResourceId{1})) << readText(log);
+    EXPECT_FALSE(saved.section<ObjectRecord>().contains(ResourceId{2})) << "children go with their parent";
+    EXPECT_TRUE(saved.section<ObjectRecord>().contains(ResourceId{3}));
+}
+
+}
