@@ -14,8 +14,6 @@ class ContextGLTest: public GLTestFixture {};
 
 TEST_F(ContextGLTest, ReportsACoreContextOfAtLeast33) {
     const Gfx::HeadlessContext& c = *context();
-    EXPECT_FALSE(c.renderer().empty());
-    EXPECT_FALSE(c.version().empty());
     EXPECT_TRUE(c.platform() == "surfaceless" || c.platform() == "device") << c.platform();
     EXPECT_TRUE(Gfx::isVersionAtLeast(3, 3)) << c.description();
     EXPECT_FALSE(Gfx::isVersionAtLeast(99, 0));

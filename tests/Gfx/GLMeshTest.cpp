@@ -17,6 +17,27 @@ using Test::PrintTo;
 constexpr Vector2i Size{16, 16};
 const Rgba8 Black{0, 0, 0, 255}, White{255, 255, 255, 255};
 
+// A linked program from one vertex and one fragment source; a source that doesn't build fails the case.
+GL::ShaderProgram linkedProgram(const char* vertex, const char* fragment) {
+    GL::Shader vert{GL::ShaderStage::Vertex, "test.vert"}, frag{GL::ShaderStage::Fragment, "test.frag"};
+    vert.addSource(vertex);
+    frag.addSource(fragment);
+    EXPECT_TRUE(vert.compile() && frag.compile());
+    GL::ShaderProgram program;
+    program.attachShader(vert).attachShader(frag);
+    EXPECT_TRUE(program.link());
+    return program;
+}
+
+// A framebuffer drawing to and reading from one colour texture.
+GL::Framebuffer framebufferFor(GL::Texture2D& texture, Vector2i size) {
+    GL::Framebuffer fb{Range2Di{{0, 0}, size}};
+    fb.attachTexture(GL::Framebuffer::Attachment::color(0), texture).mapForDraw({0}).mapForRead(0);
+    EXPECT_TRUE(Gfx::checkFramebufferComplete(fb));
+    fb.bind();
+    return fb;
+}
+
 // [Index types]
 
 struct IndexCase {
@@ -87,29 +108,17 @@ TEST_F(MeshGLTest, EmptyOrInvalidMeshDrawsNothing) {
 TEST_F(MeshGLTest, IntegerAttributesArriveExactly) {
     GL::Texture2D ids;
     ids.setStorage(1, GL::TextureFormat::R32UI, Size);
-    GL::Framebuffer fb{Range2Di{{0, 0}, Size}};
-    fb.attachTexture(GL::Framebuffer::Attachment::color(0), ids).mapForDraw({0}).mapForRead(0);
-    ASSERT_TRUE(Gfx::checkFramebufferComplete(fb));
-    fb.bind();
+    GL::Framebuffer fb = framebufferFor(ids, Size);
     fb.clearColor(0, glm::uvec4{0});
-
-    GL::Shader vert{GL::ShaderStage::Vertex, "ids.vert"}, frag{GL::ShaderStage::Fragment, "ids.frag"};
-    vert.addSource(R"(#version 330 core
+    GL::ShaderProgram program = linkedProgram(R"(#version 330 core
 layout(location = 0) in vec3 position;
 layout(location = 7) in uint objectId;
 layout(location = 5) in uvec4 joints;
 flat out uint id;
-void main() { id = objectId + joints.w; gl_Position = vec4(position, 1.0); })");
-    frag.addSource(R"(#version 330 core
+void main() { id = objectId + joints.w; gl_Position = vec4(position, 1.0); })", R"(#version 330 core
 flat in uint id;
 out uint result;
 void main() { result = id; })");
-    ASSERT_TRUE(vert.compile());
-    ASSERT_TRUE(frag.compile());
-    GL::ShaderProgram program;
-    program.attachShader(vert).attachShader(frag);
-    ASSERT_TRUE(program.link());
-
     MeshData quad{MeshPrimitive::Triangles};
     quad.positions = {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}};
     quad.objectIds.assign(4, 0xfffff000u);
@@ -126,21 +135,11 @@ void main() { result = id; })");
 TEST_F(MeshGLTest, BufferlessFullScreenTriangleIntoRG16) {
     GL::Texture2D texture;
     texture.setStorage(1, GL::TextureFormat::RG16, {5, 3});
-    GL::Framebuffer fb{Range2Di{{0, 0}, {5, 3}}};
-    fb.attachTexture(GL::Framebuffer::Attachment::color(0), texture).mapForDraw({0}).mapForRead(0);
-    ASSERT_TRUE(Gfx::checkFramebufferComplete(fb));
-    fb.bind();
-
-    GL::Shader vert{GL::ShaderStage::Vertex, "fullscreen.vert"}, frag{GL::ShaderStage::Fragment, "fullscreen.frag"};
-    vert.addSource("#version 330 core\nvoid main() {\n"
+    GL::Framebuffer fb = framebufferFor(texture, {5, 3});
+    GL::ShaderProgram program = linkedProgram("#version 330 core\nvoid main() {\n"
         "    vec2 p = vec2((gl_VertexID << 1) & 2, gl_VertexID & 2);\n"
-        "    gl_Position = vec4(p*2.0 - 1.0, 0.0, 1.0);\n}\n");
-    frag.addSource("#version 330 core\nout vec2 value;\n"
-        "void main() { value = vec2(gl_FragCoord.x/8.0, 0.75); }\n");
-    ASSERT_TRUE(vert.compile() && frag.compile());
-    GL::ShaderProgram program;
-    program.attachShader(vert).attachShader(frag);
-    ASSERT_TRUE(program.link());
+        "    gl_Position = vec4(p*2.0 - 1.0, 0.0, 1.0);\n}\n",
+        "#version 330 core\nout vec2 value;\nvoid main() { value = vec2(gl_FragCoord.x/8.0, 0.75); }\n");
     GL::Mesh triangle;
     triangle.setCount(3);
     program.draw(triangle);
@@ -315,15 +314,10 @@ TEST_F(ShaderGLTest, NonBlockingLinkEventuallyFinishes) {
 }
 
 TEST_F(ShaderGLTest, UniformBlockFeedsTheDraw) {
-    GL::Shader vert{GL::ShaderStage::Vertex, "ub.vert"}, frag{GL::ShaderStage::Fragment, "ub.frag"};
-    vert.addSource("#version 330 core\nlayout(location = 0) in vec3 position;\n"
-        "void main() { gl_Position = vec4(position, 1.0); }\n");
-    frag.addSource("#version 330 core\nlayout(std140) uniform Material { vec4 color; vec4 unused; };\n"
+    GL::ShaderProgram program = linkedProgram("#version 330 core\nlayout(location = 0) in vec3 position;\n"
+        "void main() { gl_Position = vec4(position, 1.0); }\n",
+        "#version 330 core\nlayout(std140) uniform Material { vec4 color; vec4 unused; };\n"
         "out vec4 c;\nvoid main() { c = color; }\n");
-    ASSERT_TRUE(vert.compile() && frag.compile());
-    GL::ShaderProgram program;
-    program.attachShader(vert).attachShader(frag);
-    ASSERT_TRUE(program.link());
     program.setUniformBlockBinding(program.uniformBlockIndex("Material"), 2);
 
     struct Material { Vector4 color; Vector4 unused; };
