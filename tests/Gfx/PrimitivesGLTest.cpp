@@ -135,31 +135,27 @@ TEST_P(PrimitivesFacingGLTest, VisibleFacesAreFrontFacingWithNormalsTowardsTheVi
         const Vector3 view = Vector3{rotation * Vector4{n, 0.0f}};
         mesh.colors.push_back(Color4{view * 0.5f + 0.5f, 1.0f});
     }
-    const Image image = draw(mesh, rotation, true, true, true);
-    int covered = 0, away = 0;
-    for(int y = 0; y != Size.y; ++y)
-        for(int x = 0; x != Size.x; ++x) {
-            const Rgba8 p = image.pixel<Rgba8>(x, y);
-            if(p == Black) continue;
-            ++covered;
-            // Smooth normals interpolate slightly past the silhouette; only clearly averted ones count.
-            if(p.b < 110) ++away;
-        }
+    // Covered pixels, and those of them whose normal's blue is below `limit`.
+    const auto count = [](const Image& image, int limit) {
+        std::pair<int, int> covered{0, 0};
+        for(int y = 0; y != Size.y; ++y)
+            for(int x = 0; x != Size.x; ++x) {
+                const Rgba8 p = image.pixel<Rgba8>(x, y);
+                if(p == Black) continue;
+                ++covered.first;
+                covered.second += p.b < limit;
+            }
+        return covered;
+    };
+    // Smooth normals interpolate slightly past the silhouette; only clearly averted ones count.
+    const auto [covered, away] = count(draw(mesh, rotation, true, true, true), 110);
     EXPECT_GT(covered, 1000);
     EXPECT_LT(away, covered / 100) << away << " of " << covered << " pixels face away";
 
     // Culling the front faces instead leaves only the far side, whose normals point away.
     MeshData reversed = mesh;
     for(std::size_t i = 0; i + 2 < reversed.indices.size(); i += 3) std::swap(reversed.indices[i + 1], reversed.indices[i + 2]);
-    const Image back = draw(reversed, rotation, true, true, true);
-    int backAway = 0, backCovered = 0;
-    for(int y = 0; y != Size.y; ++y)
-        for(int x = 0; x != Size.x; ++x) {
-            const Rgba8 p = back.pixel<Rgba8>(x, y);
-            if(p == Black) continue;
-            ++backCovered;
-            if(p.b < 128) ++backAway;
-        }
+    const auto [backCovered, backAway] = count(draw(reversed, rotation, true, true, true), 128);
     EXPECT_GT(backAway, backCovered * 9 / 10);
 }
 
