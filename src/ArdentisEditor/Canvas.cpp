@@ -110,6 +110,10 @@ void Canvas::compileShaders(const Shaders::ShaderSource& source) {
     _componentIdInstanced = std::make_unique<Shaders::ComponentId>(instanced, flags & ~Shaders::ComponentId::MultiDraw);
 }
 
+bool Canvas::waitForShaders() {
+    return _componentId && _componentId->compile() && _componentIdInstanced->compile();
+}
+
 void Canvas::recreateTargets(const Vector2i& target) {
     const Range2Di viewport{{0, 0}, target};
     const GL::TextureFormat depthFormat = GL::TextureFormat(_renderer->depthStencilBufferFormat());

@@ -102,6 +102,9 @@ public:
 
     // Replaces the picking shader; no picking image is drawn before the first call.
     void compileShaders(const Shaders::ShaderSource& source);
+    // Blocks until the picking shaders are compiled (they otherwise compile in the background and
+    // picking stays stale meanwhile); false when there are none or they failed.
+    bool waitForShaders();
     // The next startFrame() rebuilds the overlay batches even when their counts did not change.
     void prepareBatches() { _batchesDirty = true; }
 

@@ -1,0 +1,329 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <string>
+#include <memory>
+#include <vector>
+
+#include <epoxy/gl.h>
+
+#include "ArdentisEditor/Canvas.h"
+#include "ArdentisEditor/Shaders/ComponentId.h"
+#include "Editor/Data/EditorData.h"
+#include "Engine/Scene.h"
+#include "Gfx/GLTestFixture.h"
+#include "Gfx/MeshTools.h"
+#include "Gfx/Primitives/Primitives.h"
+#include "Renderer/WebGL2Renderer.h"
+
+using namespace ArdentisEngine;
+namespace AT = ArdentisEngine::Test;
+
+namespace {
+
+using AT::PrintTo;
+using Data::Id;
+
+const auto caseName = [](const auto& info) {
+    std::string name = info.param.name;
+    for(char& ch: name) if(!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
+    return name;
+};
+
+constexpr Vector2i Size{64, 64};
+
+// The main scene of an editor data set, with a unit cube mesh (id 1) drawn by "Flat Opaque".
+struct World {
+    World() {
+        Data::Scene& s = scene();
+        s.meshData.resize(2);
+        s.meshData[1] = Primitives::cubeSolid();
+        s.meshBoundingSpheres.resize(2);
+        s.meshBoundingSpheres[1] = MeshTools::boundingSphere(s.meshData[1]);
+        s.materials.resize(2);
+    }
+    Data::Scene& scene() { return data.scene().main(); }
+
+    Id addObject(const Vector3& at, Id parent = Data::SceneGraph::Root) {
+        const Id object = scene().addObject(parent);
+        scene().graph().setLocalTransformation(object, DualQuaternion::translation(at));
+        return object;
+    }
+    Id addCube(const Vector3& at) {
+        const Id object = addObject(at);
+        Data::MeshManager& meshes = scene().meshes();
+        const Id component = meshes.addComponent(object);
+        meshes.setMesh(component, 1);
+        meshes.setMaterial(component, 1);
+        meshes.setPipeline(component, pipeline);
+        meshes.activate(component);
+        return object;
+    }
+    Id addLight(const Vector3& at) {
+        const Id object = addObject(at);
+        scene().lights().activate(scene().lights().addComponent(object));
+        return object;
+    }
+    Id addView(const Vector3& at) {
+        const Id object = addObject(at);
+        scene().views().activate(scene().views().addComponent(object));
+        return object;
+    }
+    // A joint at `from` whose child sits at `to`: one bone between them.
+    Id addBone(const Vector3& from, const Vector3& to) {
+        const Id joint = addObject(from);
+        addObject(to - from, joint);
+        scene().skins.emplace_back(std::vector<Id>{joint}, std::vector<Matrix4>{Matrix4{1.0f}});
+        return joint;
+    }
+
+    // What the scene view does after loading: pipelines, batches, meshes and materials.
+    std::unique_ptr<Canvas> makeCanvas() {
+        auto canvas = std::make_unique<Canvas>(data, std::nullopt);
+        WebGL2Renderer& renderer = canvas->renderer();
+        renderer.addDefaultPipelines();
+        pipeline = UnsignedShort(renderer.pipelineIndex("Flat Opaque"));
+        scene().materials[1].pipeline = pipeline;
+        // Looking down -Z at the origin from 5 units away.
+        canvas->cameraTransform(DualQuaternion::translation(Vector3{0.0f, 0.0f, 5.0f}));
+        const std::optional<Shaders::ShaderSource> source = Shaders::ComponentId::defaultSource();
+        EXPECT_TRUE(source);
+        if(source) canvas->compileShaders(*source);
+        EXPECT_TRUE(canvas->waitForShaders());
+        return canvas;
+    }
+    void load(Canvas& canvas) {
+        WebGL2Renderer& renderer = canvas.renderer();
+        Data::Scene& s = scene();
+        s.graph().computeAbsoluteTransformations();
+        renderer.setLayoutFlags(MeshDataNormal, MeshDataNormal);
+        renderer.prepareBatches(s.meshes(), s.texts());
+        renderer.updateMeshes(s.meshes(), s.meshData);
+        renderer.updateMaterials(s.materials);
+        canvas.prepareBatches();
+    }
+    void frame(Canvas& canvas, const Canvas::RenderOptions& options = {}, Vector2i size = Size) {
+        canvas.startFrame(size, 0.0, options);
+        canvas.endFrame();
+    }
+
+    EditorData data;
+    UnsignedShort pipeline = 0;
+};
+
+using CanvasGLTest = AT::GLTestFixture;
+
+struct PickCase {
+    const char* name;
+    // Builds the scene and returns the objects the range must yield, in any order.
+    std::function<std::vector<Id>(World&)> setup;
+    Canvas::RenderOptions options;
+    Range2Di range;
+    bool removeAfterFrame = false;
+};
+
+const Range2Di Center{{30, 30}, {34, 34}};
+
+const PickCase PickCases[]{
+    {"background gives nothing", [](World& w) { w.addCube({0, 0, 0}); return std::vector<Id>{}; },
+     {}, {{0, 0}, {3, 3}}},
+    {"mesh over many pixels once", [](World& w) { return std::vector<Id>{w.addCube({0, 0, 0})}; },
+     {}, {{0, 0}, Size}},
+    {"bone behind geometry still picked", [](World& w) {
+        const Id cube = w.addCube({0, 0, 0});
+        return std::vector<Id>{cube, w.addBone({0, -2, -1.5f}, {0, 2, -1.5f})};
+     }, {.bones = true}, Center},
+    {"light behind geometry hidden", [](World& w) {
+        const Id cube = w.addCube({0, 0, 0});
+        w.addLight({0, 0, -3});
+        return std::vector<Id>{cube};
+     }, {.lights = true}, Center},
+    {"light in the open", [](World& w) { return std::vector<Id>{w.addLight({0, 0, 2})}; },
+     {.lights = true}, Center},
+    {"view behind geometry hidden", [](World& w) {
+        const Id cube = w.addCube({0, 0, 0});
+        w.addView({0, 0, -3});
+        return std::vector<Id>{cube};
+     }, {.views = true}, Center},
+    {"view in the open", [](World& w) { return std::vector<Id>{w.addView({0, 0, 2})}; },
+     {.views = true}, Center},
+    {"deleted object dropped", [](World& w) { w.addCube({0, 0, 0}); return std::vector<Id>{}; },
+     {}, {{0, 0}, Size}, true},
+};
+
+class CanvasPickingGLTest: public AT::GLTestFixtureWithParam<PickCase> {};
+
+TEST_P(CanvasPickingGLTest, ObjectsInRange) {
+    const PickCase& data = GetParam();
+    World world;
+    std::unique_ptr<Canvas> canvas = world.makeCanvas();
+    std::vector<Id> expected = data.setup(world);
+    world.load(*canvas);
+    world.frame(*canvas, data.options);
+    if(data.removeAfterFrame) world.scene().graph().removeObject(1);
+
+    std::vector<Id> picked = canvas->objectsInRange(data.range);
+    std::vector<Id> unique = picked;
+    std::sort(unique.begin(), unique.end());
+    EXPECT_EQ(std::unique(unique.begin(), unique.end()), unique.end()) << "an object came back twice";
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(unique, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(, CanvasPickingGLTest, ::testing::ValuesIn(PickCases),
+                         caseName);
+
+TEST_F(CanvasGLTest, OutlineAroundSelectionOnly) {
+    World world;
+    std::unique_ptr<Canvas> canvas = world.makeCanvas();
+    const Id cube = world.addCube({0, 0, 0});
+    world.load(*canvas);
+
+    world.frame(*canvas);
+    const AT::Rgba8 outline = AT::toRgba8(Color4{0.9f*0.9f, 0.0f, 0.53f*0.9f, 1.0f});
+    auto read = [&] { return canvas->framebuffer().read(Range2Di{{0, 0}, Size}, PixelFormat::RGBA8); };
+    EXPECT_EQ(AT::countPixels(read(), outline, 8), 0) << "outline without a selection";
+
+    canvas->selectObjects(std::span{&cube, 1}, false, false);
+    world.frame(*canvas);
+    const Image image = read();
+    // The cube spans about 18..46 in both directions: the band lies just outside, 4 pixels wide.
+    EXPECT_TRUE(AT::pixelNear(image, {48, 32}, outline, 8));
+    EXPECT_TRUE(AT::pixelNear(image, {15, 32}, outline, 8));
+    EXPECT_FALSE(AT::pixelNear(image, {32, 32}, outline, 8));
+    EXPECT_TRUE(AT::pixelNear(image, {60, 32}, AT::Rgba8{0, 0, 0, 255}, 2));
+    EXPECT_GT(AT::countPixels(image, outline, 8), 4*4*28);
+}
+
+struct FocusCase {
+    const char* name;
+    Vector2i viewport;
+    std::vector<Vector3> cubes, empties;
+    Vector3 center;
+    // Half the angle the sphere must fit in, or 0 for the fixed distance of 3.
+    float halfAngle;
+};
+
+const float HalfFov = glm::radians(60.0f)*0.8f*0.5f;  // the canvas view's default field of view
+const float Wide = std::atan(std::tan(HalfFov)*100.0f/200.0f);
+
+const FocusCase FocusCases[]{
+    {"empty selection", {200, 100}, {}, {}, {0, 0, 0}, 0.0f},
+    {"objects without meshes give positions only", {200, 100}, {}, {{1, 0, 0}, {3, 2, 0}}, {2, 1, 0}, 0.0f},
+    {"wide viewport fits the height", {200, 100}, {{0, 1, 0}}, {}, {0, 1, 0}, Wide},
+    {"tall viewport fits the width", {100, 200}, {{0, 1, 0}}, {}, {0, 1, 0}, HalfFov},
+    {"mesh and empty averaged", {100, 200}, {{2, 0, 0}}, {{0, 0, 0}}, {1, 0, 0}, HalfFov},
+};
+
+class CanvasFocusGLTest: public AT::GLTestFixtureWithParam<FocusCase> {};
+
+TEST_P(CanvasFocusGLTest, Focus) {
+    const FocusCase& data = GetParam();
+    World world;
+    std::unique_ptr<Canvas> canvas = world.makeCanvas();
+    BitSet selection;
+    selection.resize(16);
+    for(const Vector3& at: data.cubes) selection.set(world.addCube(at));
+    for(const Vector3& at: data.empties) selection.set(world.addObject(at));
+    world.scene().graph().computeAbsoluteTransformations();
+    canvas->views().viewport(Canvas::MainView) = Range2Di{{0, 0}, data.viewport};
+    // Turn the camera so the result shows that it keeps its orientation.
+    const Quaternion rotation = glm::angleAxis(glm::radians(30.0f), Vector3{0.0f, 1.0f, 0.0f});
+    canvas->cameraTransform(DualQuaternion::rotation(rotation));
+
+    const auto [center, distance] = canvas->focus(selection, false);
+    float expectedDistance = 3.0f;
+    if(data.halfAngle > 0.0f) {
+        BoundingSphere all;
+        for(const Vector3& at: data.cubes)
+            all = all.joined(world.scene().meshBoundingSpheres[1].transformed(DualQuaternion::translation(at)));
+        expectedDistance = all.radius/std::tan(data.halfAngle);
+    }
+    EXPECT_NEAR(distance, expectedDistance, 1e-4f);
+    EXPECT_NEAR(glm::length(center - data.center), 0.0f, 1e-5f);
+    const DualQuaternion& camera = canvas->cameraTransform();
+    EXPECT_NEAR(glm::length(camera.translation() - (data.center + rotation*Vector3{0, 0, expectedDistance})), 0.0f, 1e-4f);
+    EXPECT_NEAR(std::abs(glm::dot(camera.rotation(), rotation)), 1.0f, 1e-5f);
+}
+
+INSTANTIATE_TEST_SUITE_P(, CanvasFocusGLTest, ::testing::ValuesIn(FocusCases),
+                         caseName);
+
+GLint depthAttachment(GL::Framebuffer& framebuffer) {
+    GLint name = 0;
+    framebuffer.bind(GL::FramebufferTarget::Read);
+    glGetFramebufferAttachmentParameteriv(GL_READ_FRAMEBUFFER, GL_DEPTH_ATTACHMENT,
+                                          GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME, &name);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+    return name;
+}
+
+TEST_F(CanvasGLTest, TargetsAndDrawnScene) {
+    World world;
+    std::unique_ptr<Canvas> canvas = world.makeCanvas();
+    world.load(*canvas);
+
+    world.frame(*canvas, {}, {0, 0});
+    EXPECT_EQ(canvas->framebufferSize(), (Vector2i{1, 1}));
+    EXPECT_EQ(canvas->texture().size(), (Vector2i{1, 1}));
+
+    canvas->resolutionScale = {2.0f, 0.5f};
+    world.frame(*canvas, {}, {10, 6});
+    EXPECT_EQ(canvas->texture().size(), (Vector2i{20, 3}));
+    EXPECT_EQ(depthAttachment(canvas->objectIdFramebuffer()), GLint(canvas->depthRenderbuffer().id()));
+    EXPECT_EQ(depthAttachment(canvas->framebuffer()), GLint(canvas->depthRenderbuffer().id()));
+
+    canvas->renderMode = Canvas::ObjectId;
+    EXPECT_EQ(canvas->texture().id(), canvas->objectIdTexture().id());
+    canvas->renderMode = Canvas::MeshVisualization;
+    EXPECT_NE(canvas->texture().id(), canvas->objectIdTexture().id());
+
+    EXPECT_EQ(&canvas->mainScene(), &world.data.scene().main());
+    const UnsignedShort extra = world.data.addScene();
+    Canvas other{world.data, extra};
+    EXPECT_EQ(&other.mainScene(), &world.data.sceneAt(extra));
+    EXPECT_EQ(&other.data(), &world.data.scene());
+    EXPECT_EQ(&other.selectedFlags(), &world.data.selection(extra));
+}
+
+struct BoneCase {
+    const char* name;
+    Vector3 child;  // relative to the joint; none when zero
+    float length;
+};
+
+const BoneCase BoneCases[]{
+    {"leaf joint", {0, 0, 0}, 0.01f},
+    {"child along x", {2, 0, 0}, 2.0f},
+    {"child too close", {0, 0.001f, 0}, 0.01f},
+};
+
+class CanvasBoneTest: public ::testing::TestWithParam<BoneCase> {};
+
+TEST_P(CanvasBoneTest, LengthAndDirection) {
+    const BoneCase& data = GetParam();
+    Data::SceneGraph graph{8};
+    const Id joint = graph.addObject();
+    graph.setLocalTransformation(joint, DualQuaternion::translation({1, 2, 3}));
+    if(data.child != Vector3{0.0f}) {
+        const Id child = graph.addObject(joint);
+        graph.setLocalTransformation(child, DualQuaternion::translation(data.child));
+    }
+    graph.computeAbsoluteTransformations();
+
+    const Canvas::BonePose pose = Canvas::bonePose(graph, joint);
+    EXPECT_NEAR(pose.length, data.length, 1e-6f);
+    EXPECT_NEAR(glm::length(pose.transformation.translation() - Vector3{1, 2, 3}), 0.0f, 1e-5f);
+    // The bone's +Y reaches the child.
+    if(data.length > 0.01f) {
+        const Vector3 tip = pose.transformation.transformPoint(Vector3{0, pose.length, 0});
+        EXPECT_NEAR(glm::length(tip - (Vector3{1, 2, 3} + data.child)), 0.0f, 1e-4f);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, CanvasBoneTest, ::testing::ValuesIn(BoneCases),
+                         caseName);
+
+}
