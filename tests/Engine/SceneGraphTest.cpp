@@ -260,6 +260,25 @@ TEST(SceneGraphComponents, LinksFollowAddAndRemove) {
     EXPECT_EQ(meshes.object(0), c);
 }
 
+// The base manager keeps active components in the dense range [0, activeCount()).
+TEST(SceneGraphComponents, ActiveComponentsComeFirstInDenseOrder) {
+    SceneGraph graph{8};
+    CountingManager views{ComponentType::View};
+    graph.setComponentManager(views);
+    const Id o1 = graph.addObject(0), o2 = graph.addObject(0), o3 = graph.addObject(0);
+    const Id v1 = views.addComponent(o1), v2 = views.addComponent(o2), v3 = views.addComponent(o3);
+    views.activate(v3);
+    EXPECT_EQ(views.activeCount(), 1u);
+    EXPECT_EQ(views.object(0), o3);
+    graph.activate();
+    EXPECT_EQ(views.activeCount(), 3u);
+    views.deactivate(v1);
+    EXPECT_EQ(views.activeCount(), 2u);
+    EXPECT_EQ((std::set<Id>{views.object(0), views.object(1)}), (std::set<Id>{o2, o3}));
+    EXPECT_EQ(views.object(2), o1);
+    EXPECT_EQ(views.object(views.indexOf(v2)), o2);
+}
+
 TEST(SceneGraphComponents, ManagerWithoutGraphRefusesComponents) {
     CountingManager lonely{ComponentType::Text};
     Log::Capture errors{Log::Channel::Error};
