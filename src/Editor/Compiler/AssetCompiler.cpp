@@ -487,6 +487,13 @@ void AssetCompiler::compileMaterials(bool force) {
 // [SECTION] Meshes, fonts and animations
 
 std::shared_ptr<const ImportedSceneCache> AssetCompiler::sceneFile(const std::string& file, std::string_view who) {
+    // The importer's cache when a file record of that name has one. It is borrowed for this pass
+    // only (the importer may replace it at any time): the passes copy what they keep.
+    ProjectSection files{*_project, FileRecord::Section};
+    if(const ResourceId record = files.resourceByName(Model::File::FileName.name, file))
+        if(const ImportedSceneCache* cache = _project->data<ImportedSceneCache>(FileRecord::Section, record))
+            return std::shared_ptr<const ImportedSceneCache>{std::shared_ptr<const ImportedSceneCache>{}, cache};
+
     const std::string path = _project->absolutePath(file);
     std::error_code ec;
     if(!fs::is_regular_file(path, ec)) {
@@ -502,8 +509,8 @@ std::shared_ptr<const ImportedSceneCache> AssetCompiler::sceneFile(const std::st
         if(!found->second.cache) Log::error("{}: {} could not be imported", who, path);
         return found->second.cache;
     }
-    // Read the file ourselves rather than borrow the importer's cache: the compiled scene keeps
-    // pieces of it, and the importer may replace its cache at any time.
+    // Files that were never imported (or whose import failed when the project was opened) are
+    // read here and kept.
     ImportedFile imported;
     std::string error;
     std::shared_ptr<const ImportedSceneCache> cache;

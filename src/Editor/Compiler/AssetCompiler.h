@@ -187,8 +187,9 @@ private:
     // Makes the object's components anew from its record; returns the scene categories touched.
     std::uint32_t compileComponents(ResourceId id, const JsonValue* record, Data::Id object);
 
-    // The imported scene of a project file: the importer's cache when it has one, else imported
-    // here and kept until the files change. Null after one message when the file cannot be read.
+    // The imported scene of a project file: the importer's cache when it has one (valid for the
+    // current pass only), else imported here and kept until the file changes on disk. Null after
+    // one message when the file cannot be read.
     std::shared_ptr<const ImportedSceneCache> sceneFile(const std::string& file, std::string_view who);
     std::optional<std::string> readProjectText(const std::string& file, std::string_view who);
     bool compileEnvironmentProbe(Data::Scene& scene);
