@@ -209,14 +209,15 @@ TEST(EditorAppGLTest, WindowedEditorTakesRealInput) {
         std::string{ARDENTIS_EDITOR_BINARY} + " " + quoted(project) + " >" + quoted(log) + " 2>&1 &\n"
         "editor=$!\n"
         "for i in $(seq 1 100); do xdotool search --name 'Ardentis Editor' >/dev/null 2>&1 && break; sleep 0.2; done\n"
-        "sleep 1.5\n"
+        // The machine may be busy: give the first frames time, then wait for each effect.
+        "sleep 3\n"
         "xdotool mousemove " + layout.outlinerRow0() + " click 1\n"
-        "sleep 0.5\n"
+        "sleep 1\n"
         "xdotool key Delete\n"
-        "sleep 0.5\n"
+        "for i in $(seq 1 50); do xdotool search --name 'Ardentis Editor' getwindowname | grep -q '\\*' && break; sleep 0.2; done\n"
         "xdotool search --name 'Ardentis Editor' getwindowname >" + quoted(title) + "\n"
         "xdotool key ctrl+s\n"
-        "sleep 1\n"
+        "for i in $(seq 1 50); do xdotool search --name 'Ardentis Editor' getwindowname | grep -q '\\*' || break; sleep 0.2; done\n"
         "kill $editor\n"
         "wait $editor\n";
     std::ofstream{folder/"drive.sh"} << script;
