@@ -478,8 +478,9 @@ void EditorShell::renderFrame(Vector2i framebufferSize) {
 }
 
 void EditorShell::handleEditorShortcuts() {
-    // Text fields keep their own undo; the project's waits until they let go of the keyboard.
-    if(ImGui::GetIO().WantTextInput) return;
+    // Text fields keep their own undo; the project's waits until they let go of the keyboard. A
+    // chord being captured in the preferences is only a new binding, not a command.
+    if(ImGui::GetIO().WantTextInput || _preferencesWindow.isCapturing()) return;
     Ui& ui = _editor.ui();
     if(ui.shortcut(Ui::Shortcuts::Undo).isTriggered()) _changes->undo();
     if(ui.shortcut(Ui::Shortcuts::Redo).isTriggered() || ui.shortcut(Ui::Shortcuts::RedoAlternative).isTriggered())
