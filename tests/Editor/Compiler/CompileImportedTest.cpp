@@ -1,0 +1,190 @@
+// Compiling what the importer brought in: the glTF test models, and the demo project.
+#include <filesystem>
+#include <set>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "Editor/Compiler/AssetCompiler.h"
+#include "Editor/Import/Import.h"
+#include "Editor/Project/TestProject.h"
+#include "Editor/Undo/ChangeManager.h"
+#include "Gfx/Log.h"
+
+namespace ArdentisEngine::Test {
+namespace {
+
+namespace fs = std::filesystem;
+using Data::Id;
+
+struct ModelCase {
+    const char* name;
+    const char* file;
+    std::size_t skins;
+    std::size_t animations;
+    std::uint32_t morphTargets;  // on the first mesh
+};
+
+void PrintTo(const ModelCase& data, std::ostream* out) { *out << data.name; }
+
+class CompileModel: public testing::TestWithParam<ModelCase> {};
+
+TEST_P(CompileModel, ObjectsSkinsAndAnimations) {
+    const fs::path models = fs::path{ARDENTIS_TESTDATA_DIR}/"gltf";
+    if(!fs::is_directory(models)) GTEST_SKIP() << "test models not found in " << models;
+    ProjectFile project;
+    ASSERT_TRUE(project.create(scratchFolder().string()));
+    ChangeManager changes{project};
+    ASSERT_TRUE(loadFile((models/GetParam().file).string(), changes));
+    // Meshes and animations come from what the importer keeps, not from the file again.
+    auto files = project.section<FileRecord>();
+    fs::remove(project.absolutePath(files[files.ids().at(0)][Model::File::FileName].value()));
+    Data::Scene scene;
+    AssetCompiler compiler{project, scene};
+    Log::Capture errors{Log::Channel::Error};
+    compiler.compile();
+
+    const std::size_t objects = project.section<ObjectRecord>().ids().size();
+    EXPECT_EQ(scene.graph().objectCount(), objects + 1);
+    std::size_t skins = 0;
+    for(const Data::SkinData& skin: scene.skins) if(skin.jointCount()) ++skins;
+    EXPECT_EQ(skins, GetParam().skins);
+    EXPECT_EQ(compiler.animationInstances().size(), GetParam().animations);
+    // Every track's target is an instance target, in the file's terms; those the scene has are
+    // what animation components play.
+    const ImportedSceneCache* cache = files.resolveData(files.ids().at(0));
+    ASSERT_TRUE(cache);
+    for(const AnimationInstance& instance: compiler.animationInstances()) {
+        EXPECT_GT(instance.duration(), 0.0f) << instance.name;
+        const ResourceId record = instance.record;
+        const Data::AnimationData* data = project.section<AnimationRecord>().resolveData(record);
+        ASSERT_TRUE(data);
+        std::set<std::uint32_t> fileTargets;
+        for(const Data::AnimationTrack& track: data->tracks) fileTargets.insert(track.target);
+        EXPECT_EQ(std::set<std::uint32_t>(instance.fileTargets.begin(), instance.fileTargets.end()), fileTargets) << instance.name;
+        ASSERT_EQ(instance.targets.size(), instance.animation->targetCount());
+        for(std::size_t t = 0; t != instance.targets.size(); ++t) {
+            if(instance.targets[t] == Data::InvalidId) continue;
+            EXPECT_EQ(scene.names().nameOf(instance.targets[t]), cache->names[instance.fileTargets[t]]);
+        }
+        EXPECT_FALSE(instance.sceneTargets.empty()) << instance.name;
+        for(Id target: instance.sceneTargets) EXPECT_TRUE(scene.graph().isValid(target));
+    }
+    for(ResourceId mesh: project.section<MeshRecord>().resourceIds()) {
+        const std::uint16_t slot = compiler.meshInstance(mesh);
+        ASSERT_TRUE(slot);
+        EXPECT_GT(scene.meshBoundingSpheres[slot].radius, 0.0f);
+    }
+    const std::uint16_t firstMesh = compiler.meshInstance(project.section<MeshRecord>().ids().at(0));
+    EXPECT_EQ(scene.morphTargetSets[firstMesh].targetCount, GetParam().morphTargets);
+
+    // Skin joints are the objects the skin component names, in its order, and every mesh the
+    // skinned object draws is deformed by that skin; morphed meshes carry their weights.
+    auto records = project.section<ObjectRecord>();
+    for(ResourceId id: records.resourceIds()) {
+        const Id object = compiler.objectInstance(id);
+        const ValueAccess<void> components = records[id].access(Model::Object::Components);
+        std::uint16_t skin = Data::MeshManager::NoSkin;
+        for(std::size_t i = 0; i != components.size(); ++i) {
+            if(components[i][Model::Component::Type].value() != std::uint32_t(Model::ComponentType::Skin)) continue;
+            const ValueAccess<void> joints = components[i].access(Model::Component::Joints);
+            for(std::size_t s = 0; s != scene.skins.size(); ++s) if(scene.skins[s].jointCount() == joints.size() &&
+                scene.skins[s].joints()[0] == compiler.objectInstance(joints[0].as<ResourceId>())) skin = std::uint16_t(s);
+            ASSERT_NE(skin, Data::MeshManager::NoSkin) << "skin of object " << id.value;
+            for(std::size_t j = 0; j != joints.size(); ++j)
+                EXPECT_EQ(scene.skins[skin].joints()[j], compiler.objectInstance(joints[j].as<ResourceId>())) << j;
+        }
+        for(Id m: scene.graph().componentsOfType(object, Data::ComponentType::Mesh)) {
+            EXPECT_EQ(scene.meshes().skin(m), skin) << "object " << id.value;
+            EXPECT_EQ(scene.meshes().morphTargetWeights(m).size(), scene.morphTargetSets[scene.meshes().mesh(m)].targetCount);
+        }
+    }
+    // Materials the importer wrote may name parameters the shaders lack; nothing else may fail.
+    std::string other;
+    std::istringstream lines{errors.text()};
+    for(std::string line; std::getline(lines, line);) if(line.find("has no parameter") == std::string::npos) other += line + "\n";
+    EXPECT_EQ(other, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(, CompileModel, testing::Values(
+    ModelCase{"Box", "Box/Box.glb", 0, 0, 0},
+    ModelCase{"BoxAnimated", "BoxAnimated/BoxAnimated.glb", 0, 1, 0},
+    ModelCase{"RiggedSimple", "RiggedSimple/RiggedSimple.glb", 1, 1, 0},
+    ModelCase{"SimpleSkin", "SimpleSkin/SimpleSkin.gltf", 1, 1, 0},
+    ModelCase{"AnimatedMorphCube", "AnimatedMorphCube/AnimatedMorphCube.glb", 0, 1, 2},
+    ModelCase{"CesiumMan", "CesiumMan/CesiumMan.glb", 1, 1, 0},
+    ModelCase{"Fox", "Fox/Fox.glb", 1, 3, 0}),
+    [](const auto& info) { return std::string{info.param.name}; });
+
+
+// The project that `run` opens compiles cleanly: every record resolves.
+TEST(CompileDemoProject, EveryRecordCompiles) {
+    ProjectFile project;
+    ASSERT_TRUE(project.load(ARDENTIS_SOURCE_DIR "/examples/DemoProject"));
+    Data::Scene scene;
+    AssetCompiler compiler{project, scene};
+    Log::Capture errors{Log::Channel::Error};
+    compiler.compile();
+    EXPECT_EQ(errors.text(), "");
+
+    EXPECT_EQ(scene.graph().objectCount(), project.section<ObjectRecord>().ids().size() + 1);
+    for(ResourceId id: project.section<MaterialRecord>().resourceIds()) {
+        const std::uint16_t slot = compiler.materialInstance(id);
+        ASSERT_TRUE(slot) << id.value;
+        EXPECT_TRUE(compiler.materialDefinition(scene.materials[slot].pipeline)) << id.value;
+    }
+    for(ResourceId id: project.section<ImageRecord>().resourceIds()) {
+        ASSERT_TRUE(compiler.imageInstance(id)) << id.value;
+        EXPECT_TRUE(scene.images[compiler.imageInstance(id)].pixels) << id.value;
+    }
+    EXPECT_EQ(compiler.animationInstances().size(), project.section<AnimationRecord>().ids().size());
+    for(const AnimationInstance& instance: compiler.animationInstances()) EXPECT_FALSE(instance.targets.empty()) << instance.name;
+    EXPECT_EQ(compiler.compile(), 0u);
+}
+
+
+// An animation component plays its record's tracks on the scene objects made from the file.
+TEST(CompileAnimationComponent, PlaysOnTheImportedObjects) {
+    const fs::path model = fs::path{ARDENTIS_TESTDATA_DIR}/"gltf/BoxAnimated/BoxAnimated.glb";
+    if(!fs::exists(model)) GTEST_SKIP() << "test model not found: " << model;
+    ProjectFile project;
+    ASSERT_TRUE(project.create(scratchFolder().string()));
+    ChangeManager changes{project};
+    ASSERT_TRUE(loadFile(model.string(), changes));
+    const ResourceId root = project.section<ObjectRecord>().ids().at(0);
+    JsonDocument component;
+    component.Parse(R"({"type": 5, "animation": 1, "loop": false, "speed": 2})");
+    const ValueAccess<void> components = project.section<ObjectRecord>()[root].access(Model::Object::Components);
+    changes.pushChange(components.access(components.size()), component);
+    changes.commit();
+
+    Data::Scene scene;
+    AssetCompiler compiler{project, scene};
+    compiler.compile();
+    const auto animations = scene.graph().componentsOfType(compiler.objectInstance(root), Data::ComponentType::Animation);
+    ASSERT_EQ(animations.size(), 1u);
+    const Id a = animations[0];
+    const AnimationInstance& instance = compiler.animationInstances()[compiler.animationInstance(ResourceId{1})];
+    ASSERT_TRUE(scene.animations().animation(a));
+    EXPECT_EQ(scene.animations().targets(a).size(), instance.sceneTargets.size());
+    EXPECT_FALSE(scene.animations().loop(a));
+    EXPECT_FLOAT_EQ(scene.animations().speed(a), 2.0f);
+
+    // Halfway through, some target has left its rest pose.
+    std::vector<DualQuaternion> rest;
+    for(Id target: instance.sceneTargets) rest.push_back(scene.graph().localTransformation(target));
+    scene.animations().setTime(a, instance.duration()*0.5f);
+    bool moved = false;
+    for(std::size_t i = 0; i != rest.size(); ++i) moved |= !(scene.graph().localTransformation(instance.sceneTargets[i]) == rest[i]);
+    EXPECT_TRUE(moved);
+
+    // Compiling every object puts the pose back.
+    compiler.compileObjects(true);
+    for(std::size_t i = 0; i != rest.size(); ++i) {
+        const DualQuaternion now = scene.graph().localTransformation(instance.sceneTargets[i]);
+        EXPECT_NEAR(glm::distance(now.translation(), rest[i].translation()), 0.0f, 1e-5f) << i;
+    }
+}
+
+}
+}
