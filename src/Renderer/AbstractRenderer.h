@@ -167,6 +167,8 @@ public:
     ResourceViews mainSceneResourceViews();
     UnsignedInt batchCount() const { return UnsignedInt(_batches.size()); }
     MeshBatch& batch(UnsignedInt index) { return _batches[index]; }
+    // Batch of text group g (the text batches follow the mesh manager's groups).
+    UnsignedInt textBatch(UnsignedInt group) const { return _meshGroupCount + group; }
     BatchType batchType(UnsignedInt index) const { return index < _batches.size() ? _batches[index].type() : BatchType::None; }
     // A batch that the caller fills (overlay meshes with per-instance transformations).
     UnsignedInt addBatch(BatchType type, UnsignedInt pipeline = 0);
@@ -206,13 +208,14 @@ public:
     UnsignedInt shCount() const { return _frameUniforms.data().shCount; }
     void setShCoefficients(std::span<const Vector3> coefficients);
     void setAmbientTint(const Color3& tint);
-    // Pre-filtered specular levels: `levelCount` RGBA16F-as-float levels of an equirect image whose
-    // level 0 is baseSize x baseSize/2, as 4 floats per texel, one level after another.
+    // Pre-filtered specular levels: `levelCount` levels of an equirect image whose level 0 is
+    // baseSize x baseSize/2, RGBA32F (16 bytes per texel), one level after another.
     bool uploadEnvironmentProbe(UnsignedInt baseSize, UnsignedInt levelCount, std::span<const std::byte> data);
     void removeEnvironmentProbe();
     bool probeVolumeEnabled() const { return _probeVolumeEnabled; }
     void setProbeVolumeEnabled(bool enabled);
     bool uploadProbeVolume(const Data::ProbeVolumeData& data);
+    // Applies from the next uploadProbeVolume().
     void setProbeTint(const Color3& tint);
     IrradianceVolume& probeVolume() { return _probeVolume; }
 
@@ -270,6 +273,7 @@ protected:
     EnvironmentMap _environment;
     IrradianceVolume _probeVolume;
     bool _probeVolumeEnabled = false;
+    Color3 _probeTint{1.0f};
 
     Data::ViewManager* _targetViews = nullptr;
     Data::Id _targetView = 0;

@@ -38,6 +38,7 @@ public:
     // rotation, dual, scaling per instance: 12 floats
     std::span<const Vector4> instanceData() const { return _instances; }
     bool isDirty() const { return _dirty; }
+    void markDirty() { _dirty = true; }
     void clearDirty() { _dirty = false; }
 
 private:
@@ -90,10 +91,13 @@ public:
         UnsignedInt drawCalls = 0;
         std::uint64_t triangles = 0;
     };
-    // Draws the instances whose bit is set in `visible` (component index order; an empty span draws
-    // all). The program, pipeline state and resources are the caller's. With `multiDraw`, component
-    // draws go out in one glMultiDrawElementsIndirect where the context has it.
-    DrawStatistics draw(RendererState& state, std::span<const std::uint64_t> visibleWords, bool multiDraw);
+    // Draws the mesh components whose object id bit is set in `visibleWords` (an empty span draws
+    // all), or every overlay instance. The program, pipeline state and resources are the caller's.
+    // With `multiDraw`, component draws go out in one glMultiDrawElementsIndirect where the context
+    // has it. Overlay instances are drawn in runs of one mesh; `idOffsetLocation` (the program's
+    // "idOffset") gets each run's first instance, so that instance numbers stay the appended ones.
+    DrawStatistics draw(RendererState& state, std::span<const std::uint64_t> visibleWords, bool multiDraw,
+                        int idOffsetLocation = -1);
 
 private:
     struct Mesh {
@@ -116,8 +120,9 @@ private:
     std::vector<UnsignedInt> _componentMeshes, _componentObjects;
     UnsignedInt _idOffset = 0;
     // scratch: visible instances sorted by mesh
-    std::vector<UnsignedInt> _drawObjects;
-    std::vector<UnsignedInt> _drawCounts;
+    std::vector<UnsignedInt> _drawObjects, _uploadedObjects;
+    std::vector<UnsignedInt> _drawCounts, _drawCursor;
+    bool _instancesUploaded = false, _overlayLayout = false, _samePrimitive = true;
     GLuint _vao = 0, _vertexBuffer = 0, _indexBuffer = 0, _instanceBuffer = 0, _indirectBuffer = 0;
     std::size_t _instanceCapacity = 0, _indirectCapacity = 0;
 };

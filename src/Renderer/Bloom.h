@@ -36,7 +36,7 @@ public:
     float width() const { return _width; }
 
     // The HDR target the frame renders into while bloom is on; re-created on a size change.
-    void resize(const Vector2i& size, GLenum depthFormat);
+    void resize(RendererState& state, const Vector2i& size, GLenum depthFormat);
     GLuint framebuffer() const { return _hdrFramebuffer; }
     GLuint colorTexture() const { return _hdrColor; }
     Vector2i size() const { return _size; }

@@ -30,12 +30,19 @@ public:
     void renderBatch(const ResourceViews& resources, Shaders::ShaderProgram& shader, UnsignedInt batchIndex,
                      bool bindResources);
 
+    // The counts of the last overdraw tracking, for checks.
+    OverdrawPass& overdrawPass();
+
 private:
     void bindResources(const ResourceViews& resources);
     void drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& shader, bool useVisibility);
     void drawEntries(std::span<const GraphEntry> entries, bool depthOnly);
+    void drawSky();
+    void countOverdraw();
 
     bool _multiDraw = false;
+    GLuint _emptyVertexArray = 0;
+    ProbeVolumeUniformBuffer _probeUniforms;
 };
 
 }

@@ -27,7 +27,8 @@ vec4 objectTexel(uint object, int k) {
 void main() {
     uint object = vertexObjectId;
 #if defined(INSTANCED_TRANSFORMATION)
-    uint drawId = uint(gl_InstanceID);
+    // Overlay batches draw one run per mesh; idOffset is the run's first instance.
+    uint drawId = uint(gl_InstanceID) + idOffset;
 #elif defined(MULTIDRAW)
     uint drawId = uint(gl_DrawID);
 #else

@@ -1,0 +1,578 @@
+#include "Renderer/AbstractRenderer.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Engine/Clock.h"
+#include "Engine/LightManager.h"
+#include "Engine/MeshManager.h"
+#include "Engine/SceneGraph.h"
+#include "Engine/TextManager.h"
+#include "Engine/ViewManager.h"
+#include "Gfx/Log.h"
+#include "Renderer/Culling.h"
+#include "Renderer/Overdraw.h"
+#include "Renderer/ShadowPass.h"
+
+namespace ArdentisEngine {
+
+AbstractRenderer::AbstractRenderer(RendererState& state):
+    _state{state}, _shadows{std::make_unique<ShadowPass>()}, _bloom{std::make_unique<BloomPass>()},
+    _overdraw{std::make_unique<OverdrawPass>()} {
+    // Material 0 and object 0 exist from the start so that an unset id reads defaults, not garbage.
+    _materials.resize(1);
+    _transformations.resize(1);
+    _textureBounds.resize(1);
+}
+
+AbstractRenderer::~AbstractRenderer() = default;
+
+// ---- shaders and pipelines ----
+
+void AbstractRenderer::clearShaders() {
+    _pipelines.clear();
+    _shadows->setDepthSource(nullptr, shaderOptions());
+    resetRenderGraph();
+}
+
+UnsignedInt AbstractRenderer::addPipeline(const Data::Pipeline& pipeline, std::string_view name,
+                                          const Shaders::ShaderSource& source, const std::vector<std::string>& features) {
+    return _pipelines.addPipeline(pipeline, name, source, features);
+}
+
+UnsignedInt AbstractRenderer::addDefaultPipelines() { return _pipelines.addDefaultPipelines(); }
+
+void AbstractRenderer::addDepthShader(const std::string& vertex, const std::string& fragment) {
+    _pipelines.addDepthShader(vertex, fragment);
+    _shadows->setDepthSource(_pipelines.depthShader(), shaderOptions());
+}
+
+void AbstractRenderer::addSkinningShader(const std::string& vertex) { _pipelines.addSkinningShader(vertex); }
+
+void AbstractRenderer::addTileFeedbackShader(const std::string& vertex, const std::string& fragment, bool sky) {
+    _pipelines.addTileFeedbackShader(vertex, fragment, sky);
+}
+
+void AbstractRenderer::loadPostProcessShaders() {
+    // Compiling now keeps the first frame that needs them from stalling.
+    _shadows->program();
+    _overdraw->countProgram();
+}
+
+UnsignedShort AbstractRenderer::registerCustomMaterial() {
+    const UnsignedShort id = UnsignedShort(std::max<std::size_t>(_sceneMaterialCount, 1) + _customMaterialCount++);
+    if(_materials.materialCount() <= id) _materials.resize(id + 1u);
+    return id;
+}
+
+UnsignedInt AbstractRenderer::addColliderVisualizationPipeline(UnsignedInt pipeline) { return pipeline; }
+
+UnsignedInt AbstractRenderer::addColliderVisualizationBatch() {
+    return addBatch(BatchType::Mesh, pipelineIndex("MeshVisualizer"));
+}
+
+Shaders::ShaderProgram::Options AbstractRenderer::shaderOptions() const {
+    Shaders::ShaderProgram::Options options;
+    options.defines = {"MAX_VIEWS " + std::to_string(Shaders::MaxViews), "MAX_LIGHTS " + std::to_string(Shaders::MaxLights),
+                       "MAX_SHADOW_MAPS " + std::to_string(Shaders::MaxShadowMaps)};
+    return options;
+}
+
+// ---- scene data ----
+
+bool AbstractRenderer::setLayoutFlags(MeshDataFlags used, MeshDataFlags allowed) {
+    const MeshDataFlags flags = used & allowed;
+    const VertexLayoutKind kind = layoutKindForFlags(flags | MeshDataNormal);
+    const bool changed = kind != _layoutKind;
+    _layoutFlags = flags;
+    _layoutKind = kind;
+    if(changed) _packedMeshes.clear();
+    return changed;
+}
+
+void AbstractRenderer::prepareBatches(Data::MeshManager& meshes, Data::TextManager& texts) {
+    _meshes = &meshes;
+    _texts = &texts;
+    _batches.clear();
+    const auto& mc = meshes.components();
+    _meshGroupCount = UnsignedInt(mc.groupsCount());
+    for(UnsignedInt g = 0; g != _meshGroupCount; ++g) {
+        // Group 0 holds inactive components and those without a pipeline: nothing to draw.
+        MeshBatch batch{g ? BatchType::Mesh : BatchType::None, g};
+        std::vector<UnsignedInt> sceneMeshes, objects;
+        for(std::size_t i = mc.groupStart(g); i != mc.groupEnd(g); ++i) {
+            sceneMeshes.push_back(meshes.mesh(meshes.component(i)));
+            objects.push_back(UnsignedInt(i));
+        }
+        // Scene mesh indices until updateMeshes() maps them to the batch's own.
+        batch.setComponents(std::move(sceneMeshes), std::move(objects), UnsignedInt(mc.groupStart(g)));
+        _batches.push_back(std::move(batch));
+    }
+    const auto& tc = texts.components();
+    const UnsignedInt textPipeline = pipelineIndex("Text");
+    for(UnsignedInt g = 0; g != tc.groupsCount(); ++g) {
+        // Text components are active in group 0 (the manager's default grouping).
+        MeshBatch batch{g == 0 ? BatchType::Text : BatchType::None, textPipeline};
+        std::vector<UnsignedInt> textMeshes, objects;
+        for(std::size_t i = tc.groupStart(g); i != tc.groupEnd(g); ++i) {
+            textMeshes.push_back(UnsignedInt(i - tc.groupStart(g)));
+            objects.push_back(UnsignedInt(meshes.size() + i));
+        }
+        batch.setComponents(std::move(textMeshes), std::move(objects), UnsignedInt(meshes.size() + tc.groupStart(g)));
+        _batches.push_back(std::move(batch));
+    }
+    _componentBatchCount = UnsignedInt(_batches.size());
+    _transformations.resize(std::max<std::size_t>(meshes.size() + texts.components().size(), 1));
+    _localBounds.assign(meshes.size(), BoundingSphere{});
+    _worldBounds.assign(meshes.size(), BoundingSphere{});
+    _transformsAll = _cullingAll = true;
+    resetRenderGraph();
+}
+
+void AbstractRenderer::updateMeshes(Data::MeshManager& meshes, std::span<const MeshData> meshData) {
+    if(&meshes != _meshes) {
+        Log::error("AbstractRenderer::updateMeshes(): the mesh manager is not the one given to prepareBatches()");
+        return;
+    }
+    if(_packedMeshes.size() != meshData.size()) _packedMeshes.assign(meshData.size(), PackedMesh{});
+    auto packed = [&](UnsignedInt index) -> const PackedMesh* {
+        if(index >= meshData.size()) return nullptr;
+        PackedMesh& p = _packedMeshes[index];
+        if(p.isEmpty() && meshData[index].vertexCount()) p = packMesh(meshData[index], _layoutKind);
+        return p.isEmpty() ? nullptr : &p;
+    };
+    const auto& mc = meshes.components();
+    for(UnsignedInt g = 1; g < _meshGroupCount && g < _batches.size(); ++g) {
+        MeshBatch& batch = _batches[g];
+        // Components still carry scene mesh indices from prepareBatches(); rebuild from the manager.
+        std::vector<UnsignedInt> local(meshData.size(), ~0u);
+        std::vector<PackedMesh> used;
+        std::vector<UnsignedInt> componentMeshes, objects;
+        for(std::size_t i = mc.groupStart(g); i != mc.groupEnd(g); ++i) {
+            const UnsignedInt mesh = meshes.mesh(meshes.component(i));
+            const PackedMesh* p = packed(mesh);
+            if(!p) {
+                if(mesh) Log::error("AbstractRenderer::updateMeshes(): component {} uses mesh {}, which is missing or empty",
+                                    meshes.component(i), mesh);
+                continue;
+            }
+            if(local[mesh] == ~0u) {
+                local[mesh] = UnsignedInt(used.size());
+                used.push_back(*p);
+            }
+            componentMeshes.push_back(local[mesh]);
+            objects.push_back(UnsignedInt(i));
+            _localBounds[i] = p->bounds;
+        }
+        batch.removeMeshes();
+        batch.addMeshes(used);
+        batch.setComponents(std::move(componentMeshes), std::move(objects), UnsignedInt(mc.groupStart(g)));
+    }
+    _cullingAll = true;
+}
+
+void AbstractRenderer::updateTexts(Data::TextManager& texts) {
+    if(&texts != _texts) {
+        Log::error("AbstractRenderer::updateTexts(): the text manager is not the one given to prepareBatches()");
+        return;
+    }
+    if(_meshGroupCount >= _batches.size()) return;
+    MeshBatch& batch = _batches[_meshGroupCount];
+    const auto& tc = texts.components();
+    std::vector<PackedMesh> meshes;
+    std::vector<UnsignedInt> componentMeshes, objects;
+    for(std::size_t i = tc.groupStart(0); i != tc.groupEnd(0); ++i) {
+        const Data::Id component = texts.component(i);
+        const UnsignedShort font = texts.font(component);
+        if(font >= _fonts.size()) {
+            Log::error("AbstractRenderer::updateTexts(): text {} uses font {}, but {} fonts are loaded", component, font,
+                       _fonts.size());
+            continue;
+        }
+        PackedMesh p = packMesh(texts.meshData(component, _fonts[font]), VertexLayoutKind::PositionNormalUV);
+        if(p.isEmpty()) continue;
+        componentMeshes.push_back(UnsignedInt(meshes.size()));
+        objects.push_back(UnsignedInt(_meshes->size() + i));
+        meshes.push_back(std::move(p));
+    }
+    batch.removeMeshes();
+    batch.addMeshes(meshes);
+    batch.setComponents(std::move(componentMeshes), std::move(objects), UnsignedInt(_meshes->size() + tc.groupStart(0)));
+    _transformsAll = true;
+}
+
+void AbstractRenderer::updateMaterials(std::span<const Data::MaterialData> materials,
+                                       std::span<const Data::MaterialData> alphaMaterials) {
+    _sceneMaterialCount = UnsignedShort(materials.size());
+    _materials.resize(std::max<std::size_t>(materials.size() + _customMaterialCount, 1));
+    for(std::size_t i = 0; i != materials.size(); ++i) {
+        Data::Material m;
+        const std::size_t n = std::min(materials[i].parameters.size(), m.values.size());
+        if(materials[i].parameters.size() > m.values.size())
+            Log::error("AbstractRenderer::updateMaterials(): material {} has {} values, only {} are kept", i,
+                       materials[i].parameters.size(), m.values.size());
+        std::copy_n(materials[i].parameters.begin(), n, m.values.begin());
+        _materials.setMaterial(i, m);
+    }
+    // Blended variants are not drawn differently yet; their records are checked for size only.
+    for(std::size_t i = 0; i != alphaMaterials.size(); ++i)
+        if(alphaMaterials[i].parameters.size() > Shaders::MaterialDefinition::ComponentCount)
+            Log::error("AbstractRenderer::updateMaterials(): alpha material {} is too large", i);
+}
+
+void AbstractRenderer::updateMaterial(UnsignedShort index, const Data::Material& material, const Data::Material*) {
+    if(_materials.materialCount() <= index) _materials.resize(index + 1u);
+    _materials.setMaterial(index, material);
+}
+
+void AbstractRenderer::updateDrawsList(std::span<const Data::Draw> draws) { _draws.assign(draws.begin(), draws.end()); }
+
+void AbstractRenderer::addDebugDraw(const Data::Draw& draw) { _draws.push_back(draw); }
+
+void AbstractRenderer::updateFonts(std::span<const Data::FontData> fonts) { _fonts.assign(fonts.begin(), fonts.end()); }
+
+void AbstractRenderer::resetFonts() { _fonts.clear(); }
+
+void AbstractRenderer::updateMorphTargets(std::span<const Data::MorphTargetSet> sets) {
+    for(std::size_t i = 0; i != sets.size(); ++i)
+        if(sets[i].positionDeltas.size() != std::size_t(sets[i].vertexCount)*sets[i].targetCount)
+            Log::error("AbstractRenderer::updateMorphTargets(): set {} has {} deltas for {} vertices x {} targets", i,
+                       sets[i].positionDeltas.size(), sets[i].vertexCount, sets[i].targetCount);
+    _morphTargets.assign(sets.begin(), sets.end());
+}
+
+void AbstractRenderer::updateMorphTargetWeights(std::span<const float> weights) {
+    _morphWeights.assign(weights.begin(), weights.end());
+}
+
+void AbstractRenderer::updateSkinning(std::span<const Matrix4> jointMatrices, std::span<const UnsignedInt> skinOffsets) {
+    _jointMatrices.assign(jointMatrices.begin(), jointMatrices.end());
+    _skinOffsets.assign(skinOffsets.begin(), skinOffsets.end());
+}
+
+void AbstractRenderer::updateTransforms() {
+    if(!_meshes) return;
+    const Data::SceneGraph* graph = _meshes->sceneGraph();
+    if(!graph) {
+        Log::error("AbstractRenderer::updateTransforms(): the mesh manager is not in a scene graph");
+        return;
+    }
+    const bool all = _transformsAll;
+    auto write = [&](std::size_t objectId, Data::Id object, UnsignedInt material) {
+        if(!graph->isValid(object) || (!all && !graph->isChanged(object))) return;
+        _transformations.setTransformation(objectId, graph->absoluteTransformation(object), graph->absoluteScaling(object),
+                                           material);
+    };
+    const std::size_t meshCount = _meshes->size();
+    for(std::size_t i = 0; i != meshCount; ++i) write(i, _meshes->object(i), _meshes->material(_meshes->component(i)));
+    if(_texts && _texts->sceneGraph() == graph) {
+        for(std::size_t i = 0; i != _texts->components().size(); ++i)
+            write(meshCount + i, _texts->object(i), _texts->material(_texts->component(i)));
+    }
+    _transformsAll = false;
+}
+
+void AbstractRenderer::updateCulling() {
+    if(!_meshes) return;
+    const Data::SceneGraph* graph = _meshes->sceneGraph();
+    if(!graph) return;
+    const bool all = _cullingAll;
+    const std::size_t n = std::min(_meshes->size(), _localBounds.size());
+    for(std::size_t i = 0; i != n; ++i) {
+        const Data::Id object = _meshes->object(i);
+        if(!graph->isValid(object) || (!all && !graph->isChanged(object))) continue;
+        _worldBounds[i] = _localBounds[i].scaled(graph->absoluteScaling(object)).transformed(graph->absoluteTransformation(object));
+    }
+    _cullingAll = false;
+}
+
+void AbstractRenderer::updateMeshVisibility(const Matrix4& cullingMatrix) {
+    if(!_meshes) return;
+    const auto start = now();
+    BitSet& visibility = _meshes->visibility();
+    const std::size_t n = std::min(_worldBounds.size(), visibility.size());
+    const auto& mc = _meshes->components();
+    // Only components in pipeline groups are candidates; group 0 is never drawn.
+    const std::size_t first = mc.groupsCount() > 1 ? mc.groupStart(1) : mc.size();
+    std::vector<std::uint64_t> candidates((n + 63)/64, ~std::uint64_t{0});
+    for(std::size_t i = 0; i != std::min(first, n); ++i) candidates[i/64] &= ~(std::uint64_t{1} << (i%64));
+    const std::size_t visible = cullSpheres(Frustum{cullingMatrix}, std::span{_worldBounds}.first(n), candidates,
+                                            std::span{visibility.words(), visibility.wordCount()});
+    _statistics.visible = UnsignedInt(visible);
+    _statistics.culled = UnsignedInt(n - std::min(first, n) - visible);
+    _statistics.cullingMicroseconds = double(now() - start);
+}
+
+void AbstractRenderer::updateLights(const Data::LightManager& lights) {
+    std::vector<Shaders::LightUniforms> out;
+    const bool shadows = _shadowSetting != 0;
+    for(std::size_t i = 0; i != lights.activeCount(); ++i) {
+        const Data::Id light = lights.component(i);
+        Shaders::LightUniforms u;
+        switch(lights.lightType(light)) {
+            case Data::LightType::Point:
+                u = Shaders::LightUniforms::point(lights.position(light), lights.color(light), lights.intensity(light),
+                                                  lights.range(light));
+                break;
+            case Data::LightType::Spot: {
+                auto& l = const_cast<Data::LightManager&>(lights);
+                u = Shaders::LightUniforms::spot(lights.position(light), lights.direction(light), lights.color(light),
+                                                 lights.intensity(light), l.innerAngle(light), l.outerAngle(light),
+                                                 lights.range(light));
+                break;
+            }
+            case Data::LightType::Sun:
+                u = Shaders::LightUniforms::sun(lights.direction(light), lights.color(light), lights.intensity(light));
+                break;
+        }
+        const UnsignedInt shadow = lights.shadowIndex(light);
+        u.spotShadow.z = shadows && lights.castsShadows(light) && shadow != Data::LightManager::NoShadow &&
+                         shadow < Shaders::MaxShadowMaps ? float(shadow) : -1.0f;
+        out.push_back(u);
+    }
+    const UnsignedInt kept = _lightUniforms.setLights(out);
+    if(kept < out.size()) Log::error("AbstractRenderer::updateLights(): {} lights, only {} are drawn", out.size(), kept);
+    _frameUniforms.data().lightCount = kept;
+}
+
+void AbstractRenderer::updateShadows(const Data::LightManager& lights) {
+    const std::span<const Data::ShadowView> views = lights.shadowViews();
+    if(!_shadowSetting || views.empty()) return;
+    _shadows->setSize(_shadowMapSize);
+    Shaders::ShadowUniforms& u = _shadowUniforms.data();
+    UnsignedInt cascades = 1;
+    u.cascadeSplits = Vector4{0.0f};
+    for(std::size_t i = 0; i != views.size() && i != Shaders::MaxShadowMaps; ++i) u.shadowMatrices[i] = views[i].viewProjection;
+    // The first sun light's cascades define the split distances (one set for the frame).
+    for(std::size_t i = 0; i != lights.activeCount(); ++i) {
+        const Data::Id light = lights.component(i);
+        if(lights.lightType(light) != Data::LightType::Sun || !lights.cascadeCount(light)) continue;
+        cascades = lights.cascadeCount(light);
+        const UnsignedInt first = lights.shadowIndex(light);
+        for(UnsignedInt c = 0; c != cascades && c != 4 && first + c < views.size(); ++c)
+            u.cascadeSplits[int(c)] = views[first + c].splitFar;
+        break;
+    }
+    u.parameters = Vector4{0.002f, 0.02f, 1.0f/float(_shadowMapSize), float(cascades)};
+    _statistics.shadowDrawCalls = _shadows->render(_state, views, [&](Shaders::ShaderProgram& program) {
+        UnsignedInt calls = 0;
+        const int idOffset = program.uniformLocation("idOffset");
+        for(UnsignedInt b = 0; b != _componentBatchCount; ++b) {
+            MeshBatch& batch = _batches[b];
+            if(batch.type() != BatchType::Mesh || batch.isEmpty()) continue;
+            const Data::Pipeline& p = _pipelines.pipeline(batch.pipeline());
+            if(p.type != Data::PipelineType::Opaque) continue;
+            if(idOffset != -1) glUniform1ui(idOffset, batch.idOffset());
+            _transformations.bind(_state, Shaders::TransformationsUnit);
+            calls += batch.draw(_state, {}, false).drawCalls;
+        }
+        return calls;
+    });
+}
+
+void AbstractRenderer::setShadowMapSize(UnsignedInt size) {
+    if(!size) {
+        Log::error("AbstractRenderer::setShadowMapSize(): a shadow map needs at least one texel");
+        return;
+    }
+    _shadowMapSize = size;
+}
+
+void AbstractRenderer::setViewportSize(UnsignedInt view, const Vector2i& size, bool force) {
+    if(view != 0) {
+        Log::error("AbstractRenderer::setViewportSize(): only view slot 0 has targets, not {}", view);
+        return;
+    }
+    if(size == _viewportSize && !force) return;
+    _viewportSize = size;
+    if(_bloomEnabled) _bloom->resize(_state, size, depthStencilBufferFormat());
+}
+
+void AbstractRenderer::setTargetView(Data::ViewManager& views, Data::Id view, UnsignedInt buffer) {
+    if(buffer >= Shaders::MaxViews) {
+        Log::error("AbstractRenderer::setTargetView(): view slot {} is past the {} slots", buffer, Shaders::MaxViews);
+        return;
+    }
+    _targetViews = &views;
+    _targetView = view;
+    _targetBuffer = buffer;
+}
+
+ResourceViews AbstractRenderer::mainSceneResourceViews() {
+    ResourceViews r;
+    r.transformations = &_transformations;
+    r.materials = &_materials;
+    r.textureBounds = &_textureBounds;
+    r.textureAtlas = &_atlas;
+    r.shadowMaps = _shadowSetting ? _shadows->texture() : 0;
+    r.environment = &_environment;
+    r.probeVolume = &_probeVolume;
+    return r;
+}
+
+UnsignedInt AbstractRenderer::addBatch(BatchType type, UnsignedInt pipeline) {
+    _batches.emplace_back(type, pipeline);
+    resetRenderGraph();
+    return UnsignedInt(_batches.size() - 1);
+}
+
+// ---- frame ----
+
+void AbstractRenderer::compileRenderGraph(const Data::LightManager&, const Data::MeshManager&, const Data::TextManager&) {
+    if(_graphCompiled) return;
+    _opaque.clear();
+    _transparent.clear();
+    _overlay.clear();
+    _skyBatch = ~0u;
+    for(UnsignedInt b = 0; b != _componentBatchCount; ++b) {
+        const MeshBatch& batch = _batches[b];
+        if(batch.type() == BatchType::None || !batch.pipeline() || batch.pipeline() >= _pipelines.pipelineCount()) continue;
+        const Data::Pipeline& p = _pipelines.pipeline(batch.pipeline());
+        switch(p.type) {
+            case Data::PipelineType::Opaque: _opaque.push_back({b, batch.pipeline(), 0.0f}); break;
+            case Data::PipelineType::Transparent: _transparent.push_back({b, batch.pipeline(), 0.0f}); break;
+            case Data::PipelineType::Sky: _skyBatch = b; break;
+            case Data::PipelineType::Overlay: _overlay.push_back({b, batch.pipeline(), 0.0f}); break;
+        }
+    }
+    _graphCompiled = true;
+}
+
+void AbstractRenderer::updateRenderGraph(const RenderData& data) {
+    if(data.views) setTargetView(*data.views, data.view, _targetBuffer);
+    if(!_targetViews || !_targetViews->isValid(_targetView)) return;
+    // Blended batches back to front by the nearest... farthest component centre; within a batch the
+    // instances keep their order.
+    const Vector3 camera = _targetViews->cameraPosition(_targetView);
+    for(GraphEntry& e: _transparent) {
+        const MeshBatch& batch = _batches[e.batch];
+        float farthest = 0.0f;
+        for(UnsignedInt object: batch.componentObjectIds())
+            if(object < _worldBounds.size())
+                farthest = std::max(farthest, glm::distance(camera, _worldBounds[object].center));
+        e.depth = farthest;
+    }
+    std::stable_sort(_transparent.begin(), _transparent.end(),
+                     [](const GraphEntry& a, const GraphEntry& b) { return a.depth > b.depth; });
+}
+
+void AbstractRenderer::resetRenderGraph() { _graphCompiled = false; }
+
+void AbstractRenderer::beginOverdrawTracking() {
+    _trackingOverdraw = true;
+    _overdraw->begin(_state, _viewportSize);
+}
+
+void AbstractRenderer::endOverdrawTracking() { _trackingOverdraw = false; }
+
+// ---- lighting inputs ----
+
+bool AbstractRenderer::setShCount(UnsignedInt count) {
+    if(count != 0 && count != 1 && count != 4 && count != 9) {
+        Log::error("AbstractRenderer::setShCount(): {} coefficients; expected 0, 1, 4 or 9", count);
+        return false;
+    }
+    _frameUniforms.data().shCount = count;
+    return true;
+}
+
+void AbstractRenderer::setShCoefficients(std::span<const Vector3> coefficients) {
+    auto& sh = _frameUniforms.data().shCoefficients;
+    if(coefficients.size() > sh.size())
+        Log::error("AbstractRenderer::setShCoefficients(): {} coefficients, only {} are kept", coefficients.size(), sh.size());
+    for(std::size_t i = 0; i != sh.size(); ++i)
+        sh[i] = Vector4{i < coefficients.size() ? coefficients[i] : Vector3{0.0f}, 0.0f};
+}
+
+void AbstractRenderer::setAmbientTint(const Color3& tint) { _frameUniforms.data().ambientTint = Vector4{tint, 1.0f}; }
+
+bool AbstractRenderer::uploadEnvironmentProbe(UnsignedInt baseSize, UnsignedInt levelCount, std::span<const std::byte> data) {
+    std::vector<ImageView> levels;
+    std::size_t offset = 0;
+    for(UnsignedInt l = 0; l != levelCount; ++l) {
+        const Vector2i size{std::max(baseSize >> l, 1u), std::max((baseSize/2) >> l, 1u)};
+        const std::size_t bytes = std::size_t(size.x)*std::size_t(size.y)*16;
+        if(offset + bytes > data.size()) {
+            Log::error("AbstractRenderer::uploadEnvironmentProbe(): {} bytes hold fewer than {} levels of base size {}",
+                       data.size(), levelCount, baseSize);
+            return false;
+        }
+        levels.emplace_back(PixelFormat::RGBA32F, size, data.subspan(offset, bytes));
+        offset += bytes;
+    }
+    if(!_environment.upload(levels)) return false;
+    _frameUniforms.data().environmentLevels = _environment.levelCount();
+    return true;
+}
+
+void AbstractRenderer::removeEnvironmentProbe() {
+    _environment.clear();
+    _frameUniforms.data().environmentLevels = 0;
+}
+
+void AbstractRenderer::setProbeVolumeEnabled(bool enabled) {
+    _probeVolumeEnabled = enabled;
+    _probeVolume.setEnabled(enabled);
+}
+
+bool AbstractRenderer::uploadProbeVolume(const Data::ProbeVolumeData& data) {
+    const Vector3i counts = data.header.resolution;
+    const std::size_t probes = std::size_t(std::max(counts.x, 0))*std::size_t(std::max(counts.y, 0))*std::size_t(std::max(counts.z, 0));
+    if(!probes || data.probes.size() != probes*4*sizeof(Vector3)) {
+        Log::error("AbstractRenderer::uploadProbeVolume(): {} bytes of probe data for a {}x{}x{} grid", data.probes.size(),
+                   counts.x, counts.y, counts.z);
+        return false;
+    }
+    std::vector<Vector3> coefficients(probes*4);
+    std::memcpy(coefficients.data(), data.probes.data(), data.probes.size());
+    const Vector3 spacing = data.header.size/Vector3{glm::max(counts - 1, Vector3i{1})};
+    if(!_probeVolume.upload(counts, data.header.origin, spacing, coefficients, _probeTint)) return false;
+    _probeVolume.setEnabled(_probeVolumeEnabled);
+    return true;
+}
+
+void AbstractRenderer::setProbeTint(const Color3& tint) { _probeTint = tint; }
+
+// ---- images ----
+
+void AbstractRenderer::clearImages() {
+    _atlas.clear();
+    _imageSlots.clear();
+}
+
+void AbstractRenderer::setTextureAtlasSize(const Vector2i& layerSize, int layers) {
+    if(layerSize.x <= 0 || layerSize.y <= 0 || layers <= 0) {
+        Log::error("AbstractRenderer::setTextureAtlasSize(): {}x{} x {} layers is not an atlas size", layerSize.x,
+                   layerSize.y, layers);
+        return;
+    }
+    _atlas.setSize(layerSize, layers);
+    _imageSlots.clear();
+}
+
+bool AbstractRenderer::reserveImage(int index, const Vector2i& size) {
+    if(index < 0) {
+        Log::error("AbstractRenderer::reserveImage(): image index {} is negative", index);
+        return false;
+    }
+    const UnsignedInt slot = _atlas.textureCount();
+    if(!_atlas.reserve(size)) return false;
+    if(_imageSlots.size() <= std::size_t(index)) _imageSlots.resize(std::size_t(index) + 1, -1);
+    _imageSlots[std::size_t(index)] = int(slot);
+    return true;
+}
+
+void AbstractRenderer::setImageForTexture(UnsignedInt texture, UnsignedInt image) {
+    if(image >= _imageSlots.size() || _imageSlots[image] < 0) {
+        Log::error("AbstractRenderer::setImageForTexture(): texture {} shows image {}, which has no atlas slot", texture, image);
+        return;
+    }
+    if(!texture) {
+        Log::error("AbstractRenderer::setImageForTexture(): texture id 0 means \"no texture\"");
+        return;
+    }
+    if(_textureBounds.size()/2 <= texture) _textureBounds.resize(texture + 1u);
+    _textureBounds.setBounds(texture, _atlas.boundsTexels(UnsignedInt(_imageSlots[image])));
+}
+
+}

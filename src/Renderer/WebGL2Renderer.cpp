@@ -1,0 +1,214 @@
+#include "Renderer/WebGL2Renderer.h"
+
+#include "Engine/Clock.h"
+#include "Engine/MeshManager.h"
+#include "Engine/ViewManager.h"
+#include "Gfx/Log.h"
+#include "Renderer/Overdraw.h"
+#include "Renderer/ShaderBindings.h"
+#include "Renderer/ShadowPass.h"
+
+namespace ArdentisEngine {
+
+WebGL2Renderer::WebGL2Renderer(RendererState& state): AbstractRenderer{state} {}
+
+WebGL2Renderer::~WebGL2Renderer() {
+    if(_emptyVertexArray) {
+        _state.vertexArrayDeleted(_emptyVertexArray);
+        glDeleteVertexArrays(1, &_emptyVertexArray);
+    }
+    // Batches delete their vertex arrays; the cache must not keep one of them as bound.
+    _state.bindVertexArray(0);
+}
+
+bool WebGL2Renderer::multiDrawSupported() {
+    return epoxy_gl_version() >= 43 || epoxy_has_gl_extension("GL_ARB_multi_draw_indirect");
+}
+
+bool WebGL2Renderer::setMultiDrawEnabled(bool enabled) {
+    _multiDraw = enabled && multiDrawSupported();
+    return _multiDraw;
+}
+
+void WebGL2Renderer::uploadRenderData(const RenderData& data) {
+    if(data.views) setTargetView(*data.views, data.view, _targetBuffer);
+    if(_targetViews && _targetViews->isValid(_targetView)) {
+        Data::ViewManager& views = *_targetViews;
+        const Range2Di viewport = views.viewport(_targetView);
+        const Vector2i size = viewport.max - viewport.min;
+        if(_viewUniforms.count() <= _targetBuffer) _viewUniforms.resize(_targetBuffer + 1);
+        _viewUniforms.setView(_targetBuffer, Shaders::ViewUniforms::from(
+            views.viewMatrix(_targetView), views.remapProjectionMatrix(views.projectionMatrix(_targetView)),
+            Vector4{float(viewport.min.x), float(viewport.min.y), float(size.x), float(size.y)},
+            views.near(_targetView), views.far(_targetView),
+            views.projectionType(_targetView) == Data::ProjectionType::Orthographic));
+    }
+    _viewUniforms.upload();
+    _statistics.transformRowsUploaded = UnsignedInt(_transformations.upload());
+    _materials.upload();
+    _textureBounds.upload();
+    _atlas.finishUploads();
+    _frameUniforms.upload();
+    _lightUniforms.upload();
+    _shadowUniforms.upload();
+    _probeUniforms.data() = _probeVolume.uniforms();
+    _probeUniforms.upload();
+}
+
+void WebGL2Renderer::bindResources(const ResourceViews& r) {
+    if(r.transformations) r.transformations->bind(_state, Shaders::TransformationsUnit);
+    if(r.materials) r.materials->bind(_state, Shaders::MaterialsUnit);
+    if(r.textureBounds) r.textureBounds->bind(_state, Shaders::TextureBoundsUnit);
+    if(r.textureAtlas) r.textureAtlas->bind(_state, Shaders::TextureAtlasUnit);
+    _state.bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, r.shadowMaps);
+    if(r.environment) r.environment->bind(_state);
+    if(r.probeVolume) r.probeVolume->bind(_state);
+    _frameUniforms.bind(_state);
+    _viewUniforms.bind(_state);
+    _lightUniforms.bind(_state);
+    _shadowUniforms.bind(_state);
+    _probeUniforms.bind(_state);
+}
+
+void WebGL2Renderer::renderBatch(const ResourceViews& resources, Shaders::ShaderProgram& shader, UnsignedInt batchIndex,
+                                 bool bind) {
+    if(batchIndex >= _batches.size()) {
+        Log::error("WebGL2Renderer::renderBatch(): no batch {} among {}", batchIndex, _batches.size());
+        return;
+    }
+    if(!shader.isReady()) return;
+    if(bind) bindResources(resources);
+    drawBatch(batchIndex, shader, true);
+}
+
+void WebGL2Renderer::drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& shader, bool useVisibility) {
+    MeshBatch& batch = _batches[batchIndex];
+    if(batch.isEmpty()) return;
+    shader.use(_state);
+    const int idOffset = shader.uniformLocation("idOffset");
+    const bool overlay = !batch.views().isEmpty();
+    if(idOffset != -1) glUniform1ui(idOffset, overlay ? 0u : batch.idOffset());
+    const int viewIndex = shader.uniformLocation("viewIndex");
+    if(viewIndex != -1) glUniform1i(viewIndex, GLint(_targetBuffer));
+    std::span<const std::uint64_t> visible;
+    if(useVisibility && batch.type() == BatchType::Mesh && _meshes && !overlay)
+        visible = {_meshes->visibility().words(), _meshes->visibility().wordCount()};
+    // An empty visibility set would draw everything; a manager without components has nothing visible.
+    if(useVisibility && batch.type() == BatchType::Mesh && !overlay && visible.empty()) return;
+    const MeshBatch::DrawStatistics stats = batch.draw(_state, visible, _multiDraw, idOffset);
+    _statistics.drawCalls += stats.drawCalls;
+    _statistics.triangles += stats.triangles;
+    if(stats.drawCalls) ++_statistics.batches;
+}
+
+void WebGL2Renderer::drawEntries(std::span<const GraphEntry> entries, bool depthOnly) {
+    Shaders::ShaderProgram* depth = depthOnly ? _shadows->program() : nullptr;
+    if(depthOnly && !depth) return;
+    for(const GraphEntry& e: entries) {
+        Data::Pipeline record = _pipelines.pipeline(e.pipeline);
+        Shaders::ShaderProgram* shader = depthOnly ? depth : _pipelines.shader(e.pipeline);
+        if(!shader || !shader->asyncCompile(false)) continue;
+        if(depthOnly) record.colorMask = 0;
+        else if(_preZ && record.type == Data::PipelineType::Opaque) {
+            // Depth is already resolved: shade only the nearest surface, once.
+            record.depthFunction = Data::DepthFunction::LessEqual;
+            record.depthWrite = false;
+        }
+        _state.apply(record);
+        drawBatch(e.batch, *shader, true);
+    }
+}
+
+void WebGL2Renderer::render() {
+    const auto start = now();
+    _statistics.drawCalls = 0;
+    _statistics.triangles = 0;
+    _statistics.batches = 0;
+    if(!_targetViews || !_targetViews->isValid(_targetView)) {
+        Log::error("WebGL2Renderer::render(): no target view; call setTargetView() first");
+        return;
+    }
+    const Range2Di viewport = _targetViews->viewport(_targetView);
+    const GLuint target = _targetViews->targetFramebuffer(_targetView);
+    const bool bloom = _bloomEnabled;
+    if(bloom) _bloom->resize(_state, viewport.max - viewport.min, depthStencilBufferFormat());
+
+    _state.save();
+    _state.apply();
+    if(bloom) {
+        // The HDR target starts each frame cleared, the way the caller cleared its own target.
+        _state.bindFramebuffer(_bloom->framebuffer());
+        _state.setViewport(Range2Di{{0, 0}, _bloom->size()});
+        glClearBufferfv(GL_COLOR, 0, &_clearColor.r);
+        glClearBufferfi(GL_DEPTH_STENCIL, 0, clearDepth(), 0);
+    } else {
+        _state.bindFramebuffer(target);
+        _state.setViewport(viewport);
+    }
+    bindResources(mainSceneResourceViews());
+
+    if(_preZ) drawEntries(_opaque, true);
+    drawEntries(_opaque, false);
+    if(_skyBatch != ~0u) drawSky();
+    drawEntries(_transparent, false);
+    drawEntries(_overlay, false);
+
+    if(_trackingOverdraw) countOverdraw();
+    _state.restore();
+    if(bloom) _bloom->apply(_state, target, viewport.min);
+    _statistics.submissionMicroseconds = double(now() - start);
+}
+
+void WebGL2Renderer::drawSky() {
+    MeshBatch& batch = _batches[_skyBatch];
+    Shaders::ShaderProgram* shader = _pipelines.shader(batch.pipeline());
+    if(!shader || !shader->asyncCompile(false)) return;
+    _state.apply(_pipelines.pipeline(batch.pipeline()));
+    shader->use(_state);
+    const int material = shader->uniformLocation("skyMaterial");
+    if(material != -1 && _meshes && !batch.componentObjectIds().empty())
+        glUniform1ui(material, _meshes->material(_meshes->component(batch.componentObjectIds()[0])));
+    const int viewIndex = shader->uniformLocation("viewIndex");
+    if(viewIndex != -1) glUniform1i(viewIndex, GLint(_targetBuffer));
+    if(!_emptyVertexArray) glGenVertexArrays(1, &_emptyVertexArray);
+    _state.bindVertexArray(_emptyVertexArray);
+    glDrawArrays(GL_TRIANGLES, 0, 3);
+    ++_statistics.drawCalls;
+    ++_statistics.triangles;
+}
+
+void WebGL2Renderer::countOverdraw() {
+    Shaders::ShaderProgram* count = _overdraw->countProgram();
+    if(!count) return;
+    _state.save();
+    Data::Pipeline record;
+    record.depthTest = false;
+    record.depthWrite = false;
+    record.doubleSided = true;
+    record.blend = true;
+    record.sourceColor = record.destinationColor = Data::BlendFactor::One;
+    record.sourceAlpha = record.destinationAlpha = Data::BlendFactor::One;
+    _state.apply(record);
+    _state.bindFramebuffer(_overdraw->framebuffer());
+    _state.setViewport(Range2Di{{0, 0}, _overdraw->size()});
+    const RendererStatistics kept = _statistics;
+    for(const auto* list: {&_opaque, &_transparent})
+        for(const GraphEntry& e: *list) drawBatch(e.batch, *count, true);
+    // The counting draws are not part of the frame's statistics.
+    _statistics = kept;
+    _state.restore();
+}
+
+void WebGL2Renderer::renderOverdraw(const RenderData& data) {
+    if(data.views) setTargetView(*data.views, data.view, _targetBuffer);
+    if(!_targetViews || !_targetViews->isValid(_targetView)) {
+        Log::error("WebGL2Renderer::renderOverdraw(): no target view");
+        return;
+    }
+    const Range2Di viewport = _targetViews->viewport(_targetView);
+    _overdraw->renderHeat(_state, _targetViews->targetFramebuffer(_targetView), viewport.min, 8.0f);
+}
+
+OverdrawPass& WebGL2Renderer::overdrawPass() { return *_overdraw; }
+
+}
