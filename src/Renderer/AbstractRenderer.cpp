@@ -1,6 +1,7 @@
 #include "Renderer/AbstractRenderer.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "Engine/Clock.h"
@@ -248,6 +249,27 @@ void AbstractRenderer::updateMorphTargetWeights(std::span<const float> weights) 
 void AbstractRenderer::updateSkinning(std::span<const Matrix4> jointMatrices, std::span<const UnsignedInt> skinOffsets) {
     _jointMatrices.assign(jointMatrices.begin(), jointMatrices.end());
     _skinOffsets.assign(skinOffsets.begin(), skinOffsets.end());
+    // Layout: see Shaders/lib/Skinning.glsl.
+    const std::size_t objects = _meshes ? _meshes->size() : 0;
+    const std::size_t header = 1 + objects;
+    _skinData.resize(header + jointMatrices.size()*4);
+    auto bits = [](int value) { return std::bit_cast<float>(value); };
+    _skinData.set(0, Vector4{bits(int(header)), 0.0f, 0.0f, 0.0f});
+    for(std::size_t o = 0; o != objects; ++o) {
+        const std::uint16_t skin = _meshes->skin(_meshes->component(o));
+        int first = -1;
+        if(skin != Data::MeshManager::NoSkin) {
+            if(skin < skinOffsets.size() && skinOffsets[skin] < jointMatrices.size()) first = int(skinOffsets[skin]);
+            else Log::error("AbstractRenderer::updateSkinning(): component {} uses skin {}, which has no joint matrices",
+                            _meshes->component(o), skin);
+        }
+        if(_skinData[1 + o].x != bits(first)) _skinData.set(1 + o, Vector4{bits(first), 0.0f, 0.0f, 0.0f});
+    }
+    for(std::size_t j = 0; j != jointMatrices.size(); ++j) {
+        const Matrix4& m = jointMatrices[j];
+        const Vector4 columns[]{m[0], m[1], m[2], m[3]};
+        _skinData.set(header + j*4, std::span{columns});
+    }
 }
 
 void AbstractRenderer::updateTransforms() {

@@ -132,8 +132,10 @@ public:
     void resetFonts();
     void updateMorphTargets(std::span<const Data::MorphTargetSet> sets);
     void updateMorphTargetWeights(std::span<const float> weights);
-    // Joint matrices (world space, times inverse bind) of every skin, concatenated; `skinOffsets[s]`
-    // is the first matrix of skin s.
+    // Joint matrices (world space, times inverse bind) of every skin, concatenated
+    // (AnimationManager::jointMatricesData()); `skinOffsets[s]` is the first matrix of skin s. Mesh
+    // components with a skin (MeshManager::skin) are skinned in the vertex stage by pipelines with
+    // the PRIMARY_JOINTS feature; call after prepareBatches.
     void updateSkinning(std::span<const Matrix4> jointMatrices, std::span<const UnsignedInt> skinOffsets);
     // Writes the transformation rows of components whose object changed (all after prepareBatches).
     void updateTransforms();
@@ -259,6 +261,7 @@ protected:
     bool _transformsAll = true, _cullingAll = true;
 
     TransformationsTexture _transformations;
+    Vector4Texture _skinData{1024, "Skin data"};
     MaterialTexture _materials;
     TextureBoundsTexture _textureBounds;
     TextureAtlas _atlas;

@@ -47,6 +47,7 @@ void WebGL2Renderer::uploadRenderData(const RenderData& data) {
     _statistics.transformRowsUploaded = UnsignedInt(_transformations.upload());
     _materials.upload();
     _textureBounds.upload();
+    if(_skinData.size()) _skinData.upload();
     _atlas.finishUploads();
     _frameUniforms.upload();
     _lightUniforms.upload();
@@ -60,6 +61,7 @@ void WebGL2Renderer::bindResources(const ResourceViews& r) {
     if(r.materials) r.materials->bind(_state, Shaders::MaterialsUnit);
     if(r.textureBounds) r.textureBounds->bind(_state, Shaders::TextureBoundsUnit);
     if(r.textureAtlas) r.textureAtlas->bind(_state, Shaders::TextureAtlasUnit);
+    if(_skinData.size()) _skinData.bind(_state, Shaders::SkinDataUnit);
     _state.bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, r.shadowMaps);
     if(r.environment) r.environment->bind(_state);
     if(r.probeVolume) r.probeVolume->bind(_state);

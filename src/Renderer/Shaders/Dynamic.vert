@@ -14,6 +14,9 @@
 #ifdef MORPH_TARGETS
 #include "lib/MorphTargets.glsl"
 #endif
+#ifdef PRIMARY_JOINTS
+#include "lib/Skinning.glsl"
+#endif
 
 uniform sampler2D transformations;
 uniform uint idOffset;
@@ -56,6 +59,9 @@ void main() {
 #endif
 #ifdef PRETRANSFORMED
     vec3 world = position;
+#elif defined(PRIMARY_JOINTS)
+    mat4 skin = skinMatrix(object, vertexJoints, vertexWeights);
+    vec3 world = (skin*vec4(position, 1.0)).xyz;
 #else
     vec3 world = dualQuatTransformPoint(rotation, dual, position*scalingMaterial.xyz);
 #endif
@@ -70,6 +76,8 @@ void main() {
     surfaceMaterial = floatBitsToUint(scalingMaterial.w);
 #ifdef PRETRANSFORMED
     surfaceNormal = normal;
+#elif defined(PRIMARY_JOINTS)
+    surfaceNormal = mat3(skin)*normal;
 #else
     // Non-uniform scaling: normals transform by the inverse scaling before the rotation.
     surfaceNormal = quatRotate(rotation, normal/scalingMaterial.xyz);
@@ -77,6 +85,8 @@ void main() {
 #ifdef TANGENT
 #ifdef PRETRANSFORMED
     surfaceTangent = vertexTangent;
+#elif defined(PRIMARY_JOINTS)
+    surfaceTangent = vec4(mat3(skin)*vertexTangent.xyz, vertexTangent.w);
 #else
     surfaceTangent = vec4(quatRotate(rotation, vertexTangent.xyz*scalingMaterial.xyz), vertexTangent.w);
 #endif
