@@ -11,8 +11,8 @@ namespace ArdentisEngine {
 namespace {
 
 // Walks a JSON pointer; nullptr when any segment is missing.
-const JsonValue* lookUp(const JsonValue& root, std::string_view path) {
-    const JsonValue* current = &root;
+const JsonValue* lookUp(const ProjectFile& project, std::string_view path) {
+    const JsonValue* current = &project.document();
     while(!path.empty()) {
         if(path[0] != '/') return nullptr;
         path.remove_prefix(1);
@@ -20,8 +20,8 @@ const JsonValue* lookUp(const JsonValue& root, std::string_view path) {
         const std::string segment = unescapePathSegment(path.substr(0, slash));
         path = slash == std::string_view::npos ? std::string_view{} : path.substr(slash);
         if(current->IsObject()) {
-            auto found = current->FindMember(JsonValue{rapidjson::StringRef(segment.data(), segment.size())});
-            if(found == current->MemberEnd()) return nullptr;
+            const JsonValue::Member* found = project.findMember(*current, segment);
+            if(!found) return nullptr;
             current = &found->value;
         } else if(current->IsArray()) {
             std::size_t index = 0;
@@ -42,7 +42,7 @@ ProjectFile& JsonAccess::project() const {
 
 const JsonValue* JsonAccess::json() const {
     if(!_project) return nullptr;
-    return lookUp(_project->document(), _path);
+    return lookUp(*_project, _path);
 }
 
 std::size_t JsonAccess::size() const {

@@ -14,11 +14,18 @@ namespace {
 constexpr const char* ClipboardFormat = "ardentis-objects";
 constexpr std::uint32_t ClipboardVersion = 1;
 
+// One pass over the section: looking each record up by id would make this quadratic.
 std::map<std::uint32_t, std::vector<ResourceId>> childrenOf(ProjectFile& project) {
     std::map<std::uint32_t, std::vector<ResourceId>> children;
-    auto objects = project.section<ObjectRecord>();
-    for(ResourceId id: objects.resourceIds())
-        children[objects[id][Model::Object::Parent].value().value].push_back(id);
+    auto objects = project.document().FindMember(ObjectRecord::Section);
+    if(objects == project.document().MemberEnd() || !objects->value.IsObject()) return children;
+    for(auto it = objects->value.MemberBegin(); it != objects->value.MemberEnd(); ++it) {
+        const ResourceId id{std::uint32_t(std::strtoul(it->name.GetString(), nullptr, 10))};
+        if(!id || !it->value.IsObject()) continue;
+        auto parent = it->value.FindMember(Model::Object::Parent.name);
+        children[parent != it->value.MemberEnd() && parent->value.IsUint() ? parent->value.GetUint() : 0].push_back(id);
+    }
+    for(auto& [parent, list]: children) std::sort(list.begin(), list.end());
     return children;
 }
 

@@ -413,6 +413,73 @@ bool ProjectFile::save() {
     return true;
 }
 
+// [SECTION] Member lookup
+
+const JsonValue::Member* ProjectFile::findMember(const JsonValue& object, std::string_view key) const {
+    if(!object.IsObject()) return nullptr;
+    const JsonValue name{rapidjson::StringRef(key.data(), key.size())};
+    // Below this a linear search is as fast as hashing.
+    constexpr std::size_t IndexedFrom = 64;
+    if(object.MemberCount() < IndexedFrom) {
+        auto found = object.FindMember(name);
+        return found == object.MemberEnd() ? nullptr : &*found;
+    }
+    auto matches = [&](std::size_t position) {
+        if(position >= object.MemberCount()) return false;
+        const JsonValue& n = (object.MemberBegin() + position)->name;
+        return std::string_view{n.GetString(), n.GetStringLength()} == key;
+    };
+    MemberIndex& index = _memberIndices[&object];
+    for(int attempt = 0; attempt != 2; ++attempt) {
+        if(index.memberCount == object.MemberCount()) {
+            auto found = index.positions.find(std::string{key});
+            if(found != index.positions.end() && matches(found->second)) return &*(object.MemberBegin() + found->second);
+            // A key the index does not know, with an unchanged count: absent, or the members were
+            // replaced behind our back. Only a linear search can tell.
+            if(found == index.positions.end()) {
+                auto linear = object.FindMember(name);
+                if(linear == object.MemberEnd()) return nullptr;
+            }
+        }
+        index.memberCount = object.MemberCount();
+        index.positions.clear();
+        index.positions.reserve(object.MemberCount());
+        std::size_t position = 0;
+        for(auto it = object.MemberBegin(); it != object.MemberEnd(); ++it, ++position)
+            index.positions.emplace(std::string{it->name.GetString(), it->name.GetStringLength()}, position);
+    }
+    auto found = index.positions.find(std::string{key});
+    return found != index.positions.end() && matches(found->second) ? &*(object.MemberBegin() + found->second) : nullptr;
+}
+
+void ProjectFile::memberAdded(const JsonValue& object, std::size_t position) const {
+    auto found = _memberIndices.find(&object);
+    if(found == _memberIndices.end()) return;
+    MemberIndex& index = found->second;
+    // Anything but exactly one new member since the index was made: let the next lookup rebuild it.
+    if(index.memberCount + 1 != object.MemberCount() || position >= object.MemberCount()) {
+        _memberIndices.erase(found);
+        return;
+    }
+    for(auto& [key, at]: index.positions) if(at >= position) ++at;
+    const JsonValue& name = (object.MemberBegin() + position)->name;
+    index.positions[std::string{name.GetString(), name.GetStringLength()}] = position;
+    ++index.memberCount;
+}
+
+void ProjectFile::memberErased(const JsonValue& object, std::size_t position, std::string_view key) const {
+    auto found = _memberIndices.find(&object);
+    if(found == _memberIndices.end()) return;
+    MemberIndex& index = found->second;
+    if(index.memberCount != object.MemberCount() + 1) {
+        _memberIndices.erase(found);
+        return;
+    }
+    index.positions.erase(std::string{key});
+    for(auto& [name, at]: index.positions) if(at > position) --at;
+    --index.memberCount;
+}
+
 // [SECTION] Revisions
 
 ChangeCategories ProjectFile::categoriesOf(std::string_view path) const {
@@ -454,9 +521,8 @@ ChangeCategories ProjectFile::categoriesOf(std::string_view path) const {
         };
         const std::string id = next();
         const JsonValue* record = nullptr;
-        if(auto objects = _document.FindMember("objects"); objects != _document.MemberEnd() && objects->value.IsObject() && !id.empty())
-            if(auto found = objects->value.FindMember(JsonValue{rapidjson::StringRef(id.data(), id.size())}); found != objects->value.MemberEnd())
-                record = &found->value;
+        if(const JsonValue::Member* objects = findMember(_document, "objects"); objects && !id.empty())
+            if(const JsonValue::Member* found = findMember(objects->value, id)) record = &found->value;
         if(!record || !record->IsObject()) return out;
         auto components = record->FindMember(Model::Object::Components);
         if(components == record->MemberEnd() || !components->value.IsArray()) return out;
@@ -487,7 +553,10 @@ void ProjectFile::touched(std::string_view path, ChangeCategories extra) {
     for(auto& [handle, listener]: _listeners) listener(path, categories);
 }
 
-void ProjectFile::touchAll() { touched("", 0); }
+void ProjectFile::touchAll() {
+    _memberIndices.clear();
+    touched("", 0);
+}
 
 int ProjectFile::addChangeListener(ChangeListener listener) {
     _listeners.emplace_back(_nextListener, std::move(listener));

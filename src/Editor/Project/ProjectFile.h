@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <typeindex>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -68,6 +69,20 @@ public:
     // project folder; empty, with a message unless report is false, when it points outside.
     std::optional<std::string> relativePath(std::string_view path, bool report = true) const;
     std::string absolutePath(std::string_view relative) const;
+
+    // The member of object named key, or nullptr. Large objects (the record sections) are looked
+    // up through an index kept here, so that reaching a record costs the same in a project of ten
+    // objects as in one of ten thousand. The index checks every hit and rebuilds itself when the
+    // object changed, so writing to the document directly is safe.
+    const JsonValue::Member* findMember(const JsonValue& object, std::string_view key) const;
+    JsonValue::Member* findMember(JsonValue& object, std::string_view key) const {
+        return const_cast<JsonValue::Member*>(findMember(std::as_const(object), key));
+    }
+
+    // Keep the lookup index of object in step with an edit made through the undo service: a member
+    // added (and moved to position), or the member at position erased.
+    void memberAdded(const JsonValue& object, std::size_t position) const;
+    void memberErased(const JsonValue& object, std::size_t position, std::string_view key) const;
 
     JsonDocument& document() { return _document; }
     const JsonDocument& document() const { return _document; }
@@ -127,6 +142,11 @@ private:
     // Runtime data is a cache of what the records describe, so lookups may fill it.
     mutable std::map<std::pair<std::string, std::uint32_t>, std::pair<std::shared_ptr<void>, std::type_index>> _data;
     DataResolver _resolver;
+    struct MemberIndex {
+        std::size_t memberCount = 0;
+        std::unordered_map<std::string, std::size_t> positions;
+    };
+    mutable std::unordered_map<const JsonValue*, MemberIndex> _memberIndices;
 };
 
 // Checks that document is a project of ours: the format marker, sections of records keyed by ids,

@@ -71,13 +71,10 @@ bool isListName(std::string_view name) {
     return name == Model::Object::Components || name == Model::Animation::Events || name == Model::Component::Joints;
 }
 
-JsonValue::MemberIterator findMember(JsonValue& object, const std::string& name) {
-    return object.FindMember(JsonValue{rapidjson::StringRef(name.data(), name.size())});
-}
 
 // The container holding the last segment of path. With create, missing parents are made (objects,
 // or arrays for list fields) and the first one made is written to createdRoot.
-JsonValue* parentOf(JsonDocument& document, const std::vector<std::string>& segments, bool create,
+JsonValue* parentOf(const ProjectFile& project, JsonDocument& document, const std::vector<std::string>& segments, bool create,
     std::string* createdRoot, std::string& error)
 {
     auto& allocator = document.GetAllocator();
@@ -86,12 +83,13 @@ JsonValue* parentOf(JsonDocument& document, const std::vector<std::string>& segm
         const std::string& segment = segments[i];
         const bool nextIsList = isListName(segment);
         if(current->IsObject()) {
-            auto found = findMember(*current, segment);
-            if(found == current->MemberEnd()) {
+            JsonValue::Member* found = project.findMember(*current, segment);
+            if(!found) {
                 if(!create) { error = "missing " + joinPath(segments, i + 1); return nullptr; }
                 if(createdRoot && createdRoot->empty()) *createdRoot = joinPath(segments, i + 1);
                 current->AddMember(JsonValue{segment.data(), rapidjson::SizeType(segment.size()), allocator},
                     JsonValue{nextIsList ? rapidjson::kArrayType : rapidjson::kObjectType}, allocator);
+                project.memberAdded(*current, current->MemberCount() - 1);
                 current = &(current->MemberEnd() - 1)->value;
             } else current = &found->value;
         } else if(current->IsArray()) {
@@ -120,23 +118,23 @@ JsonValue* parentOf(JsonDocument& document, const std::vector<std::string>& segm
 
 // Sets path to value; fills before/createdRoot when given. False with error when the path cannot
 // hold a value.
-bool setValue(JsonDocument& document, const std::string& path, const JsonValue& value,
+bool setValue(const ProjectFile& project, JsonDocument& document, const std::string& path, const JsonValue& value,
     std::unique_ptr<JsonDocument>* before, std::string* createdRoot, std::string& error)
 {
     const std::vector<std::string> segments = splitPath(path);
     if(segments.empty()) { error = "the project root cannot be replaced"; return false; }
     std::string created;
-    JsonValue* parent = parentOf(document, segments, true, &created, error);
+    JsonValue* parent = parentOf(project, document, segments, true, &created, error);
     if(!parent) return false;
     auto& allocator = document.GetAllocator();
     const std::string& last = segments.back();
     JsonValue* target = nullptr;
     if(parent->IsObject()) {
-        auto found = findMember(*parent, last);
-        if(found != parent->MemberEnd()) target = &found->value;
+        if(JsonValue::Member* found = project.findMember(*parent, last)) target = &found->value;
         else {
             if(created.empty()) created = path;
             parent->AddMember(JsonValue{last.data(), rapidjson::SizeType(last.size()), allocator}, JsonValue{}, allocator);
+            project.memberAdded(*parent, parent->MemberCount() - 1);
             target = &(parent->MemberEnd() - 1)->value;
         }
     } else {
@@ -158,19 +156,21 @@ bool setValue(JsonDocument& document, const std::string& path, const JsonValue& 
 }
 
 // Removes path; fills removed and the member position when given.
-bool removeValue(JsonDocument& document, const std::string& path, std::unique_ptr<JsonDocument>* removed,
+bool removeValue(const ProjectFile& project, JsonDocument& document, const std::string& path, std::unique_ptr<JsonDocument>* removed,
     std::size_t* position, std::string& error)
 {
     const std::vector<std::string> segments = splitPath(path);
     if(segments.empty()) { error = "the project root cannot be removed"; return false; }
-    JsonValue* parent = parentOf(document, segments, false, nullptr, error);
+    JsonValue* parent = parentOf(project, document, segments, false, nullptr, error);
     if(!parent) return false;
     if(parent->IsObject()) {
-        auto found = findMember(*parent, segments.back());
-        if(found == parent->MemberEnd()) { error = "missing " + path; return false; }
+        JsonValue::Member* found = project.findMember(*parent, segments.back());
+        if(!found) { error = "missing " + path; return false; }
         if(removed) *removed = copyOf(found->value);
-        if(position) *position = std::size_t(found - parent->MemberBegin());
-        parent->EraseMember(found);
+        const std::size_t at = std::size_t(found - &*parent->MemberBegin());
+        if(position) *position = at;
+        parent->EraseMember(parent->MemberBegin() + at);
+        project.memberErased(*parent, at, segments.back());
         return true;
     }
     std::size_t index;
@@ -181,11 +181,11 @@ bool removeValue(JsonDocument& document, const std::string& path, std::unique_pt
 }
 
 // Puts a removed value back where it was: at its member position, or at its array index.
-bool insertValue(JsonDocument& document, const std::string& path, const JsonValue& value, std::size_t position,
-    std::string& error)
+bool insertValue(const ProjectFile& project, JsonDocument& document, const std::string& path, const JsonValue& value,
+    std::size_t position, std::string& error)
 {
     const std::vector<std::string> segments = splitPath(path);
-    JsonValue* parent = parentOf(document, segments, false, nullptr, error);
+    JsonValue* parent = parentOf(project, document, segments, false, nullptr, error);
     if(!parent) return false;
     auto& allocator = document.GetAllocator();
     if(parent->IsObject()) {
@@ -196,6 +196,7 @@ bool insertValue(JsonDocument& document, const std::string& path, const JsonValu
             it->name.Swap((it - 1)->name);
             it->value.Swap((it - 1)->value);
         }
+        project.memberAdded(*parent, std::min<std::size_t>(position, parent->MemberCount() - 1));
         return true;
     }
     std::size_t index;
@@ -259,7 +260,7 @@ void ChangeManager::pushChange(const ValueAccess<void>& target, const JsonValue&
         Change& last = _pending->changes.back();
         if(last.kind == Change::Kind::Set && last.path == target.path()) {
             std::string error;
-            AE_ASSERT(setValue(_project->document(), last.path, value, nullptr, nullptr, error));
+            AE_ASSERT(setValue(*_project, _project->document(), last.path, value, nullptr, nullptr, error));
             last.after = copyOf(value);
             _project->touched(last.path);
             return;
@@ -268,7 +269,7 @@ void ChangeManager::pushChange(const ValueAccess<void>& target, const JsonValue&
 
     Change change{Change::Kind::Set, target.path(), nullptr, copyOf(value), {}, 0, _project->categoriesOf(target.path())};
     std::string error;
-    if(!setValue(_project->document(), change.path, value, &change.before, &change.createdRoot, error)) {
+    if(!setValue(*_project, _project->document(), change.path, value, &change.before, &change.createdRoot, error)) {
         Log::error("Cannot change {}: {}", change.path, error);
         return;
     }
@@ -308,7 +309,7 @@ void ChangeManager::pushRemoval(const ValueAccess<void>& target) {
     if(_pending->changes.empty()) _pending->group = _group;
     Change change{Change::Kind::Remove, target.path(), nullptr, nullptr, {}, 0, _project->categoriesOf(target.path())};
     std::string error;
-    if(!removeValue(_project->document(), change.path, &change.before, &change.memberPosition, error)) {
+    if(!removeValue(*_project, _project->document(), change.path, &change.before, &change.memberPosition, error)) {
         Log::error("Cannot remove {}: {}", change.path, error);
         return;
     }
@@ -322,12 +323,12 @@ bool ChangeManager::apply(Change& change, bool forward) {
     JsonDocument& document = _project->document();
     bool done;
     if(change.kind == Change::Kind::Set) {
-        if(forward) done = setValue(document, change.path, *change.after, nullptr, nullptr, error);
-        else if(change.before) done = setValue(document, change.path, *change.before, nullptr, nullptr, error);
-        else done = removeValue(document, change.createdRoot, nullptr, nullptr, error);
+        if(forward) done = setValue(*_project, document, change.path, *change.after, nullptr, nullptr, error);
+        else if(change.before) done = setValue(*_project, document, change.path, *change.before, nullptr, nullptr, error);
+        else done = removeValue(*_project, document, change.createdRoot, nullptr, nullptr, error);
     } else {
-        if(forward) done = removeValue(document, change.path, nullptr, nullptr, error);
-        else done = insertValue(document, change.path, *change.before, change.memberPosition, error);
+        if(forward) done = removeValue(*_project, document, change.path, nullptr, nullptr, error);
+        else done = insertValue(*_project, document, change.path, *change.before, change.memberPosition, error);
     }
     // The history replays exactly what was applied, so a failure means it no longer matches the
     // document: a bug of ours, not bad input.

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "Editor/Project/ProjectFile.h"
+#include "Editor/Undo/ChangeManager.h"
 #include "Gfx/Log.h"
 #include "TestProject.h"
 
@@ -177,6 +180,56 @@ TEST(OriginalFiles, EngineAndProjectFiles) {
     EXPECT_TRUE(errors.contains("NoSuch.vert")) << errors.text();
     EXPECT_TRUE(errors.contains("Missing.frag")) << errors.text();
     EXPECT_TRUE(errors.contains("outside the project folder")) << errors.text();
+}
+
+}
+}
+
+namespace ArdentisEngine::Test {
+namespace {
+
+// Record lookups in a large section go through an index; it must agree with a plain search after
+// edits through the undo service and after writes straight into the document.
+TEST(MemberIndex, AgreesWithLinearSearch) {
+    ProjectFile project;
+    ChangeManager changes{project};
+    auto& a = project.document().GetAllocator();
+    JsonValue& objects = project.document()["objects"];
+    for(std::uint32_t id = 1; id <= 300; ++id) {
+        JsonValue record{rapidjson::kObjectType};
+        record.AddMember("name", JsonValue{("o" + std::to_string(id)).c_str(), a}, a);
+        objects.AddMember(JsonValue{std::to_string(id).c_str(), a}, record, a);
+    }
+    std::mt19937 random{7};
+    auto check = [&](const char* when) {
+        for(std::uint32_t id = 1; id <= 320; ++id) {
+            const std::string key = std::to_string(id);
+            auto linear = objects.FindMember(key.c_str());
+            const JsonValue::Member* indexed = project.findMember(objects, key);
+            ASSERT_EQ(indexed != nullptr, linear != objects.MemberEnd()) << when << " " << key;
+            if(indexed) { ASSERT_EQ(indexed, &*linear) << when << " " << key; }
+        }
+    };
+    check("at first");
+    auto section = project.section<ObjectRecord>();
+    for(int step = 0; step != 60; ++step) {
+        const std::uint32_t id = 1 + random() % 320;
+        switch(random() % 5) {
+            case 0: changes.pushRemoval(section[ResourceId{id}]); break;
+            case 1: changes.pushChange(section[ResourceId{id}].access("name"), "renamed"); break;
+            case 2: changes.undo(); break;
+            case 3: changes.redo(); break;
+            case 4: {
+                // Behind the index's back: erase one member, add another.
+                if(objects.MemberCount() > 1) objects.EraseMember(objects.MemberBegin() + random() % objects.MemberCount());
+                objects.AddMember(JsonValue{std::to_string(400 + step).c_str(), a}, JsonValue{rapidjson::kObjectType}, a);
+                changes.clear();
+                break;
+            }
+        }
+        changes.commit();
+        check("after a step");
+    }
 }
 
 }
