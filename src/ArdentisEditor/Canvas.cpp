@@ -69,7 +69,14 @@ Canvas::Canvas(EditorData& data, std::optional<UnsignedShort> scene, RendererSta
 }
 
 // The renderer goes first: it may still refer to the targets and meshes declared before it.
-Canvas::~Canvas() { _renderer.reset(); }
+Canvas::~Canvas() {
+    // Nothing of ours stays bound in a context that others go on drawing in: a program deleted
+    // while current lives on until unbound, and a cache made later would restore a dead name.
+    _state->useProgram(0);
+    _state->bindVertexArray(0);
+    _state->bindFramebuffer(0);
+    _renderer.reset();
+}
 
 EditorSceneData& Canvas::data() { return _data.scene(); }
 

@@ -212,10 +212,14 @@ void Canvas::componentIdPass(bool lights, bool views, bool bones) {
     state.bindFramebuffer(_objectIdFramebuffer.id());
     state.setViewport(_objectIdFramebuffer.viewport());
 
+    // The transformation table and the renderer's blocks are otherwise only sent by the shaded
+    // pass, which comes later and not in every render mode.
+    _renderer->uploadRenderData(RenderData{&_views, MainView});
     const Range2Di& viewport = _views.viewport(MainView);
     ViewUniformBuffer& viewUniforms = _renderer->viewUniforms();
     viewUniforms.resize(1);
-    viewUniforms.setView(0, Shaders::ViewUniforms::from(_views.viewMatrix(MainView), _views.projectionMatrix(MainView),
+    viewUniforms.setView(0, Shaders::ViewUniforms::from(_views.viewMatrix(MainView),
+        _views.remapProjectionMatrix(_views.projectionMatrix(MainView)),
         Vector4{Vector2{viewport.min}, Vector2{viewport.size()}}, _views.near(MainView), _views.far(MainView),
         _views.projectionType(MainView) == Data::ProjectionType::Orthographic));
     viewUniforms.upload();
@@ -236,7 +240,7 @@ void Canvas::componentIdPass(bool lights, bool views, bool bones) {
     _componentId->setComponentType(UnsignedInt(PickedType::Text));
     const std::size_t textGroups = scene.texts().components().groupsCount();
     for(std::size_t g = 0; g < textGroups; ++g) {
-        const UnsignedInt b = UnsignedInt(meshGroups + g);
+        const UnsignedInt b = _renderer->textBatch(UnsignedInt(g));
         if(_renderer->batchType(b) != BatchType::Text || _renderer->batch(b).isEmpty()) continue;
         state.setDoubleSided(_renderer->pipeline(_renderer->batch(b).pipeline()).doubleSided);
         _componentId->setComponentIndex(UnsignedInt(scene.texts().components().groupStart(g, 0)));
