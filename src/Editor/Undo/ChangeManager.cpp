@@ -224,6 +224,23 @@ bool sameValue(const JsonValue& stored, const JsonValue& pushed) {
     return stored == pushed;
 }
 
+// File references (a record's "file" or "fileName", a link's "file", the environment "image") must
+// stay inside the project folder, whether pushed alone or inside a whole record. Returns the first
+// one that does not.
+const char* outsideReference(std::string_view key, const JsonValue& value) {
+    if(value.IsString()) {
+        const bool reference = key == "file" || key == "fileName" || key == "image";
+        return reference && !isInsideProject({value.GetString(), value.GetStringLength()}) ? value.GetString() : nullptr;
+    }
+    if(value.IsObject())
+        for(auto it = value.MemberBegin(); it != value.MemberEnd(); ++it)
+            if(const char* found = outsideReference({it->name.GetString(), it->name.GetStringLength()}, it->value)) return found;
+    if(value.IsArray())
+        for(const JsonValue& element: value.GetArray())
+            if(const char* found = outsideReference({}, element)) return found;
+    return nullptr;
+}
+
 bool related(std::string_view a, std::string_view b) {
     auto isPrefix = [](std::string_view p, std::string_view s) {
         return s.substr(0, p.size()) == p && (s.size() == p.size() || s[p.size()] == '/');
@@ -252,6 +269,10 @@ void ChangeManager::pushChange(const ValueAccess<void>& target, const JsonValue&
     if(!group) group = _group;
     if(_pending->changes.empty()) _pending->group = group;
 
+    if(const char* outside = outsideReference(target.key(), value)) {
+        Log::error("Cannot change {}: file {} is outside the project folder", target.path(), outside);
+        return;
+    }
     const JsonValue* current = target.json();
     if(current && sameValue(*current, value)) return;
 

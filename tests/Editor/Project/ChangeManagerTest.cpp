@@ -388,6 +388,42 @@ TEST_F(ChangeManagerTest, ImpossiblePathsAreRefused) {
     EXPECT_TRUE(errors.contains("Cannot change /animations/1/events/5/time")) << errors.text();
 }
 
+// File references pushed alone or inside records: refused when they leave the project folder.
+struct ReferenceCase {
+    const char* name;
+    const char* path;
+    const char* json;
+    bool refused;
+};
+
+void PrintTo(const ReferenceCase& data, std::ostream* out) { *out << data.name; }
+
+class ChangeManagerReferences: public ChangeManagerTest, public testing::WithParamInterface<ReferenceCase> {};
+
+TEST_P(ChangeManagerReferences, OutsideProjectIsRefused) {
+    const ReferenceCase& data = GetParam();
+    const std::string before = project.text();
+    JsonDocument value;
+    value.Parse(data.json);
+    ASSERT_FALSE(value.HasParseError());
+    Log::Capture errors{Log::Channel::Error};
+    changes.pushChange(ValueAccess<void>{project, data.path}, value);
+    EXPECT_EQ(changes.commit(), !data.refused);
+    EXPECT_EQ(errors.contains("outside the project folder"), data.refused) << errors.text();
+    if(data.refused) { EXPECT_EQ(project.text(), before); }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, ChangeManagerReferences, testing::ValuesIn(std::vector<ReferenceCase>{
+    {"ImageFileInside", "/images/1/file", R"("textures/Bricks.png")", false},
+    {"ImageFileOutside", "/images/1/file", R"("../../Bricks.png")", true},
+    {"AbsoluteFileName", "/files/1/fileName", R"("/etc/passwd")", true},
+    {"LinkOutside", "/meshes/1/source", R"({"file": "../x.glb", "resource": "meshes/0"})", true},
+    {"RecordWithOutsideFile", "/shaders/5", R"({"name": "Evil", "file": "../../x.frag"})", true},
+    {"RecordInside", "/shaders/5", R"({"name": "Fine", "file": "shaders/x.frag"})", false},
+    {"EnvironmentImageOutside", "/settings/environment/image", R"("/home/sky.hdr")", true},
+    {"TextureImageIdIsNoPath", "/textures/1/image", "2", false},
+}), [](const auto& info) { return std::string{info.param.name}; });
+
 struct TransformCase {
     const char* name;
     Vector3 translation;
