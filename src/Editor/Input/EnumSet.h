@@ -10,8 +10,8 @@ public:
 
     constexpr EnumSet() = default;
     constexpr EnumSet(E value): _bits{Underlying(value)} {}
-    // Raw bits, for sets written as numbers in tables and files.
-    constexpr explicit EnumSet(Underlying bits): _bits{bits} {}
+    // Raw bits, for sets written as numbers in tables and files ("flags 3").
+    constexpr EnumSet(Underlying bits): _bits{bits} {}
 
     constexpr bool contains(E value) const { return (_bits & Underlying(value)) == Underlying(value); }
     constexpr bool empty() const { return _bits == 0; }

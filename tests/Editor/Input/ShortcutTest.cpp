@@ -174,3 +174,18 @@ TEST(ShortcutTest, BrokenBindingKeepsTheDefault) {
 }
 
 }
+
+namespace {
+
+TEST(ShortcutTest, TablesWrittenAsNumbers) {
+    // The way view tables are written: scope and flags as plain numbers.
+    const Shortcut s{"Add event", 524, ShortcutScope(2), {3}};
+    EXPECT_EQ(s.scope(), ShortcutScope::OwnerWindow);
+    EXPECT_TRUE(s.flags().contains(ShortcutFlag::Rebindable));
+    EXPECT_TRUE(s.flags().contains(ShortcutFlag::IgnoredWhileTyping));
+    EXPECT_EQ(s.chordName(), "Space");
+    const Shortcut t{"Plain", 0x223, ShortcutScope(2), ShortcutFlag::Rebindable};
+    EXPECT_FALSE(t.flags().contains(ShortcutFlag::IgnoredWhileTyping));
+}
+
+}
