@@ -173,6 +173,15 @@ void AssetCompiler::compileCategories(bool objects, bool allObjects) {
     if(moved(ChangeCategory::Fonts)) compileFonts(false);
     if(moved(ChangeCategory::Animations) || files) compileAnimations(files);
 
+    if(moved(ChangeCategory::Physics)) {
+        const Vector3 gravity = _project->settings()[Model::Settings::Gravity].value();
+        Data::PhysicsWorld& world = _scene->physics().world();
+        if(world.gravity() != gravity) {
+            world.setGravity(gravity);
+            markCompiled(SceneCategory::Physics);
+        }
+    }
+
     // Components hold slots and what they read through them (a material's pipeline, a mesh's
     // morph target count and skin); the passes above say when any of that moved.
     const bool dependencies = _componentInputs;

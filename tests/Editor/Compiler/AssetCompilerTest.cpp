@@ -239,6 +239,9 @@ TEST_P(IncrementalEdit, OnlyTheEditedCategoryCompiles) {
     compiler->compile();
     EXPECT_EQ(compiled(data.recompiled), data.count);
     EXPECT_NE(scene.stamp(data.recompiled), afterEdit[std::size_t(data.recompiled)]);
+    if(data.recompiled == SceneCategory::Physics) {
+        EXPECT_EQ(scene.physics().world().gravity(), (Vector3{0, -1.5f, 0}));
+    }
     for(SceneCategory c: data.untouched) {
         EXPECT_EQ(compiled(c), 0u) << Data::sceneCategoryName(c);
         EXPECT_EQ(scene.stamp(c), stamps[std::size_t(c)]) << Data::sceneCategoryName(c);
@@ -255,6 +258,8 @@ INSTANTIATE_TEST_SUITE_P(, IncrementalEdit, testing::Values(
     EditCase{"MeshPrimitive", "/meshes/1/primitive", "\"sphere\"", SceneCategory::Meshes, 1,
         {SceneCategory::Materials, SceneCategory::Images, SceneCategory::Textures}},
     // A texture's slot may be new to a material, so every material looks again.
+    EditCase{"Gravity", "/settings/physics/gravity", "[0, -1.5, 0]", SceneCategory::Physics, 1,
+        {SceneCategory::Objects, SceneCategory::Meshes, SceneCategory::Materials, SceneCategory::Lights}},
     EditCase{"TextureSampler", "/textures/1/filter", "false", SceneCategory::Textures, 1,
         {SceneCategory::Meshes, SceneCategory::Images, SceneCategory::Objects}}),
     [](const auto& info) { return std::string{info.param.name}; });
