@@ -71,6 +71,22 @@ struct World {
         scene().views().activate(scene().views().addComponent(object));
         return object;
     }
+    // "A" in a font whose glyph fills its 1x1 em box: a 2x2 quad from the object's origin.
+    Id addText(const Vector3& at) {
+        Data::FontData font;
+        font.glyphs[U'A'] = {1.0f, {0.0f, 0.0f}, {1.0f, 1.0f}, 0};
+        scene().fonts.resize(2);
+        scene().fonts[1] = font;
+        const Id object = addObject(at);
+        Data::TextManager& texts = scene().texts();
+        const Id text = texts.addComponent(object);
+        texts.setText(text, "A");
+        texts.setFont(text, 1);
+        texts.setSize(text, 2.0f);
+        texts.setMaterial(text, 1);
+        texts.activate(text);
+        return object;
+    }
     // A joint at `from` whose child sits at `to`: one bone between them.
     Id addBone(const Vector3& from, const Vector3& to) {
         const Id joint = addObject(from);
@@ -101,6 +117,8 @@ struct World {
         renderer.setLayoutFlags(MeshDataNormal, MeshDataNormal);
         renderer.prepareBatches(s.meshes(), s.texts());
         renderer.updateMeshes(s.meshes(), s.meshData);
+        renderer.updateFonts(s.fonts);
+        renderer.updateTexts(s.texts());
         renderer.updateMaterials(s.materials);
         canvas.prepareBatches();
     }
@@ -149,6 +167,7 @@ const PickCase PickCases[]{
      }, {.views = true}, Center},
     {"view in the open", [](World& w) { return std::vector<Id>{w.addView({0, 0, 2})}; },
      {.views = true}, Center},
+    {"text pickable", [](World& w) { return std::vector<Id>{w.addText({-1, -1, 0})}; }, {}, Center},
     {"deleted object dropped", [](World& w) { w.addCube({0, 0, 0}); return std::vector<Id>{}; },
      {}, {{0, 0}, Size}, true},
 };
