@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <system_error>
 
 // epoxy first: it must come before anything that includes the system GL header.
@@ -86,7 +88,10 @@ EditorShell::EditorShell(const Configuration& configuration): _configuration{con
 
 EditorShell::~EditorShell() {
     ImGui::SetCurrentContext(_context);
-    for(auto& view: _views) view->deinit();
+    for(auto& view: _views) {
+        saveViewState(*view);
+        view->deinit();
+    }
     _views.clear();
     _compiler.reset();
     _changes.reset();
@@ -103,6 +108,7 @@ void EditorShell::adoptProject(std::unique_ptr<ProjectFile> project) {
     std::vector<bool> open;
     for(auto& view: _views) {
         open.push_back(view->isOpen());
+        saveViewState(*view);
         view->deinit();
         if(_pointerView == view.get()) _pointerView = nullptr;
         if(_focusedOwner == view.get()) _focusedOwner = nullptr;
@@ -143,7 +149,49 @@ EditorView& EditorShell::startView(std::size_t index) {
     _views[index] = std::move(view);
     started.init(_context, _editorData.get(), &_editor);
     _owners[started.title()] = &started;
+    loadViewState(started);
     return started;
+}
+
+std::filesystem::path EditorShell::viewStatePath(const EditorView& view) const {
+    if(_configuration.layoutFile.empty()) return {};
+    return _configuration.layoutFile.parent_path()/"views"/(view.name() + ".state");
+}
+
+void EditorShell::loadViewState(EditorView& view) {
+    const std::filesystem::path path = viewStatePath(view);
+    if(path.empty() || !std::filesystem::exists(path)) return;
+    std::ifstream file{path, std::ios::binary};
+    const std::vector<char> state{std::istreambuf_iterator<char>{file}, std::istreambuf_iterator<char>{}};
+    if(!file.good() && !file.eof()) {
+        Log::error("Cannot read the saved state of {} from {}", view.name(), path.string());
+        return;
+    }
+    view.load(std::span<const char>{state});
+}
+
+void EditorShell::saveViewState(EditorView& view) {
+    const std::vector<char> state = view.unload(true);
+    const std::filesystem::path path = viewStatePath(view);
+    if(path.empty()) return;
+    std::error_code error;
+    if(state.empty()) {
+        std::filesystem::remove(path, error);
+        return;
+    }
+    std::filesystem::create_directories(path.parent_path(), error);
+    std::filesystem::path temporary = path;
+    temporary += ".tmp";
+    {
+        std::ofstream file{temporary, std::ios::binary | std::ios::trunc};
+        file.write(state.data(), std::streamsize(state.size()));
+        if(!file.flush()) {
+            Log::error("Cannot save the state of {} to {}", view.name(), path.string());
+            return;
+        }
+    }
+    std::filesystem::rename(temporary, path, error);
+    if(error) Log::error("Cannot save the state of {} to {}: {}", view.name(), path.string(), error.message());
 }
 
 bool EditorShell::openProject(const std::string& path) {

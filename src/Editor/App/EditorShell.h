@@ -108,6 +108,11 @@ private:
     EditorView* focusedView() const;
     void adoptProject(std::unique_ptr<ProjectFile> project);
     EditorView& startView(std::size_t index);
+    // What a view returns from unload is kept beside the layout file and handed to its load when
+    // it starts again; nothing is kept without a layout file.
+    std::filesystem::path viewStatePath(const EditorView& view) const;
+    void loadViewState(EditorView& view);
+    void saveViewState(EditorView& view);
     void persistPreferences();
     std::optional<unsigned> thumbnailOf(ResourceType type, ResourceId id) const;
     // The panels keep record ids, the views a bit set over the scene's objects; whichever side

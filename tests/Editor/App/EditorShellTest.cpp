@@ -288,8 +288,12 @@ public:
     void pointerMoveEvent(PointerMoveEvent& e) override { if(holdsPointer()) dragged += e.relativePosition; }
     void keyPressEvent(KeyEvent& e) override { keys.push_back(e.key); }
     void exitEvent(ExitEvent& e) override { e.cancelled = busy; }
+    using EditorView::load;
+    void load(std::span<const char> state) override { loaded.assign(state.begin(), state.end()); }
+    std::vector<char> unload(bool) override { return {toSave.begin(), toSave.end()}; }
 
     bool initialized{}, holdingAtPress{}, busy{};
+    std::string loaded, toSave;
     int draws{}, updates{}, triggered{}, deletes{};
     std::vector<bool> focusEvents;
     std::vector<int> presses, releases, keys;
@@ -477,6 +481,39 @@ TEST(EditorShellViewTest, OpeningAnotherProjectRemakesTheViews) {
     EXPECT_FALSE(remade.isOpen()) << "closed views stay closed";
     (void)data;
     driver.frame();
+}
+
+}
+
+namespace {
+
+TEST(EditorShellViewTest, ViewStateIsKeptBetweenRuns) {
+    const std::filesystem::path project = makeProject("view-state");
+    const std::filesystem::path layout = project.parent_path()/"config"/"layout.ini";
+    std::filesystem::remove_all(layout.parent_path());
+    auto factory = [] { return std::make_unique<RecordingView>("Stateful View"); };
+    {
+        EditorShell shell{EditorShell::Configuration{layout, {}}};
+        ASSERT_TRUE(shell.openProject(project.string()));
+        shell.initWithoutGraphics();
+        auto& view = static_cast<RecordingView&>(shell.addView(factory));
+        EXPECT_EQ(view.loaded, "") << "nothing saved yet";
+        view.toSave = "tab=3";
+    }
+    {
+        EditorShell shell{EditorShell::Configuration{layout, {}}};
+        ASSERT_TRUE(shell.openProject(project.string()));
+        shell.initWithoutGraphics();
+        auto& view = static_cast<RecordingView&>(shell.addView(factory));
+        EXPECT_EQ(view.loaded, "tab=3");
+        // Empty state removes what was kept.
+    }
+    {
+        EditorShell shell{EditorShell::Configuration{layout, {}}};
+        shell.initWithoutGraphics();
+        auto& view = static_cast<RecordingView&>(shell.addView(factory));
+        EXPECT_EQ(view.loaded, "");
+    }
 }
 
 }
