@@ -2,7 +2,7 @@
 // Compiles the project's records into an engine scene: shaders and pipelines (with the material
 // definitions their fragment shaders declare), images, textures, materials packed through those
 // definitions, meshes with their bounding spheres and morph targets, fonts, animations, and the
-// objects with their components.
+// objects with their components (active objects are marked in Scene::visibleObjects for bakers).
 //
 // Compiling is incremental. The compiler remembers, per change category, the project stamp it
 // last compiled and, per record, the text it was compiled from; compile() revisits only categories

@@ -210,7 +210,10 @@ void AssetCompiler::compileObjectRecords(bool all, bool components) {
     // Removed records; their children were moved away above, so a subtree holds only removed ones.
     for(auto it = _objects.begin(); it != _objects.end();) {
         if(byId.count(it->first)) { ++it; continue; }
-        if(graph.isValid(it->second)) graph.removeObject(it->second);
+        if(graph.isValid(it->second)) {
+            for(const Data::ObjectData& o: graph.subtree(it->second)) if(o.id < scene.visibleObjects.size()) scene.visibleObjects.clear(o.id);
+            graph.removeObject(it->second);
+        }
         if(const std::uint16_t skin = _skins.find(ResourceId{it->first})) scene.skins[skin - 1] = {};
         it = _objects.erase(it);
         structure = true;
@@ -411,8 +414,11 @@ std::uint32_t AssetCompiler::compileComponents(ResourceId id, const JsonValue* r
     for(Id m: meshComponents) scene.meshes().setSkin(m, skinIndex);
     if(previousSkin && skinIndex == Data::MeshManager::NoSkin)
         _skins.releaseUnless([&](ResourceId other) { return other != id; });
-    // Components stay inactive on inactive objects; everything else is live at once.
+    // Components stay inactive on inactive objects; everything else is live at once. Bakers
+    // render the active objects.
     if(active) for(const auto& [manager, component]: added) manager->activate(component);
+    if(scene.visibleObjects.size() < graph.capacity()) scene.visibleObjects.resize(graph.capacity());
+    scene.visibleObjects.set(object, active);
     return categories;
 }
 

@@ -312,6 +312,26 @@ TEST_F(AssetCompilerTest, RemovedAndAddedObjects) {
     EXPECT_EQ(scene.views().size(), 1u);
 }
 
+TEST_F(AssetCompilerTest, InactiveObjectsKeepTheirComponentsOff) {
+    compiler->compile();
+    EXPECT_TRUE(scene.visibleObjects.isSetSafe(object(2)));
+    changes->pushChange(record("objects", 2).access("active"), false);
+    changes->commit();
+    compiler->compile();
+    const auto lights = scene.graph().componentsOfType(object(2), Data::ComponentType::Light);
+    ASSERT_EQ(lights.size(), 1u);
+    EXPECT_FALSE(scene.lights().isActive(lights[0]));
+    EXPECT_FALSE(scene.visibleObjects.isSetSafe(object(2)));
+    EXPECT_TRUE(scene.visibleObjects.isSetSafe(object(1)));
+
+    // Removed objects are not rendered by bakers either.
+    const Id floor = object(4);
+    changes->pushRemoval(record("objects", 4));
+    changes->commit();
+    compiler->compile();
+    EXPECT_FALSE(scene.visibleObjects.isSetSafe(floor));
+}
+
 TEST_F(AssetCompilerTest, ReparentingKeepsObjectsAndTheirWorldPlace) {
     compiler->compile();
     const Id camera = object(3), floor = object(4);
