@@ -279,6 +279,7 @@ void AbstractRenderer::updateTransforms() {
         Log::error("AbstractRenderer::updateTransforms(): the mesh manager is not in a scene graph");
         return;
     }
+    _statistics.transformRowsUploaded = 0;
     const bool all = _transformsAll;
     auto write = [&](std::size_t objectId, Data::Id object, UnsignedInt material) {
         if(!graph->isValid(object) || (!all && !graph->isChanged(object))) return;
@@ -294,6 +295,10 @@ void AbstractRenderer::updateTransforms() {
     _transformsAll = false;
 }
 
+void AbstractRenderer::uploadTransformations() {
+    _statistics.transformRowsUploaded += UnsignedInt(_transformations.upload());
+}
+
 void AbstractRenderer::updateCulling() {
     if(!_meshes) return;
     const Data::SceneGraph* graph = _meshes->sceneGraph();
@@ -303,6 +308,12 @@ void AbstractRenderer::updateCulling() {
     for(std::size_t i = 0; i != n; ++i) {
         const Data::Id object = _meshes->object(i);
         if(!graph->isValid(object) || (!all && !graph->isChanged(object))) continue;
+        // A skinned mesh goes where its joints take it, not its object: it is never culled (an empty
+        // sphere always passes).
+        if(_meshes->skin(_meshes->component(i)) != Data::MeshManager::NoSkin) {
+            _worldBounds[i] = BoundingSphere{};
+            continue;
+        }
         _worldBounds[i] = _localBounds[i].scaled(graph->absoluteScaling(object)).transformed(graph->absoluteTransformation(object));
     }
     _cullingAll = false;
@@ -338,9 +349,10 @@ void AbstractRenderer::updateLights(const Data::LightManager& lights) {
                 break;
             case Data::LightType::Spot: {
                 auto& l = const_cast<Data::LightManager&>(lights);
+                // The manager keeps full cone angles in degrees, the block half-angle cosines.
                 u = Shaders::LightUniforms::spot(lights.position(light), lights.direction(light), lights.color(light),
-                                                 lights.intensity(light), l.innerAngle(light), l.outerAngle(light),
-                                                 lights.range(light));
+                                                 lights.intensity(light), glm::radians(l.innerAngle(light)*0.5f),
+                                                 glm::radians(l.outerAngle(light)*0.5f), lights.range(light));
                 break;
             }
             case Data::LightType::Sun:
@@ -376,6 +388,8 @@ void AbstractRenderer::updateShadows(const Data::LightManager& lights) {
         break;
     }
     u.parameters = Vector4{0.002f, 0.02f, 1.0f/float(_shadowMapSize), float(cascades)};
+    // The casters are drawn where this frame puts them.
+    uploadTransformations();
     _statistics.shadowDrawCalls = _shadows->render(_state, views, [&](Shaders::ShaderProgram& program) {
         UnsignedInt calls = 0;
         const int idOffset = program.uniformLocation("idOffset");

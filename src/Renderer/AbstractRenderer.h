@@ -72,7 +72,7 @@ struct RendererStatistics {
     UnsignedInt visible = 0;          // mesh components that passed culling
     UnsignedInt culled = 0;           // mesh components rejected by culling
     UnsignedInt shadowDrawCalls = 0;
-    UnsignedInt transformRowsUploaded = 0;  // rows of the transformation table sent this frame
+    UnsignedInt transformRowsUploaded = 0;  // rows of the transformation table sent since updateTransforms()
     double cullingMicroseconds = 0.0;
     double submissionMicroseconds = 0.0;
 };
@@ -231,6 +231,9 @@ public:
     void setImageForTexture(UnsignedInt texture, UnsignedInt image);
 
 protected:
+    // Sends the changed transformation rows, counting them in the statistics.
+    void uploadTransformations();
+
     struct GraphEntry {
         UnsignedInt batch;
         UnsignedInt pipeline;

@@ -93,7 +93,7 @@ UnsignedInt ShadowPass::render(RendererState& state, std::span<const Data::Shado
     state.bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, 0);
     depth->use(state);
     const int viewIndex = depth->uniformLocation("viewIndex");
-    if(viewIndex != -1) glUniform1i(viewIndex, 0);
+    if(viewIndex != -1) glUniform1ui(viewIndex, 0u);
     glDrawBuffer(GL_NONE);
     UnsignedInt calls = 0;
     for(UnsignedInt layer = 0; layer != layers; ++layer) {

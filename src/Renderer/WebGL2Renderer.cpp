@@ -44,7 +44,7 @@ void WebGL2Renderer::uploadRenderData(const RenderData& data) {
             views.projectionType(_targetView) == Data::ProjectionType::Orthographic));
     }
     _viewUniforms.upload();
-    _statistics.transformRowsUploaded = UnsignedInt(_transformations.upload());
+    uploadTransformations();
     _materials.upload();
     _textureBounds.upload();
     if(_skinData.size()) _skinData.upload();
@@ -91,7 +91,7 @@ void WebGL2Renderer::drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& s
     const bool overlay = !batch.views().isEmpty();
     if(idOffset != -1) glUniform1ui(idOffset, overlay ? 0u : batch.idOffset());
     const int viewIndex = shader.uniformLocation("viewIndex");
-    if(viewIndex != -1) glUniform1i(viewIndex, GLint(_targetBuffer));
+    if(viewIndex != -1) glUniform1ui(viewIndex, _targetBuffer);
     std::span<const std::uint64_t> visible;
     if(useVisibility && batch.type() == BatchType::Mesh && _meshes && !overlay)
         visible = {_meshes->visibility().words(), _meshes->visibility().wordCount()};
@@ -171,7 +171,7 @@ void WebGL2Renderer::drawSky() {
     if(material != -1 && _meshes && !batch.componentObjectIds().empty())
         glUniform1ui(material, _meshes->material(_meshes->component(batch.componentObjectIds()[0])));
     const int viewIndex = shader->uniformLocation("viewIndex");
-    if(viewIndex != -1) glUniform1i(viewIndex, GLint(_targetBuffer));
+    if(viewIndex != -1) glUniform1ui(viewIndex, _targetBuffer);
     if(!_emptyVertexArray) glGenVertexArrays(1, &_emptyVertexArray);
     _state.bindVertexArray(_emptyVertexArray);
     glDrawArrays(GL_TRIANGLES, 0, 3);

@@ -1,0 +1,403 @@
+#include <cmath>
+#include <functional>
+
+#include <gtest/gtest.h>
+
+#include "Engine/Scene.h"
+#include "Engine/SceneGraph.h"
+#include "Gfx/GLTestFixture.h"
+#include "Gfx/Log.h"
+#include "Gfx/Primitives/Primitives.h"
+#include "Renderer/DefaultPipelines.h"
+#include "Renderer/Overdraw.h"
+#include "Renderer/WebGL2Renderer.h"
+
+using namespace ArdentisEngine;
+using ArdentisEngine::Test::Rgba8;
+
+namespace {
+
+using Test::PrintTo;
+
+constexpr int Size = 64;
+
+float brightness(const Image& image, Vector2i at) {
+    const Rgba8 p = image.pixel<Rgba8>(at.x, at.y);
+    return (float(p.r) + float(p.g) + float(p.b))/3.0f;
+}
+
+// Pixel of a world point on the z = 0 plane, for the camera of Stage (at z = 5, 90° wide).
+Vector2i pixelOf(float x, float y) {
+    return {int((0.5f + x/10.0f)*Size), int((0.5f + y/10.0f)*Size)};
+}
+
+// A scene with a camera at (0, 0, 5) looking down -Z with a 90° field of view (the z = 0 plane shows
+// -5..5), the renderer with the default pipelines, and the frame sequence the views run.
+struct Stage {
+    Stage(): renderer{state}, target{Vector2i{Size}} {
+        renderer.addDefaultPipelines();
+        renderer.pipelines().compileAll(true);
+        auto& graph = scene.graph();
+        camera = graph.addObject();
+        graph.setLocalTransformation(camera, DualQuaternion::translation({0.0f, 0.0f, 5.0f}));
+        view = scene.views().addComponent(camera);
+        scene.views().activate(view);
+        scene.views().fov(view) = 90.0f;
+        scene.views().far(view) = 20.0f;
+        scene.views().viewport(view) = Range2Di{{0, 0}, Vector2i{Size}};
+        scene.views().targetFramebuffer(view) = target.framebuffer.id();
+        renderer.setTargetView(scene.views(), view);
+        renderer.setViewportSize(0, Vector2i{Size}, false);
+        graph.activate();
+    }
+
+    UnsignedInt addMesh(const MeshData& mesh) {
+        scene.meshData.push_back(mesh);
+        return UnsignedInt(scene.meshData.size() - 1);
+    }
+    // A material record of the pipeline's definition with one parameter set.
+    Data::Material material(const char* pipeline, const char* param, const Vector4& value) {
+        const Shaders::MaterialDefinition& d = renderer.shader(renderer.pipelineIndex(pipeline))->materialDefinition();
+        Data::Material m = d.defaults();
+        d.set(m, UnsignedInt(d.paramIndex(param)), value);
+        return m;
+    }
+    Data::Id addObject(UnsignedInt mesh, const char* pipeline, UnsignedShort material, const Vector3& at,
+                       const Vector3& scaling = Vector3{1.0f}) {
+        auto& graph = scene.graph();
+        const Data::Id object = graph.addObject();
+        graph.setLocalTransformation(object, DualQuaternion::translation(at));
+        graph.setLocalScaling(object, scaling);
+        const Data::Id c = scene.meshes().addComponent(object);
+        scene.meshes().setMesh(c, UnsignedShort(mesh));
+        scene.meshes().setMaterial(c, material);
+        scene.meshes().setPipeline(c, UnsignedShort(renderer.pipelineIndex(pipeline)));
+        scene.meshes().activate(c);
+        return object;
+    }
+    Data::Id addLight(Data::LightType type, const Vector3& at, const Vector3& towards, float intensity, bool shadows) {
+        auto& graph = scene.graph();
+        const Data::Id object = graph.addObject();
+        const Vector3 d = glm::normalize(towards - at);
+        const Vector3 up = std::abs(d.y) > 0.9f ? Vector3{1, 0, 0} : Vector3{0, 1, 0};
+        graph.setLocalTransformation(object, DualQuaternion::fromRotationTranslation(glm::quatLookAt(d, up), at));
+        const Data::Id l = scene.lights().addComponent(object);
+        scene.lights().lightType(l) = type;
+        scene.lights().intensity(l) = intensity;
+        scene.lights().range(l) = 20.0f;
+        scene.lights().castsShadows(l) = shadows;
+        scene.lights().shadowDistance(l) = 20.0f;
+        scene.lights().innerAngle(l) = 60.0f;
+        scene.lights().outerAngle(l) = 90.0f;
+        scene.lights().activate(l);
+        return object;
+    }
+    void move(Data::Id object, const Vector3& to) {
+        scene.graph().setLocalTransformation(object, DualQuaternion::translation(to));
+    }
+
+    // Batches and meshes, after the scene's components or meshes changed.
+    void prepare() {
+        renderer.prepareBatches(scene.meshes(), scene.texts());
+        renderer.updateMeshes(scene.meshes(), scene.meshData);
+        renderer.updateTexts(scene.texts());
+    }
+
+    Image frame() {
+        auto& graph = scene.graph();
+        graph.computeAbsoluteTransformations();
+        scene.views().update(0.0);
+        scene.meshes().update(0.0);
+        scene.lights().update(0.0);
+        renderer.updateTransforms();
+        renderer.updateCulling();
+        renderer.updateMeshVisibility(scene.views().cullingMatrix(view));
+        scene.lights().setupShadows(scene.views(), view, renderer.shadowSetting());
+        scene.lights().updateShadows(scene.views(), view, renderer.shadowMapSize(), false);
+        renderer.updateLights(scene.lights());
+        renderer.updateShadows(scene.lights());
+        renderer.compileRenderGraph(scene.lights(), scene.meshes(), scene.texts());
+        const RenderData data{&scene.views(), view};
+        renderer.updateRenderGraph(data);
+        renderer.uploadRenderData(data);
+        target.clear();
+        state.resync();
+        renderer.render();
+        graph.resetChanged();
+        return target.read();
+    }
+
+    Data::Scene scene{128};
+    RendererState state;
+    WebGL2Renderer renderer;
+    Test::RenderTarget target;
+    Data::Id camera = 0, view = 0;
+};
+
+class RendererFrameGLTest: public Test::GLTestFixture {
+protected:
+    void TearDown() override {
+        // The renderer and its GL objects are gone before the error check.
+        stage.reset();
+        GLTestFixture::TearDown();
+    }
+    Stage& make() {
+        // The old stage goes first: a new state cache must not read bindings of objects about to die.
+        stage.reset();
+        stage = std::make_unique<Stage>();
+        return *stage;
+    }
+    std::unique_ptr<Stage> stage;
+};
+
+TEST_F(RendererFrameGLTest, LitSphereIsBrighterOnTheLightsSide) {
+    const struct {
+        const char* name;
+        Data::LightType type;
+        Vector3 position;
+        float intensity;
+    } cases[]{
+        {"point", Data::LightType::Point, {4.0f, 0.0f, 3.0f}, 40.0f},
+        {"spot", Data::LightType::Spot, {4.0f, 0.0f, 3.0f}, 40.0f},
+        {"sun", Data::LightType::Sun, {4.0f, 0.0f, 3.0f}, 2.0f},
+    };
+    for(const auto& c: cases) {
+        SCOPED_TRACE(c.name);
+        Stage& s = make();
+        const UnsignedInt sphere = s.addMesh(Primitives::uvSphereSolid(16, 32));
+        s.renderer.updateMaterial(1, s.material("Phong Opaque", "diffuseColor", Vector4{0.8f, 0.8f, 0.8f, 1.0f}));
+        s.addObject(sphere, "Phong Opaque", 1, Vector3{0.0f}, Vector3{2.0f});
+        s.addLight(c.type, c.position, Vector3{0.0f}, c.intensity, false);
+        s.prepare();
+        const Image image = s.frame();
+        const float lit = brightness(image, pixelOf(1.2f, 0.0f)), dark = brightness(image, pixelOf(-1.2f, 0.0f));
+        EXPECT_GT(lit, 40.0f);
+        EXPECT_GT(lit, dark + 30.0f) << "lit " << lit << ", far side " << dark;
+    }
+}
+
+TEST_F(RendererFrameGLTest, BoxCastsAShadowOnAPlane) {
+    // Every light puts the box's shadow around (-1, 0) on the plane; the same pixel is compared with
+    // the box moved out of the light.
+    const struct {
+        const char* name;
+        Data::LightType type;
+        Vector3 position;
+        float intensity;
+        UnsignedInt shadowSetting;
+        bool expectShadow;
+    } cases[]{
+        {"sun", Data::LightType::Sun, {3.0f, 0.0f, 4.0f}, 2.0f, 1, true},
+        {"spot", Data::LightType::Spot, {3.0f, 0.0f, 4.0f}, 60.0f, 1, true},
+        {"point", Data::LightType::Point, {3.0f, 0.0f, 4.0f}, 60.0f, 1, true},
+        {"shadows off", Data::LightType::Sun, {3.0f, 0.0f, 4.0f}, 2.0f, 0, false},
+    };
+    for(const auto& c: cases) {
+        SCOPED_TRACE(c.name);
+        Stage& s = make();
+        s.renderer.setShadowSetting(c.shadowSetting);
+        const UnsignedInt plane = s.addMesh(Primitives::planeSolid());
+        const UnsignedInt box = s.addMesh(Primitives::cubeSolid());
+        s.renderer.updateMaterial(1, s.material("Phong Opaque", "diffuseColor", Vector4{0.8f, 0.8f, 0.8f, 1.0f}));
+        s.addObject(plane, "Phong Opaque", 1, Vector3{0.0f}, Vector3{4.0f, 4.0f, 1.0f});
+        const Data::Id caster = s.addObject(box, "Phong Opaque", 1, Vector3{0.0f, 0.0f, 1.0f}, Vector3{0.3f});
+        s.addLight(c.type, c.position, Vector3{0.0f, 0.0f, 1.0f}, c.intensity, true);
+        s.prepare();
+        const Vector2i at = pixelOf(-1.0f, 0.0f);
+        const float shadowed = brightness(s.frame(), at);
+        s.move(caster, Vector3{0.0f, 30.0f, 1.0f});
+        const float open = brightness(s.frame(), at);
+        EXPECT_GT(open, 30.0f);
+        if(c.expectShadow) {
+            EXPECT_LT(shadowed, open*0.5f) << "shadowed " << shadowed << ", open " << open;
+            EXPECT_GT(s.renderer.statistics().shadowDrawCalls, 0u);
+        } else {
+            EXPECT_NEAR(shadowed, open, 2.0f);
+        }
+    }
+}
+
+TEST_F(RendererFrameGLTest, CullingSetsVisibilityByFrustum) {
+    // Unit spheres (radius 1 after scaling 1); the camera sees x and y in -5..5 at z = 0.
+    const struct {
+        const char* name;
+        Vector3 position;
+        bool visible;
+    } cases[]{
+        {"in front", {0.0f, 0.0f, 0.0f}, true},
+        {"behind the camera", {0.0f, 0.0f, 8.0f}, false},
+        {"far to the side", {30.0f, 0.0f, 0.0f}, false},
+        {"straddling the left edge", {-5.6f, 0.0f, 0.0f}, true},
+        {"just past the top edge", {0.0f, 6.6f, 0.0f}, false},
+        {"beyond the far plane", {0.0f, 0.0f, -17.0f}, false},
+    };
+    Stage& s = make();
+    const UnsignedInt sphere = s.addMesh(Primitives::uvSphereSolid(8, 8));
+    std::vector<Data::Id> objects;
+    for(const auto& c: cases) objects.push_back(s.addObject(sphere, "Flat Opaque", 0, c.position));
+    s.prepare();
+    s.frame();
+    const auto& meshes = s.scene.meshes();
+    UnsignedInt expectedCulled = 0;
+    for(std::size_t i = 0; i != std::size(cases); ++i) {
+        SCOPED_TRACE(cases[i].name);
+        const Data::Id component = s.scene.graph().componentsOfType(objects[i], Data::ComponentType::Mesh).at(0);
+        EXPECT_EQ(meshes.visibility().isSet(meshes.indexOf(component)), cases[i].visible);
+        if(!cases[i].visible) ++expectedCulled;
+    }
+    EXPECT_EQ(s.renderer.statistics().culled, expectedCulled);
+    // Moving an object updates its bit on the next frame.
+    s.move(objects[1], Vector3{0.0f});
+    s.frame();
+    const Data::Id moved = s.scene.graph().componentsOfType(objects[1], Data::ComponentType::Mesh).at(0);
+    EXPECT_TRUE(meshes.visibility().isSet(meshes.indexOf(moved)));
+}
+
+TEST_F(RendererFrameGLTest, MaterialColourChangeChangesPixels) {
+    Stage& s = make();
+    const UnsignedInt quad = s.addMesh(Primitives::planeSolid());
+    s.renderer.updateMaterial(1, s.material("Flat Opaque", "color", Vector4{1.0f, 0.0f, 0.0f, 1.0f}));
+    s.addObject(quad, "Flat Opaque", 1, Vector3{0.0f}, Vector3{2.0f});
+    s.prepare();
+    const Vector2i centre{Size/2};
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(s.frame(), centre, {255, 0, 0, 255}, 2));
+    s.renderer.updateMaterial(1, s.material("Flat Opaque", "color", Vector4{0.0f, 1.0f, 0.0f, 1.0f}));
+    const Image after = s.frame();
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(after, centre, {0, 255, 0, 255}, 2));
+    // Nothing moved: no transformation row went up again.
+    EXPECT_EQ(s.renderer.statistics().transformRowsUploaded, 0u);
+}
+
+TEST_F(RendererFrameGLTest, SkinnedMeshFollowsItsJoint) {
+    const struct {
+        const char* name;
+        Vector3 joint;
+    } cases[]{
+        {"bind pose", {0.0f, 0.0f, 0.0f}},
+        {"joint moved right", {3.0f, 0.0f, 0.0f}},
+        {"joint moved down", {0.0f, -3.0f, 0.0f}},
+    };
+    for(const auto& c: cases) {
+        SCOPED_TRACE(c.name);
+        Stage& s = make();
+        s.renderer.setLayoutFlags(MeshDataNormal | MeshDataJoints, ~0u);
+        MeshData mesh = Primitives::planeSolid();
+        mesh.jointIds.assign(mesh.vertexCount(), JointIds{0u});
+        mesh.weights.assign(mesh.vertexCount(), Vector4{1.0f, 0.0f, 0.0f, 0.0f});
+        const UnsignedInt quad = s.addMesh(mesh);
+        const UnsignedInt pipeline = s.renderer.addPipeline(
+            {}, "Flat Skinned", *Shaders::loadPipelineShader(*Shaders::findDefaultPipeline("Flat Opaque")), {"PRIMARY_JOINTS"});
+        ASSERT_NE(pipeline, 0u);
+        s.renderer.pipelines().compileAll(true);
+        s.renderer.updateMaterial(1, s.material("Flat Skinned", "color", Vector4{1.0f}));
+        // The object's own transformation is ignored for skinned meshes: it sits far away on purpose.
+        const Data::Id object = s.addObject(quad, "Flat Skinned", 1, Vector3{-30.0f, 0.0f, 0.0f});
+        s.scene.meshes().setSkin(s.scene.graph().componentsOfType(object, Data::ComponentType::Mesh).at(0), 0);
+        s.prepare();
+        const Matrix4 joint = glm::translate(Matrix4{1.0f}, c.joint);
+        const UnsignedInt offsets[]{0};
+        s.renderer.updateSkinning(std::span{&joint, 1}, offsets);
+        const Image image = s.frame();
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, pixelOf(c.joint.x, c.joint.y), {255, 255, 255, 255}, 2));
+        const Vector3 away = c.joint == Vector3{0.0f} ? Vector3{3.0f, 3.0f, 0.0f} : Vector3{0.0f};
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, pixelOf(away.x, away.y), {0, 0, 0, 255}, 2));
+    }
+}
+
+TEST_F(RendererFrameGLTest, BloomSpreadsABrightPixel) {
+    const struct {
+        const char* name;
+        bool bloom;
+        float minimumNearby, maximumNearby;
+    } cases[]{
+        {"off", false, 0.0f, 1.0f},
+        {"on", true, 4.0f, 255.0f},
+    };
+    for(const auto& c: cases) {
+        SCOPED_TRACE(c.name);
+        Stage& s = make();
+        const UnsignedInt quad = s.addMesh(Primitives::planeSolid());
+        s.renderer.updateMaterial(1, s.material("Flat Opaque", "color", Vector4{40.0f, 40.0f, 40.0f, 1.0f}));
+        // About two pixels across.
+        s.addObject(quad, "Flat Opaque", 1, Vector3{0.0f}, Vector3{0.15f});
+        s.renderer.setBloomEnabled(c.bloom);
+        s.renderer.bloomPass().setThreshold(1.0f);
+        s.renderer.bloomPass().setIntensity(1.0f);
+        s.renderer.bloomPass().setNumberOfFilterPasses(2);
+        s.renderer.setViewportSize(0, Vector2i{Size}, true);
+        s.prepare();
+        const Image image = s.frame();
+        const float nearby = brightness(image, Vector2i{Size/2 + 4, Size/2});
+        EXPECT_GE(nearby, c.minimumNearby);
+        EXPECT_LE(nearby, c.maximumNearby);
+        EXPECT_GT(brightness(image, Vector2i{Size/2}), 200.0f);
+    }
+}
+
+TEST_F(RendererFrameGLTest, DrawCallsFollowDistinctMeshesPerPipeline) {
+    const struct {
+        const char* name;
+        bool hideSpheres;
+        bool multiDraw;
+        UnsignedInt drawCalls;
+    } cases[]{
+        // Flat: boxes and spheres; Phong: boxes.
+        {"all visible", false, false, 3},
+        {"spheres culled", true, false, 2},
+        {"multi-draw", false, true, 2},
+    };
+    for(const auto& c: cases) {
+        SCOPED_TRACE(c.name);
+        if(c.multiDraw && !WebGL2Renderer::multiDrawSupported()) continue;
+        Stage& s = make();
+        const UnsignedInt box = s.addMesh(Primitives::cubeSolid());
+        const UnsignedInt sphere = s.addMesh(Primitives::uvSphereSolid(4, 8));
+        for(int i = 0; i != 5; ++i) s.addObject(box, "Flat Opaque", 0, Vector3{float(i) - 2.0f, 2.0f, 0.0f}, Vector3{0.2f});
+        for(int i = 0; i != 3; ++i)
+            s.addObject(sphere, "Flat Opaque", 0, Vector3{float(i), 0.0f, c.hideSpheres ? 10.0f : 0.0f}, Vector3{0.2f});
+        for(int i = 0; i != 2; ++i) s.addObject(box, "Phong Opaque", 0, Vector3{float(i), -2.0f, 0.0f}, Vector3{0.2f});
+        s.renderer.setMultiDrawEnabled(c.multiDraw);
+        s.prepare();
+        s.frame();
+        EXPECT_EQ(s.renderer.statistics().drawCalls, c.drawCalls);
+        const std::uint64_t boxTriangles = 12, sphereTriangles = Primitives::uvSphereSolid(4, 8).elementCount()/3;
+        EXPECT_EQ(s.renderer.statistics().triangles, 7*boxTriangles + (c.hideSpheres ? 0 : 3*sphereTriangles));
+    }
+}
+
+TEST_F(RendererFrameGLTest, OverdrawCountsFragmentsPerPixel) {
+    Stage& s = make();
+    const UnsignedInt quad = s.addMesh(Primitives::planeSolid());
+    s.addObject(quad, "Flat Opaque", 0, Vector3{-1.0f, 0.0f, 0.0f}, Vector3{2.0f});
+    s.addObject(quad, "Flat Opaque", 0, Vector3{1.0f, 0.0f, 0.5f}, Vector3{2.0f});
+    s.prepare();
+    s.renderer.beginOverdrawTracking();
+    s.frame();
+    s.renderer.endOverdrawTracking();
+    const std::vector<float> counts = s.renderer.overdrawPass().readCounts(s.state);
+    auto countAt = [&](float x) { const Vector2i p = pixelOf(x, 0.0f); return counts[std::size_t(p.y)*Size + std::size_t(p.x)]; };
+    EXPECT_EQ(countAt(0.0f), 2.0f);
+    EXPECT_EQ(countAt(-2.5f), 1.0f);
+    EXPECT_EQ(countAt(4.5f), 0.0f);
+    s.renderer.renderOverdraw({&s.scene.views(), s.view});
+    const Image heat = s.target.read();
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(heat, pixelOf(4.5f, 0.0f), {0, 0, 0, 255}, 2));
+    EXPECT_GT(brightness(heat, pixelOf(0.0f, 0.0f)), brightness(heat, pixelOf(-2.5f, 0.0f)) - 255.0f);
+    EXPECT_FALSE(ArdentisEngine::Test::pixelNear(heat, pixelOf(0.0f, 0.0f), {0, 0, 0, 255}, 10));
+}
+
+TEST_F(RendererFrameGLTest, ImageReservationsAndBadInputsAreRefused) {
+    Stage& s = make();
+    s.renderer.setTextureAtlasSize(Vector2i{64}, 1);
+    EXPECT_TRUE(s.renderer.reserveImage(0, Vector2i{32}));
+    EXPECT_FALSE(s.renderer.reserveImage(1, Vector2i{128})) << "larger than the atlas";
+    Log::Capture log{Log::Channel::Error};
+    s.renderer.setImageForTexture(1, 5);
+    EXPECT_FALSE(s.renderer.setShCount(3));
+    EXPECT_TRUE(s.renderer.setShCount(9));
+    EXPECT_FALSE(s.renderer.uploadEnvironmentProbe(16, 3, std::vector<std::byte>(100)));
+    EXPECT_NE(log.text().find("no atlas slot"), std::string::npos);
+    EXPECT_NE(log.text().find("expected 0, 1, 4 or 9"), std::string::npos);
+}
+
+}
