@@ -102,6 +102,7 @@ struct World {
         renderer.addDefaultPipelines();
         pipeline = UnsignedShort(renderer.pipelineIndex("Flat Opaque"));
         scene().materials[1].pipeline = pipeline;
+        scene().materials[1].parameters = {1.0f, 1.0f, 1.0f, 1.0f};  // white
         // Looking down -Z at the origin from 5 units away.
         canvas->cameraTransform(DualQuaternion::translation(Vector3{0.0f, 0.0f, 5.0f}));
         const std::optional<Shaders::ShaderSource> source = Shaders::ComponentId::defaultSource();
@@ -228,6 +229,42 @@ TEST_F(CanvasGLTest, OutlineAroundSelectionOnly) {
     EXPECT_GT(count(image), 3*4*28);
     EXPECT_LT(count(image), 5*4*36);
 }
+
+struct ModeCase {
+    const char* name;
+    UnsignedInt mode;
+    // Centre of the cube, and of a red point light's sphere beside it.
+    AT::Rgba8 cube, light;
+};
+
+const ModeCase ModeCases[]{
+    {"shaded", Canvas::Shaded, {255, 255, 255, 255}, {255, 0, 0, 255}},
+    {"mesh visualization", Canvas::MeshVisualization, {47, 131, 204, 255}, {255, 0, 0, 255}},
+    {"object id draws only the overlays", Canvas::ObjectId, {0, 0, 0, 255}, {255, 0, 0, 255}},
+};
+
+class CanvasRenderModeGLTest: public AT::GLTestFixtureWithParam<ModeCase> {};
+
+TEST_P(CanvasRenderModeGLTest, SceneImage) {
+    const ModeCase& data = GetParam();
+    World world;
+    std::unique_ptr<Canvas> canvas = world.makeCanvas();
+    world.addCube({0, 0, 0});
+    const Id light = world.addLight({1.2f, 0, 2.0f});
+    world.scene().lights().color(world.scene().lights().component(0)) = Color3{1.0f, 0.0f, 0.0f};
+    world.scene().graph().setLocalScaling(light, Vector3{1.0f});
+    canvas->renderMode = data.mode;
+    world.load(*canvas);
+    world.frame(*canvas, {.lights = true});
+
+    const Image image = canvas->framebuffer().read(Range2Di{{0, 0}, Size}, PixelFormat::RGBA8);
+    // Off the cube's edges, where the wireframe does not reach.
+    EXPECT_TRUE(AT::pixelNear(image, {27, 36}, data.cube, 3));
+    // The light at (1.2, 0, 2) seen from 3 units away lands at x = 32 + 1.2/(3 tan 30°)*32.
+    EXPECT_TRUE(AT::pixelNear(image, {54, 32}, data.light, 3));
+}
+
+INSTANTIATE_TEST_SUITE_P(, CanvasRenderModeGLTest, ::testing::ValuesIn(ModeCases), caseName);
 
 struct FocusCase {
     const char* name;
