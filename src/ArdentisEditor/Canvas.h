@@ -50,8 +50,9 @@ struct OverlayInstance {
     Vector4 scaling{1.0f, 1.0f, 1.0f, 0.0f};  // w: material id bits, none here
 };
 
-// An instanced overlay draw: one packed mesh, one record per instance, registered with the
-// renderer as a batch. Empty while it has no instances.
+// An instanced overlay draw: its packed meshes and one record per instance, kept in a renderer
+// batch (rendererBatch). Instance i of the light and view batches is the manager's dense index i;
+// instance i of the bone batch is the canvas's boneObjects()[i]. Empty while it has no instances.
 struct OverlayBatch {
     std::vector<OverlayInstance> instances;
     // Mesh of each instance within the batch (the light batch: 0 sphere, 1 arrow).
