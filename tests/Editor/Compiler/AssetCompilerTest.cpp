@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "Editor/Compiler/AssetCompiler.h"
+#include "Editor/Data/EditorData.h"
 #include "Editor/Project/TestProject.h"
 #include "Editor/Undo/ChangeManager.h"
 #include "Gfx/Log.h"
@@ -505,6 +506,14 @@ TEST_F(AssetCompilerTest, FontMetrics) {
     EXPECT_EQ(scene.texts().font(texts[0]), font);
     // Two glyphs, one quad each.
     EXPECT_EQ(scene.texts().meshData(texts[0], data).vertexCount(), 8u);
+}
+
+TEST_F(AssetCompilerTest, IntoTheEditorDataMainScene) {
+    EditorData data{project};
+    AssetCompiler editorCompiler{data};
+    editorCompiler.compile();
+    EXPECT_EQ(data.scene().main().graph().objectCount(), 5u);
+    EXPECT_EQ(&editorCompiler.scene(), &data.scene().main());
 }
 
 // [plug-ins and probes]
