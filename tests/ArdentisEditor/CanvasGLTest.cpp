@@ -273,6 +273,9 @@ struct FocusCase {
     Vector3 center;
     // Half the angle the sphere must fit in, or 0 for the fixed distance of 3.
     float halfAngle;
+    // An unselected cube under the first empty, at this offset, with or without children.
+    std::optional<Vector3> childCube{};
+    bool withChildren = false;
 };
 
 const float HalfFov = glm::radians(60.0f)*0.8f*0.5f;  // the canvas view's default field of view
@@ -284,6 +287,8 @@ const FocusCase FocusCases[]{
     {"wide viewport fits the height", {200, 100}, {{0, 1, 0}}, {}, {0, 1, 0}, Wide},
     {"tall viewport fits the width", {100, 200}, {{0, 1, 0}}, {}, {0, 1, 0}, HalfFov},
     {"mesh and empty averaged", {100, 200}, {{2, 0, 0}}, {{0, 0, 0}}, {1, 0, 0}, HalfFov},
+    {"children joined", {100, 200}, {}, {{1, 0, 0}}, {1, 0, 0}, HalfFov, Vector3{0, 2, 0}, true},
+    {"children left out", {100, 200}, {}, {{1, 0, 0}}, {1, 0, 0}, 0.0f, Vector3{0, 2, 0}, false},
 };
 
 class CanvasFocusGLTest: public AT::GLTestFixtureWithParam<FocusCase> {};
@@ -296,17 +301,23 @@ TEST_P(CanvasFocusGLTest, Focus) {
     selection.resize(16);
     for(const Vector3& at: data.cubes) selection.set(world.addCube(at));
     for(const Vector3& at: data.empties) selection.set(world.addObject(at));
+    std::vector<Vector3> meshCenters = data.cubes;
+    if(data.childCube) {
+        const Id child = world.addCube(*data.childCube);
+        world.scene().graph().reparent(child, Id(selection.view().findFirstSet().value_or(0)));
+        if(data.withChildren) meshCenters.push_back(data.empties[0] + *data.childCube);
+    }
     world.scene().graph().computeAbsoluteTransformations();
     canvas->views().viewport(Canvas::MainView) = Range2Di{{0, 0}, data.viewport};
     // Turn the camera so the result shows that it keeps its orientation.
     const Quaternion rotation = glm::angleAxis(glm::radians(30.0f), Vector3{0.0f, 1.0f, 0.0f});
     canvas->cameraTransform(DualQuaternion::rotation(rotation));
 
-    const auto [center, distance] = canvas->focus(selection, false);
+    const auto [center, distance] = canvas->focus(selection, data.withChildren);
     float expectedDistance = 3.0f;
     if(data.halfAngle > 0.0f) {
         BoundingSphere all;
-        for(const Vector3& at: data.cubes)
+        for(const Vector3& at: meshCenters)
             all = all.joined(world.scene().meshBoundingSpheres[1].transformed(DualQuaternion::translation(at)));
         expectedDistance = all.radius/std::tan(data.halfAngle);
     }
