@@ -138,19 +138,18 @@ void AssetCompiler::markCompiled(SceneCategory category, std::uint32_t count) {
 }
 
 std::uint32_t AssetCompiler::compile() {
-    compileCategories(true, false);
+    compileCategories(false);
     return _compiledMask;
 }
 
-void AssetCompiler::compileObjects(bool all) { compileCategories(true, all); }
+void AssetCompiler::compileObjects(bool all) { compileCategories(all); }
 
-void AssetCompiler::compileCategories(bool objects, bool allObjects) {
+void AssetCompiler::compileCategories(bool allObjects) {
     _counts.fill(0);
     _compiledMask = 0;
     _componentInputs = false;
 
-    // Imported files are kept by modification time and size, so a change of the file records
-    // only makes meshes and animations look at their files again.
+    // A new file may be what a failed mesh or animation was waiting for; those are still due.
     const bool files = moved(ChangeCategory::Files);
 
     // Each pass reports whether any slot changed, so that what depends on it looks again.
@@ -169,9 +168,9 @@ void AssetCompiler::compileCategories(bool objects, bool allObjects) {
     if(moved(ChangeCategory::Materials) || pipelinesChanged || texturesChanged)
         compileMaterials(pipelinesChanged || texturesChanged);
 
-    if(moved(ChangeCategory::Meshes) || files) compileMeshes(files);
+    if(moved(ChangeCategory::Meshes) || files) compileMeshes(false);
     if(moved(ChangeCategory::Fonts)) compileFonts(false);
-    if(moved(ChangeCategory::Animations) || files) compileAnimations(files);
+    if(moved(ChangeCategory::Animations) || files) compileAnimations(false);
 
     if(moved(ChangeCategory::Physics)) {
         const Vector3 gravity = _project->settings()[Model::Settings::Gravity].value();
@@ -187,7 +186,7 @@ void AssetCompiler::compileCategories(bool objects, bool allObjects) {
     const bool dependencies = _componentInputs;
     const bool objectRecords = moved(ChangeCategory::Objects) || moved(ChangeCategory::Lights) ||
         moved(ChangeCategory::Texts) || moved(ChangeCategory::Physics);
-    if(objects && (allObjects || objectRecords || dependencies))
+    if(allObjects || objectRecords || dependencies)
         compileObjectRecords(allObjects, dependencies);
 
     _seen = {};

@@ -169,7 +169,7 @@ private:
     };
 
     void noteChange(std::string_view path);
-    void compileCategories(bool objects, bool allObjects);
+    void compileCategories(bool allObjects);
     bool moved(ChangeCategory category) const;
 
     void compileShaders(bool force);
