@@ -272,6 +272,42 @@ void AbstractRenderer::updateSkinning(std::span<const Matrix4> jointMatrices, st
     }
 }
 
+template<class F> void AbstractRenderer::forEachRendererObject(bool all, F&& f) {
+    const Data::SceneGraph* graph = _meshes->sceneGraph();
+    const std::size_t total = _objectNext.size();
+    if(all) {
+        for(std::size_t id = 0; id != total; ++id) f(id);
+        return;
+    }
+    // Only the objects the graph marked changed, found a word of its bit set at a time, so that a
+    // frame with one moved object costs next to nothing however large the scene.
+    const auto changed = graph->changedFlags();
+    for(std::size_t w = 0; w != changed.wordCount(); ++w) {
+        std::uint64_t word = changed.words()[w];
+        while(word) {
+            const std::size_t object = w*64 + std::size_t(std::countr_zero(word));
+            word &= word - 1;
+            if(object >= _objectFirst.size()) continue;
+            for(UnsignedInt id = _objectFirst[object]; id != ~0u; id = _objectNext[id]) f(id);
+        }
+    }
+}
+
+void AbstractRenderer::indexObjects() {
+    const Data::SceneGraph* graph = _meshes->sceneGraph();
+    const std::size_t meshCount = _meshes->size();
+    const std::size_t textCount = _texts && _texts->sceneGraph() == graph ? _texts->components().size() : 0;
+    _objectFirst.assign(graph ? graph->capacity() : 0, ~0u);
+    _objectNext.assign(meshCount + textCount, ~0u);
+    auto link = [&](std::size_t id, Data::Id object) {
+        if(object >= _objectFirst.size()) return;
+        _objectNext[id] = _objectFirst[object];
+        _objectFirst[object] = UnsignedInt(id);
+    };
+    for(std::size_t i = 0; i != meshCount; ++i) link(i, _meshes->object(i));
+    for(std::size_t i = 0; i != textCount; ++i) link(meshCount + i, _texts->object(i));
+}
+
 void AbstractRenderer::updateTransforms() {
     if(!_meshes) return;
     const Data::SceneGraph* graph = _meshes->sceneGraph();
@@ -280,18 +316,17 @@ void AbstractRenderer::updateTransforms() {
         return;
     }
     _statistics.transformRowsUploaded = 0;
-    const bool all = _transformsAll;
-    auto write = [&](std::size_t objectId, Data::Id object, UnsignedInt material) {
-        if(!graph->isValid(object) || (!all && !graph->isChanged(object))) return;
-        _transformations.setTransformation(objectId, graph->absoluteTransformation(object), graph->absoluteScaling(object),
-                                           material);
-    };
+    if(_transformsAll) indexObjects();
     const std::size_t meshCount = _meshes->size();
-    for(std::size_t i = 0; i != meshCount; ++i) write(i, _meshes->object(i), _meshes->material(_meshes->component(i)));
-    if(_texts && _texts->sceneGraph() == graph) {
-        for(std::size_t i = 0; i != _texts->components().size(); ++i)
-            write(meshCount + i, _texts->object(i), _texts->material(_texts->component(i)));
-    }
+    forEachRendererObject(_transformsAll, [&](std::size_t id) {
+        const bool mesh = id < meshCount;
+        const Data::Id object = mesh ? _meshes->object(id) : _texts->object(id - meshCount);
+        if(!graph->isValid(object)) return;
+        const UnsignedInt material = mesh ? _meshes->material(_meshes->component(id))
+                                          : _texts->material(_texts->component(id - meshCount));
+        _transformations.setTransformation(id, graph->absoluteTransformation(object), graph->absoluteScaling(object),
+                                           material);
+    });
     _transformsAll = false;
 }
 
@@ -303,19 +338,21 @@ void AbstractRenderer::updateCulling() {
     if(!_meshes) return;
     const Data::SceneGraph* graph = _meshes->sceneGraph();
     if(!graph) return;
-    const bool all = _cullingAll;
+    if(_cullingAll && _objectNext.size() != _meshes->size() + (_texts && _texts->sceneGraph() == graph ? _texts->components().size() : 0))
+        indexObjects();
     const std::size_t n = std::min(_meshes->size(), _localBounds.size());
-    for(std::size_t i = 0; i != n; ++i) {
+    forEachRendererObject(_cullingAll, [&](std::size_t i) {
+        if(i >= n) return;
         const Data::Id object = _meshes->object(i);
-        if(!graph->isValid(object) || (!all && !graph->isChanged(object))) continue;
+        if(!graph->isValid(object)) return;
         // A skinned mesh goes where its joints take it, not its object: it is never culled (an empty
         // sphere always passes).
         if(_meshes->skin(_meshes->component(i)) != Data::MeshManager::NoSkin) {
             _worldBounds[i] = BoundingSphere{};
-            continue;
+            return;
         }
         _worldBounds[i] = _localBounds[i].scaled(graph->absoluteScaling(object)).transformed(graph->absoluteTransformation(object));
-    }
+    });
     _cullingAll = false;
 }
 

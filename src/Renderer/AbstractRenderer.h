@@ -233,6 +233,9 @@ public:
 protected:
     // Sends the changed transformation rows, counting them in the statistics.
     void uploadTransformations();
+    // Renderer object ids per scene object, for visiting only what the graph marked changed.
+    void indexObjects();
+    template<class F> void forEachRendererObject(bool all, F&& f);
 
     struct GraphEntry {
         UnsignedInt batch;
@@ -262,6 +265,7 @@ protected:
     std::vector<Matrix4> _jointMatrices;
     std::vector<UnsignedInt> _skinOffsets;
     bool _transformsAll = true, _cullingAll = true;
+    std::vector<UnsignedInt> _objectFirst, _objectNext;  // object id -> renderer ids, linked
 
     TransformationsTexture _transformations;
     Vector4Texture _skinData{1024, "Skin data"};
