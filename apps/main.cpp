@@ -287,6 +287,14 @@ int runWindow(const Arguments& arguments) {
         e.repeat = action == GLFW_REPEAT;
         shellOf(w).handle(e);
     });
+    glfwSetDropCallback(window, [](GLFWwindow* w, int count, const char** paths) {
+        InputEvent e{InputEvent::Type::Drop};
+        double x, y;
+        glfwGetCursorPos(w, &x, &y);
+        e.position = {float(x), float(y)};
+        e.paths.assign(paths, paths + count);
+        shellOf(w).handle(e);
+    });
     glfwSetCharCallback(window, [](GLFWwindow* w, unsigned codepoint) {
         InputEvent e{InputEvent::Type::Text};
         e.codepoint = codepoint;

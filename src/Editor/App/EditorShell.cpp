@@ -425,6 +425,12 @@ void EditorShell::handle(const InputEvent& event) {
         case InputEvent::Type::Text:
             if(event.codepoint) io.AddInputCharacter(event.codepoint);
             break;
+        case InputEvent::Type::Drop:
+            if(event.paths.empty()) break;
+            _dropPayload = Ui::pathsToPayload(event.paths);
+            _dropPosition = event.position;
+            _dropStage = 1;
+            break;
     }
 }
 
@@ -473,9 +479,11 @@ void EditorShell::buildFrame(float dt, Vector2 windowSize, Vector2 framebufferSc
     io.DeltaTime = dt > 0.0f ? dt : 1.0f/60.0f;
 
     updateFocus();
+    prepareDrop();
     if(_graphics) ImGui_ImplOpenGL3_NewFrame();
     ImGui::NewFrame();
     applyPendingInput();
+    submitDrop();
 
     // Records edited since the last frame reach the scene before the views look at it.
     _compiler->compile();
@@ -500,6 +508,26 @@ void EditorShell::buildFrame(float dt, Vector2 windowSize, Vector2 framebufferSc
     ImGui::Render();
     _editor.collectProgress();
     ++_frame;
+}
+
+void EditorShell::prepareDrop() {
+    if(!_dropStage) return;
+    ImGuiIO& io = ImGui::GetIO();
+    io.MousePos = {_dropPosition.x, _dropPosition.y};
+    // Held while targets preview the drop, let go when it is delivered.
+    io.MouseDown[ImGuiMouseButton_Left] = _dropStage == 1 || (_buttonsDown & PointerButton::Left);
+}
+
+void EditorShell::submitDrop() {
+    if(!_dropStage) return;
+    if(ImGui::BeginDragDropSource(ImGuiDragDropFlags_SourceExtern)) {
+        ImGui::SetDragDropPayload(Ui::PathsPayloadType, _dropPayload.data(), _dropPayload.size());
+        ImGui::EndDragDropSource();
+    }
+    if(++_dropStage > 2) {
+        _dropStage = 0;
+        _dropPayload.clear();
+    }
 }
 
 void EditorShell::pullSceneSelection() {

@@ -96,6 +96,8 @@ private:
     enum class Dialog { None, New, Open, SaveAs, Unsaved };
 
     void applyPendingInput();
+    void prepareDrop();
+    void submitDrop();
     void updateFocus();
     void handleEditorShortcuts();
     void drawMainMenu();
@@ -154,6 +156,12 @@ private:
     std::array<bool, 5> _mousePressedThisFrame{};
     std::vector<int> _mouseReleaseLater, _keyReleaseLater;
     std::vector<int> _keysPressedThisFrame;
+
+    // Files dropped by the platform become a drag-and-drop payload over two frames: one in which
+    // targets under the pointer see it with the button held, one in which it is delivered.
+    std::vector<char> _dropPayload;
+    Vector2 _dropPosition{};
+    int _dropStage{};
 
     Dialog _dialog{Dialog::None};
     bool _openDialog{};

@@ -1,6 +1,9 @@
 #pragma once
 // One platform input event. The window (GLFW callbacks) and the headless input script produce the
 // same records, and the shell sends both down one path to Dear ImGui, the shortcuts and the views.
+#include <string>
+#include <vector>
+
 #include "Math/Types.h"
 
 namespace ArdentisEngine {
@@ -14,6 +17,8 @@ struct InputEvent {
         KeyPress,
         KeyRelease,
         Text,
+        // Files dropped from the operating system at `position`.
+        Drop,
     };
 
     Type type{Type::PointerMove};
@@ -24,6 +29,7 @@ struct InputEvent {
     int modifiers{};      // EventMod bits
     bool repeat{};
     unsigned codepoint{}; // Text
+    std::vector<std::string> paths;  // Drop
 };
 
 }

@@ -210,6 +210,14 @@ private:
             }
             return true;
         }
+        if(name == "drop") {
+            InputEvent e{InputEvent::Type::Drop};
+            if(args.size() < 3 || !pointer(args, 0, e.position)) return fail("drop takes X Y PATH...");
+            for(std::size_t i = 2; i != args.size(); ++i) e.paths.emplace_back(args[i]);
+            _pointer = e.position;
+            add(_frame, e);
+            return true;
+        }
         if(name == "text") {
             const std::size_t at = text.find("text");
             std::string_view rest = text.substr(at + 4);

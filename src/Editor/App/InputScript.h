@@ -10,6 +10,7 @@
 //   @16 key Ctrl+Shift+Z          chord down now, up on the next frame
 //   @16 keydown W / keyup W       hold and let go of a key (modifiers from the held modifier keys)
 //   @17 text 1.5                  types the rest of the line
+//   @18 drop 400 300 a.png b.glb  files dropped from outside at that pixel (paths without spaces)
 //
 // Frames count from 0; commands of one frame run in file order before that frame is built.
 #include <filesystem>

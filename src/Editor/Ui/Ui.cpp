@@ -244,6 +244,29 @@ std::string_view Ui::resourceToDragDropType(ResourceType type) {
     return {};
 }
 
+std::vector<char> Ui::pathsToPayload(const std::vector<std::string>& paths) {
+    std::vector<char> data;
+    for(const std::string& path: paths) {
+        data.insert(data.end(), path.begin(), path.end());
+        data.push_back('\0');
+    }
+    return data;
+}
+
+std::vector<std::string_view> Ui::payloadToPaths(const void* data, int size) {
+    std::vector<std::string_view> paths;
+    const char* text = static_cast<const char*>(data);
+    std::size_t start = 0;
+    for(std::size_t i = 0; i < std::size_t(size > 0 ? size : 0); ++i) {
+        if(text[i] != '\0') continue;
+        if(i > start) paths.emplace_back(text + start, i - start);
+        start = i + 1;
+    }
+    // A last path without its terminator still counts.
+    if(start < std::size_t(size > 0 ? size : 0)) paths.emplace_back(text + start, std::size_t(size) - start);
+    return paths;
+}
+
 bool Ui::resourceDragSource(ResourceType type, std::uint32_t id, std::string_view label) {
     const std::string_view payloadType = resourceToDragDropType(type);
     if(payloadType.empty() || !ImGui::BeginDragDropSource(ImGuiDragDropFlags_None)) return false;

@@ -84,6 +84,12 @@ public:
     // Accepts a dragged resource of `type` on the current drop target.
     static std::optional<std::uint32_t> acceptResource(ResourceType type);
 
+    // Files dragged in from the operating system arrive as a payload of this type: the paths, each
+    // followed by a zero byte.
+    static constexpr const char* PathsPayloadType = "DND_PATHS";
+    static std::vector<char> pathsToPayload(const std::vector<std::string>& paths);
+    static std::vector<std::string_view> payloadToPaths(const void* data, int size);
+
     // Widgets bound to one project value, labelled with the value's key. Each shows the stored value
     // (or the default a missing one reads as), records the user's edit through the ChangeManager as
     // one undo step however many frames the edit takes, and returns true when it changed the value.

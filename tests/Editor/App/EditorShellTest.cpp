@@ -276,6 +276,11 @@ public:
     }
     void draw() override {
         beginWindow(8);
+        if(Ui::beginDragDropTargetWindow()) {
+            if(const ImGuiPayload* payload = ImGui::AcceptDragDropPayload(Ui::PathsPayloadType))
+                for(std::string_view path: Ui::payloadToPaths(payload->Data, payload->DataSize)) dropped.emplace_back(path);
+            ImGui::EndDragDropTarget();
+        }
         if(shortcuts()[0].isTriggered(ShortcutScope(0))) ++triggered;
         if(ui().shortcut(Ui::Shortcuts::Delete).isTriggered(ShortcutScope(0))) ++deletes;
         ImGui::End();
@@ -294,6 +299,7 @@ public:
 
     bool initialized{}, holdingAtPress{}, busy{};
     std::string loaded, toSave;
+    std::vector<std::string> dropped;
     int draws{}, updates{}, triggered{}, deletes{};
     std::vector<bool> focusEvents;
     std::vector<int> presses, releases, keys;
@@ -350,6 +356,12 @@ TEST(EditorShellViewTest, EventsAndShortcutsFollowFocus) {
     driver.shell.handle(repeat);
     driver.frame();
     EXPECT_EQ(first.triggered, 1);
+
+    // Files dropped from outside reach the view in front (the first, since it was clicked last)
+    // once, as one list.
+    driver.play(at(0, "drop 700 300 /data/a.png /data/b.glb") + at(1, "move 710 300"), 5);
+    EXPECT_EQ(first.dropped, (std::vector<std::string>{"/data/a.png", "/data/b.glb"}));
+    EXPECT_TRUE(second.dropped.empty());
 
     // A busy view keeps the editor open.
     second.busy = true;

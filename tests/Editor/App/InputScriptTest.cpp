@@ -113,3 +113,28 @@ INSTANTIATE_TEST_SUITE_P(Cases, BadScript, testing::ValuesIn(Bad),
                          [](const testing::TestParamInfo<BadCase>& info) { return std::string{info.param.name}; });
 
 }
+
+#include "Editor/Ui/Ui.h"
+
+namespace {
+
+TEST(InputScriptTest, DropCarriesPathsThroughThePayload) {
+    const auto events = parseInputScript("@4 drop 10 20 models/a.glb /tmp/b.png", "drop");
+    ASSERT_TRUE(events);
+    ASSERT_EQ(events->size(), 1u);
+    const InputEvent& e = (*events)[0].event;
+    EXPECT_EQ(e.type, InputEvent::Type::Drop);
+    EXPECT_EQ(e.position, Vector2(10.0f, 20.0f));
+    const std::vector<char> payload = Ui::pathsToPayload(e.paths);
+    const std::vector<std::string_view> paths = Ui::payloadToPaths(payload.data(), int(payload.size()));
+    EXPECT_EQ(paths, (std::vector<std::string_view>{"models/a.glb", "/tmp/b.png"}));
+    // A payload from elsewhere without the last terminator, and empty entries, still decode.
+    const char foreign[]{'a', '\0', '\0', 'b', 'c'};
+    EXPECT_EQ(Ui::payloadToPaths(foreign, 5), (std::vector<std::string_view>{"a", "bc"}));
+    EXPECT_TRUE(Ui::payloadToPaths(nullptr, 0).empty());
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(parseInputScript("@0 drop 1 2", "drop"));
+    EXPECT_TRUE(errors.contains("drop takes X Y PATH")) << errors.text();
+}
+
+}
