@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <string>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <epoxy/gl.h>
@@ -51,40 +51,32 @@ struct World {
         scene().graph().setLocalTransformation(object, DualQuaternion::translation(at));
         return object;
     }
+    // An object at `at` with an active component of `manager`; returns the object.
+    Id addWith(Data::ComponentManager& manager, const Vector3& at, Id* component = nullptr) {
+        const Id object = addObject(at), c = manager.addComponent(object);
+        manager.activate(c);
+        if(component) *component = c;
+        return object;
+    }
     Id addCube(const Vector3& at) {
-        const Id object = addObject(at);
-        Data::MeshManager& meshes = scene().meshes();
-        const Id component = meshes.addComponent(object);
-        meshes.setMesh(component, 1);
-        meshes.setMaterial(component, 1);
-        meshes.setPipeline(component, pipeline);
-        meshes.activate(component);
+        Id c;
+        const Id object = addWith(scene().meshes(), at, &c);
+        scene().meshes().setMesh(c, 1);
+        scene().meshes().setMaterial(c, 1);
+        scene().meshes().setPipeline(c, pipeline);
         return object;
     }
-    Id addLight(const Vector3& at) {
-        const Id object = addObject(at);
-        scene().lights().activate(scene().lights().addComponent(object));
-        return object;
-    }
-    Id addView(const Vector3& at) {
-        const Id object = addObject(at);
-        scene().views().activate(scene().views().addComponent(object));
-        return object;
-    }
+    Id addLight(const Vector3& at) { return addWith(scene().lights(), at); }
+    Id addView(const Vector3& at) { return addWith(scene().views(), at); }
     // "A" in a font whose glyph fills its 1x1 em box: a 2x2 quad from the object's origin.
     Id addText(const Vector3& at) {
-        Data::FontData font;
-        font.glyphs[U'A'] = {1.0f, {0.0f, 0.0f}, {1.0f, 1.0f}, 0};
         scene().fonts.resize(2);
-        scene().fonts[1] = font;
-        const Id object = addObject(at);
-        Data::TextManager& texts = scene().texts();
-        const Id text = texts.addComponent(object);
-        texts.setText(text, "A");
-        texts.setFont(text, 1);
-        texts.setSize(text, 2.0f);
-        texts.setMaterial(text, 1);
-        texts.activate(text);
+        scene().fonts[1].glyphs[U'A'] = {1.0f, {0.0f, 0.0f}, {1.0f, 1.0f}, 0};
+        Id text;
+        const Id object = addWith(scene().texts(), at, &text);
+        scene().texts().setText(text, "A");
+        scene().texts().setFont(text, 1);
+        scene().texts().setSize(text, 2.0f);
         return object;
     }
     // A joint at `from` whose child sits at `to`: one bone between them.
@@ -151,26 +143,18 @@ const PickCase PickCases[]{
     {"mesh over many pixels once", [](World& w) { return std::vector<Id>{w.addCube({0, 0, 0})}; },
      {}, {{0, 0}, Size}},
     {"bone behind geometry still picked", [](World& w) {
-        const Id cube = w.addCube({0, 0, 0});
-        return std::vector<Id>{cube, w.addBone({0, -2, -1.5f}, {0, 2, -1.5f})};
+        return std::vector<Id>{w.addCube({0, 0, 0}), w.addBone({0, -2, -1.5f}, {0, 2, -1.5f})};
      }, {.bones = true}, {{26, 30}, {38, 34}}},
-    {"light behind geometry hidden", [](World& w) {
-        const Id cube = w.addCube({0, 0, 0});
-        w.addLight({0, 0, -3});
-        return std::vector<Id>{cube};
-     }, {.lights = true}, Center},
+    {"light behind geometry hidden", [](World& w) { w.addLight({0, 0, -3}); return std::vector<Id>{w.addCube({0, 0, 0})}; },
+     {.lights = true}, Center},
     {"light in the open", [](World& w) { return std::vector<Id>{w.addLight({0, 0, 2})}; },
      {.lights = true}, Center},
-    {"view behind geometry hidden", [](World& w) {
-        const Id cube = w.addCube({0, 0, 0});
-        w.addView({0, 0, -3});
-        return std::vector<Id>{cube};
-     }, {.views = true}, Center},
+    {"view behind geometry hidden", [](World& w) { w.addView({0, 0, -3}); return std::vector<Id>{w.addCube({0, 0, 0})}; },
+     {.views = true}, Center},
     {"view in the open", [](World& w) { return std::vector<Id>{w.addView({0, 0, 2})}; },
      {.views = true}, Center},
     {"text pickable", [](World& w) { return std::vector<Id>{w.addText({-1, -1, 0})}; }, {}, Center},
-    {"deleted object dropped", [](World& w) { w.addCube({0, 0, 0}); return std::vector<Id>{}; },
-     {}, {{0, 0}, Size}, true},
+    {"deleted object dropped", [](World& w) { w.addCube({0, 0, 0}); return std::vector<Id>{}; }, {}, {{0, 0}, Size}, true},
 };
 
 class CanvasPickingGLTest: public AT::GLTestFixtureWithParam<PickCase> {};
@@ -184,16 +168,14 @@ TEST_P(CanvasPickingGLTest, ObjectsInRange) {
     world.frame(*canvas, data.options);
     if(data.removeAfterFrame) world.scene().graph().removeObject(1);
 
+    // Sorted, duplicates kept: an object twice fails the comparison.
     std::vector<Id> picked = canvas->objectsInRange(data.range);
-    std::vector<Id> unique = picked;
-    std::sort(unique.begin(), unique.end());
-    EXPECT_EQ(std::unique(unique.begin(), unique.end()), unique.end()) << "an object came back twice";
+    std::sort(picked.begin(), picked.end());
     std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(unique, expected);
+    EXPECT_EQ(picked, expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(, CanvasPickingGLTest, ::testing::ValuesIn(PickCases),
-                         caseName);
+INSTANTIATE_TEST_SUITE_P(, CanvasPickingGLTest, ::testing::ValuesIn(PickCases), caseName);
 
 TEST_F(CanvasGLTest, OutlineAroundSelectionOnly) {
     World world;
@@ -218,8 +200,8 @@ TEST_F(CanvasGLTest, OutlineAroundSelectionOnly) {
     world.frame(*canvas);
     const Image image = read();
     // The cube covers about 18..45 in both directions; the band lies outside it, 4 pixels wide.
-    const AT::Rgba8 fullOutline = AT::toRgba8(Color4{0.9f*0.9f, 0.0f, 0.53f*0.9f, 1.0f});
-    EXPECT_TRUE(AT::pixelNear(image, {47, 32}, {fullOutline.r, fullOutline.g, fullOutline.b, image.pixel<AT::Rgba8>(47, 32).a}, 6));
+    const AT::Rgba8 full = AT::toRgba8(Color4{0.9f*0.9f, 0.0f, 0.53f*0.9f, 1.0f});
+    EXPECT_TRUE(AT::pixelNear(image, {47, 32}, {full.r, full.g, full.b, image.pixel<AT::Rgba8>(47, 32).a}, 6));
     EXPECT_TRUE(isOutline(image.pixel<AT::Rgba8>(16, 32)));
     EXPECT_TRUE(isOutline(image.pixel<AT::Rgba8>(32, 47)));
     EXPECT_FALSE(isOutline(image.pixel<AT::Rgba8>(32, 32)));
@@ -328,8 +310,7 @@ TEST_P(CanvasFocusGLTest, Focus) {
     EXPECT_NEAR(std::abs(glm::dot(camera.rotation(), rotation)), 1.0f, 1e-5f);
 }
 
-INSTANTIATE_TEST_SUITE_P(, CanvasFocusGLTest, ::testing::ValuesIn(FocusCases),
-                         caseName);
+INSTANTIATE_TEST_SUITE_P(, CanvasFocusGLTest, ::testing::ValuesIn(FocusCases), caseName);
 
 GLint depthAttachment(GL::Framebuffer& framebuffer) {
     GLint name = 0;
@@ -368,42 +349,22 @@ TEST_F(CanvasGLTest, TargetsAndDrawnScene) {
     EXPECT_EQ(&other.selectedFlags(), &world.data.selection(extra));
 }
 
-struct BoneCase {
-    const char* name;
-    Vector3 child;  // relative to the joint; none when zero
-    float length;
-};
-
-const BoneCase BoneCases[]{
-    {"leaf joint", {0, 0, 0}, 0.01f},
-    {"child along x", {2, 0, 0}, 2.0f},
-    {"child too close", {0, 0.001f, 0}, 0.01f},
-};
-
-class CanvasBoneTest: public ::testing::TestWithParam<BoneCase> {};
-
-TEST_P(CanvasBoneTest, LengthAndDirection) {
-    const BoneCase& data = GetParam();
-    Data::SceneGraph graph{8};
-    const Id joint = graph.addObject();
-    graph.setLocalTransformation(joint, DualQuaternion::translation({1, 2, 3}));
-    if(data.child != Vector3{0.0f}) {
-        const Id child = graph.addObject(joint);
-        graph.setLocalTransformation(child, DualQuaternion::translation(data.child));
-    }
-    graph.computeAbsoluteTransformations();
-
-    const Canvas::BonePose pose = Canvas::bonePose(graph, joint);
-    EXPECT_NEAR(pose.length, data.length, 1e-6f);
-    EXPECT_NEAR(glm::length(pose.transformation.translation() - Vector3{1, 2, 3}), 0.0f, 1e-5f);
-    // The bone's +Y reaches the child.
-    if(data.length > 0.01f) {
-        const Vector3 tip = pose.transformation.transformPoint(Vector3{0, pose.length, 0});
-        EXPECT_NEAR(glm::length(tip - (Vector3{1, 2, 3} + data.child)), 0.0f, 1e-4f);
+// Bones span joint to first child, at least 0.01 long; a leaf keeps the minimum.
+TEST(CanvasBoneTest, LengthAndDirection) {
+    const struct { Vector3 child; float length; } cases[]{{{0, 0, 0}, 0.01f}, {{2, 0, 0}, 2.0f}, {{0, 0.001f, 0}, 0.01f}};
+    for(const auto& data: cases) {
+        Data::SceneGraph graph{8};
+        const Id joint = graph.addObject();
+        graph.setLocalTransformation(joint, DualQuaternion::translation({1, 2, 3}));
+        if(data.child != Vector3{0.0f}) graph.setLocalTransformation(graph.addObject(joint), DualQuaternion::translation(data.child));
+        graph.computeAbsoluteTransformations();
+        const Canvas::BonePose pose = Canvas::bonePose(graph, joint);
+        EXPECT_NEAR(pose.length, data.length, 1e-6f);
+        // The base sits on the joint, the +Y end on the child (straight up for the unturned minimum).
+        const Vector3 end = data.length > 0.01f ? data.child : Vector3{0.0f, 0.01f, 0.0f};
+        EXPECT_NEAR(glm::length(pose.transformation.translation() - Vector3{1, 2, 3}), 0.0f, 1e-5f);
+        EXPECT_NEAR(glm::length(pose.transformation.transformPoint({0, pose.length, 0}) - Vector3{1, 2, 3} - end), 0.0f, 1e-4f);
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(, CanvasBoneTest, ::testing::ValuesIn(BoneCases),
-                         caseName);
 
 }
