@@ -48,6 +48,8 @@ public:
     // True in the frame in which the chord was pressed (auto-repeat does not count), subject to the
     // scope: `scope` Registered uses the registered one.
     bool isTriggered(ShortcutScope scope = ShortcutScope::Registered) const;
+    // The scope as its number, as view code often writes it (0: the registered one).
+    bool isTriggered(int scope) const { return isTriggered(ShortcutScope(scope)); }
     // Display text of the current chord, e.g. "Ctrl+Shift+C".
     std::string_view chordName() const { return _chordName; }
 
