@@ -127,6 +127,7 @@ void AbstractRenderer::prepareBatches(Data::MeshManager& meshes, Data::TextManag
     _localBounds.assign(meshes.size(), BoundingSphere{});
     _worldBounds.assign(meshes.size(), BoundingSphere{});
     _transformsAll = _cullingAll = true;
+    _drawsDirty = true;
     resetRenderGraph();
 }
 
@@ -142,6 +143,9 @@ void AbstractRenderer::updateMeshes(Data::MeshManager& meshes, std::span<const M
         if(p.isEmpty() && meshData[index].vertexCount()) p = packMesh(meshData[index], _layoutKind);
         return p.isEmpty() ? nullptr : &p;
     };
+    // Every mesh, also those only the draw list uses.
+    for(UnsignedInt m = 1; m < meshData.size(); ++m) packed(m);
+    _drawsDirty = true;
     const auto& mc = meshes.components();
     for(UnsignedInt g = 1; g < _meshGroupCount && g < _batches.size(); ++g) {
         MeshBatch& batch = _batches[g];
@@ -226,9 +230,40 @@ void AbstractRenderer::updateMaterial(UnsignedShort index, const Data::Material&
     _materials.setMaterial(index, material);
 }
 
-void AbstractRenderer::updateDrawsList(std::span<const Data::Draw> draws) { _draws.assign(draws.begin(), draws.end()); }
+void AbstractRenderer::updateDrawsList(std::span<const Data::Draw> draws) {
+    _draws.assign(draws.begin(), draws.end());
+    _drawsDirty = true;
+}
 
-void AbstractRenderer::addDebugDraw(const Data::Draw& draw) { _draws.push_back(draw); }
+void AbstractRenderer::addDebugDraw(const Data::Draw& draw) {
+    _draws.push_back(draw);
+    _drawsDirty = true;
+}
+
+void AbstractRenderer::prepareDraws() {
+    if(!_drawsDirty) return;
+    _drawsDirty = false;
+    _drawBatches.clear();
+    // Draws take the transformation rows after the components'.
+    const std::size_t base = (_meshes ? _meshes->size() : 0) + (_texts ? _texts->components().size() : 0);
+    _transformations.resize(std::max<std::size_t>(base + _draws.size(), 1));
+    for(std::size_t i = 0; i != _draws.size(); ++i) {
+        const Data::Draw& d = _draws[i];
+        MeshBatch batch{BatchType::Mesh, d.pipeline};
+        if(d.mesh < _packedMeshes.size() && !_packedMeshes[d.mesh].isEmpty()) {
+            batch.addMeshes(std::span{&_packedMeshes[d.mesh], 1});
+        } else {
+            Log::error("AbstractRenderer: draw {} uses mesh {}, which is missing or was not packed by updateMeshes()", i, d.mesh);
+        }
+        const Matrix4& m = d.transformation;
+        const Vector3 scaling{glm::length(Vector3{m[0]}), glm::length(Vector3{m[1]}), glm::length(Vector3{m[2]})};
+        Matrix4 rotation = m;
+        for(int c = 0; c != 3; ++c) if(scaling[c] > 0.0f) rotation[c] /= scaling[c];
+        _transformations.setTransformation(base + i, DualQuaternion::fromMatrix(rotation), scaling, d.material);
+        batch.setComponents({0}, {UnsignedInt(base + i)}, UnsignedInt(base + i));
+        _drawBatches.push_back(std::move(batch));
+    }
+}
 
 void AbstractRenderer::updateFonts(std::span<const Data::FontData> fonts) { _fonts.assign(fonts.begin(), fonts.end()); }
 

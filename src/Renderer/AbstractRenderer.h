@@ -126,10 +126,14 @@ public:
     void updateMaterials(std::span<const Data::MaterialData> materials, std::span<const Data::MaterialData> alphaMaterials = {});
     // `alpha`, when given, is the record used by the blended variant.
     void updateMaterial(UnsignedShort index, const Data::Material& material, const Data::Material* alpha = nullptr);
+    // Draws outside the component batches: scene mesh (as packed by updateMeshes), material,
+    // pipeline and a matrix each, drawn in their pipeline's pass without culling.
     void updateDrawsList(std::span<const Data::Draw> draws);
     void addDebugDraw(const Data::Draw& draw);
     void updateFonts(std::span<const Data::FontData> fonts);
     void resetFonts();
+    // Morph target data is checked and kept; applying it in the vertex stage is not done yet, so
+    // morphed meshes draw in their base shape.
     void updateMorphTargets(std::span<const Data::MorphTargetSet> sets);
     void updateMorphTargetWeights(std::span<const float> weights);
     // Joint matrices (world space, times inverse bind) of every skin, concatenated
@@ -233,6 +237,8 @@ public:
 protected:
     // Sends the changed transformation rows, counting them in the statistics.
     void uploadTransformations();
+    // Batches and transformation rows of the draw list, when it changed.
+    void prepareDraws();
     // Renderer object ids per scene object, for visiting only what the graph marked changed.
     void indexObjects();
     template<class F> void forEachRendererObject(bool all, F&& f);
@@ -259,6 +265,8 @@ protected:
     std::vector<BoundingSphere> _localBounds;       // by mesh dense index
     std::vector<std::uint8_t> _boundsValid;
     std::vector<Data::Draw> _draws;
+    std::vector<MeshBatch> _drawBatches;
+    bool _drawsDirty = false;
     std::vector<Data::FontData> _fonts;
     std::vector<Data::MorphTargetSet> _morphTargets;
     std::vector<float> _morphWeights;

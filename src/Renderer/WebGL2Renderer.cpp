@@ -44,6 +44,7 @@ void WebGL2Renderer::uploadRenderData(const RenderData& data) {
             views.projectionType(_targetView) == Data::ProjectionType::Orthographic));
     }
     _viewUniforms.upload();
+    prepareDraws();
     uploadTransformations();
     _materials.upload();
     _textureBounds.upload();
@@ -151,14 +152,35 @@ void WebGL2Renderer::render() {
 
     if(_preZ) drawEntries(_opaque, true);
     drawEntries(_opaque, false);
+    drawDraws(Data::PipelineType::Opaque);
     if(_skyBatch != ~0u) drawSky();
     drawEntries(_transparent, false);
+    drawDraws(Data::PipelineType::Transparent);
     drawEntries(_overlay, false);
+    drawDraws(Data::PipelineType::Overlay);
 
     if(_trackingOverdraw) countOverdraw();
     _state.restore();
     if(bloom) _bloom->apply(_state, target, viewport.min);
     _statistics.submissionMicroseconds = double(now() - start);
+}
+
+void WebGL2Renderer::drawDraws(Data::PipelineType type) {
+    for(MeshBatch& batch: _drawBatches) {
+        if(!batch.pipeline() || batch.pipeline() >= _pipelines.pipelineCount()) continue;
+        const Data::Pipeline& record = _pipelines.pipeline(batch.pipeline());
+        Shaders::ShaderProgram* shader = _pipelines.shader(batch.pipeline());
+        if(record.type != type || !shader || !shader->asyncCompile(false)) continue;
+        _state.apply(record);
+        shader->use(_state);
+        const int idOffset = shader->uniformLocation("idOffset");
+        if(idOffset != -1) glUniform1ui(idOffset, batch.idOffset());
+        const int viewIndex = shader->uniformLocation("viewIndex");
+        if(viewIndex != -1) glUniform1ui(viewIndex, _targetBuffer);
+        const MeshBatch::DrawStatistics stats = batch.draw(_state, {}, false);
+        _statistics.drawCalls += stats.drawCalls;
+        _statistics.triangles += stats.triangles;
+    }
 }
 
 void WebGL2Renderer::drawSky() {

@@ -38,6 +38,7 @@ private:
     void drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& shader, bool useVisibility);
     void drawEntries(std::span<const GraphEntry> entries, bool depthOnly);
     void drawSky();
+    void drawDraws(Data::PipelineType type);
     void countOverdraw();
 
     bool _multiDraw = false;

@@ -9,6 +9,7 @@
 #include "Gfx/Log.h"
 #include "Gfx/Primitives/Primitives.h"
 #include "Renderer/DefaultPipelines.h"
+#include "Renderer/InternalShaders.h"
 #include "Renderer/Overdraw.h"
 #include "Renderer/WebGL2Renderer.h"
 
@@ -398,6 +399,81 @@ TEST_F(RendererFrameGLTest, ImageReservationsAndBadInputsAreRefused) {
     EXPECT_FALSE(s.renderer.uploadEnvironmentProbe(16, 3, std::vector<std::byte>(100)));
     EXPECT_NE(log.text().find("no atlas slot"), std::string::npos);
     EXPECT_NE(log.text().find("expected 0, 1, 4 or 9"), std::string::npos);
+}
+
+}
+
+namespace {
+
+// Picking colour of a draw number: type in red, number in green (low byte), as ComponentId.frag packs.
+Rgba8 picked(UnsignedInt type, UnsignedInt number) { return Rgba8{UnsignedByte(type), UnsignedByte(number), 0, 255}; }
+
+TEST_F(RendererFrameGLTest, ExternalShaderDrawsBatchesWithTheirNumbers) {
+    // Three quads per case at x = -3, 0, 3: as mesh components of one pipeline, or as an overlay
+    // batch whose last instance uses a second mesh (so it is drawn in a run of its own).
+    const struct {
+        const char* name;
+        bool overlay;
+    } cases[]{{"mesh components", false}, {"overlay instances", true}};
+    for(const auto& c: cases) {
+        SCOPED_TRACE(c.name);
+        Stage& s = make();
+        const UnsignedInt quad = s.addMesh(Primitives::planeSolid());
+        Shaders::ShaderProgram::Options options = s.renderer.shaderOptions();
+        options.defines.push_back("NORMAL");
+        if(c.overlay) options.defines.push_back("INSTANCED_TRANSFORMATION");
+        Shaders::ShaderProgram picking{*Shaders::loadEmbeddedShader(Shaders::InternalShaderGroup, "ComponentId.frag", "Dynamic.vert"),
+                                       options};
+        ASSERT_TRUE(picking.compile());
+        UnsignedInt batch = 0;
+        if(c.overlay) {
+            s.prepare();
+            batch = s.renderer.addBatch(BatchType::Mesh);
+            MeshBatch& b = s.renderer.batch(batch);
+            const PackedMesh meshes[]{packMesh(Primitives::planeSolid(), VertexLayoutKind::Overlay),
+                                      packMesh(Primitives::planeSolid(), VertexLayoutKind::Overlay)};
+            b.addMeshes(meshes);
+            b.views().reserve(3);
+            for(int i = 0; i != 3; ++i)
+                b.views().append(i == 2 ? 1 : 0, DualQuaternion::translation({float(i)*3.0f - 3.0f, 0.0f, 0.0f}), Vector4{1.0f});
+        } else {
+            for(int i = 0; i != 3; ++i) s.addObject(quad, "Flat Opaque", 0, Vector3{float(i)*3.0f - 3.0f, 0.0f, 0.0f});
+            s.prepare();
+            batch = s.renderer.pipelineIndex("Flat Opaque");
+            EXPECT_EQ(s.renderer.batchType(batch), BatchType::Mesh);
+        }
+        s.frame();
+        s.target.clear(Color4{0.0f, 0.0f, 0.0f, 1.0f});
+        s.state.resync();
+        s.renderer.viewUniforms().upload();
+        s.renderer.state().apply();
+        s.renderer.state().bindFramebuffer(s.target.framebuffer.id());
+        s.renderer.state().setViewport(Range2Di{{0, 0}, Vector2i{Size}});
+        picking.use(s.state);
+        glUniform1ui(picking.uniformLocation("componentType"), 3);
+        glUniform1ui(picking.uniformLocation("componentIndex"), 0);
+        s.renderer.renderBatch(s.renderer.mainSceneResourceViews(), picking, batch, true);
+        const Image image = s.target.read();
+        for(UnsignedInt i = 0; i != 3; ++i)
+            EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, pixelOf(float(i)*3.0f - 3.0f, 0.0f), picked(3, i), 0)) << i;
+    }
+}
+
+TEST_F(RendererFrameGLTest, DrawListEntriesAreDrawnWithTheirMatrix) {
+    Stage& s = make();
+    const UnsignedInt quad = s.addMesh(Primitives::planeSolid());
+    s.renderer.updateMaterial(1, s.material("Flat Opaque", "color", Vector4{0.0f, 0.0f, 1.0f, 1.0f}));
+    s.prepare();
+    const UnsignedShort flat = UnsignedShort(s.renderer.pipelineIndex("Flat Opaque"));
+    const Data::Draw draws[]{{flat, UnsignedShort(quad), 1, glm::translate(Matrix4{1.0f}, Vector3{3.0f, 0.0f, 0.0f})}};
+    s.renderer.updateDrawsList(draws);
+    s.renderer.addDebugDraw({flat, UnsignedShort(quad), 1, glm::scale(glm::translate(Matrix4{1.0f}, Vector3{-3.0f, 0.0f, 0.0f}), Vector3{0.5f})});
+    const Image image = s.frame();
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, pixelOf(3.0f, 0.0f), {0, 0, 255, 255}, 2));
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, pixelOf(-3.0f, 0.0f), {0, 0, 255, 255}, 2));
+    // The debug draw is scaled to half: 0.75 from its centre is outside it.
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, pixelOf(-3.0f, 0.8f), {0, 0, 0, 255}, 2));
+    EXPECT_EQ(s.renderer.statistics().drawCalls, 2u);
 }
 
 }
