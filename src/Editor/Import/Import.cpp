@@ -1,5 +1,6 @@
 #include "Editor/Import/Import.h"
 
+#include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <fstream>
@@ -208,25 +209,41 @@ bool importScene(const fs::path& source, ChangeManager& changes) {
     }
 
     // Materials the meshes use, each with its parameters in a sub-record named after its pipeline's
-    // shader (a fresh project without pipelines gets the Phong parameter names).
+    // shader. Physically based pipelines keep the file's metallic-roughness values as they are; a
+    // project without them falls back to Phong, which is also what a fresh project gets.
     std::map<std::uint32_t, ResourceId> materialIds;
     for(const ImportedSceneCache::Mesh& mesh: imported.cache.meshes) {
         if(materialIds.count(mesh.material) || mesh.material >= imported.materials.size()) continue;
         const ImportedMaterial& material = imported.materials[mesh.material];
         const bool textured = !material.baseColorTexture.empty() && textureIds.count(material.baseColorTexture);
-        const ResourceId pipeline = project.section<PipelineRecord>().resourceByName("name", textured ? "Phong Opaque Textured" : "Phong Opaque");
-        std::string shader = "Phong";
+        auto pipelines = project.section<PipelineRecord>();
+        ResourceId pipeline = pipelines.resourceByName("name", textured ? "Physical Opaque Textured" : "Physical Opaque");
+        std::string shader = "Physical";
+        if(!pipeline) {
+            pipeline = pipelines.resourceByName("name", textured ? "Phong Opaque Textured" : "Phong Opaque");
+            shader = "Phong";
+        }
         if(pipeline) {
-            const ResourceId shaderId = project.section<PipelineRecord>()[pipeline][Model::Pipeline::Shader].value();
+            const ResourceId shaderId = pipelines[pipeline][Model::Pipeline::Shader].value();
             const std::string shaderName = project.section<ShaderRecord>()[shaderId][Model::Shader::Name].value();
             if(!shaderName.empty()) shader = shaderName;
         }
         JsonValue parameters{rapidjson::kObjectType};
-        parameters.AddMember("diffuse", toJsonValue(material.baseColor, a), a);
-        parameters.AddMember("metalness", JsonValue{double(material.metalness)}, a);
-        parameters.AddMember("roughness", JsonValue{double(material.roughness)}, a);
-        if(textured) parameters.AddMember("diffuseTexture", JsonValue{textureIds[material.baseColorTexture].value}, a);
-        if(textureIds.count(material.normalTexture)) parameters.AddMember("normalTexture", JsonValue{textureIds[material.normalTexture].value}, a);
+        const bool physical = shader == "Physical";
+        if(physical) {
+            parameters.AddMember("baseColor", toJsonValue(material.baseColor, a), a);
+            parameters.AddMember("metallic", JsonValue{double(material.metalness)}, a);
+            parameters.AddMember("roughness", JsonValue{double(material.roughness)}, a);
+        } else {
+            // Blinn-Phong exponent of roughly the same highlight width as the file's roughness.
+            const float r = std::max(material.roughness, 0.05f);
+            parameters.AddMember("diffuseColor", toJsonValue(material.baseColor, a), a);
+            parameters.AddMember("shininess", JsonValue{double(std::min(2.0f/(r*r*r*r) - 2.0f, 256.0f))}, a);
+        }
+        if(textured) parameters.AddMember(rapidjson::StringRef(physical ? "baseColorTexture" : "diffuseTexture"),
+            JsonValue{textureIds[material.baseColorTexture].value}, a);
+        if(physical && textureIds.count(material.normalTexture))
+            parameters.AddMember("normalTexture", JsonValue{textureIds[material.normalTexture].value}, a);
         JsonValue value = record({{"name", stringValue(material.name, a)}, {"pipeline", JsonValue{pipeline.value}}});
         value.AddMember(stringValue(shader, a), parameters, a);
         auto materials = project.section<MaterialRecord>();

@@ -325,7 +325,7 @@ TEST(ImportObj, MaterialLibraryAndTextureComeAlong) {
     const RecordAccess material = materials[materials.ids()[0]];
     EXPECT_EQ(material[Model::Material::Name].value(), "Bricks");
     EXPECT_EQ(material["Phong"]["diffuseTexture"].as<ResourceId>(), texture);
-    const Vector4 diffuse = material["Phong"]["diffuse"].as<Vector4>();
+    const Vector4 diffuse = material["Phong"]["diffuseColor"].as<Vector4>();
     EXPECT_NEAR(diffuse.x, 0.8f, 1e-6f);
     EXPECT_NEAR(diffuse.z, 0.1f, 1e-6f);
 
