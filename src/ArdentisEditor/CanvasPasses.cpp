@@ -10,7 +10,6 @@
 #include "Editor/Data/EditorData.h"
 #include "Engine/Scene.h"
 #include "Gfx/Assert.h"
-#include "Gfx/HeadlessContext.h"
 #include "Gfx/MeshTools.h"
 #include "Gfx/Primitives/Primitives.h"
 #include "Renderer/RendererState.h"
