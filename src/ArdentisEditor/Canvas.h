@@ -107,6 +107,7 @@ public:
     // picking stays stale meanwhile); false when there are none or they failed.
     bool waitForShaders();
     // The next startFrame() rebuilds the overlay batches even when their counts did not change.
+    // Call it after the renderer's own prepareBatches(), which drops the overlay batches.
     void prepareBatches() { _batchesDirty = true; }
 
     // Distinct objects seen in a rectangle of the object-ID image (framebuffer pixels, origin
