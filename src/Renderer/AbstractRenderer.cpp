@@ -128,6 +128,7 @@ void AbstractRenderer::prepareBatches(Data::MeshManager& meshes, Data::TextManag
     _worldBounds.assign(meshes.size(), BoundingSphere{});
     _transformsAll = _cullingAll = true;
     _drawsDirty = true;
+    indexObjects();
     resetRenderGraph();
 }
 
@@ -351,7 +352,6 @@ void AbstractRenderer::updateTransforms() {
         return;
     }
     _statistics.transformRowsUploaded = 0;
-    if(_transformsAll) indexObjects();
     const std::size_t meshCount = _meshes->size();
     forEachRendererObject(_transformsAll, [&](std::size_t id) {
         const bool mesh = id < meshCount;
@@ -373,8 +373,6 @@ void AbstractRenderer::updateCulling() {
     if(!_meshes) return;
     const Data::SceneGraph* graph = _meshes->sceneGraph();
     if(!graph) return;
-    if(_cullingAll && _objectNext.size() != _meshes->size() + (_texts && _texts->sceneGraph() == graph ? _texts->components().size() : 0))
-        indexObjects();
     const std::size_t n = std::min(_meshes->size(), _localBounds.size());
     forEachRendererObject(_cullingAll, [&](std::size_t i) {
         if(i >= n) return;
