@@ -17,6 +17,7 @@ enum class ButtonFlag: int {
     Highlighted = 1 << 2,
 };
 using ButtonFlags = EnumSet<ButtonFlag>;
+constexpr ButtonFlags operator|(ButtonFlag a, ButtonFlag b) { return ButtonFlags{a} | b; }
 
 bool button(std::string_view label, bool enabled = true);
 // A square button showing one icon glyph, with a tooltip; `highlighted` draws it as pressed.

@@ -180,3 +180,44 @@ TEST(UiTest, ObjectPickRequest) {
 }
 
 }
+
+#include "Editor/Ui/Widgets.h"
+
+namespace {
+
+ImVec2 lastItemCentre() {
+    return {(ImGui::GetItemRectMin().x + ImGui::GetItemRectMax().x)*0.5f, (ImGui::GetItemRectMin().y + ImGui::GetItemRectMax().y)*0.5f};
+}
+
+TEST(WidgetsTest, ButtonsWithTheSameFaceAreDistinct) {
+    UiHarness h;
+    // Two icon buttons with one glyph, then a group of three joined buttons with one label.
+    std::array<ImVec2, 5> centres{};
+    std::array<int, 5> presses{};
+    auto draw = [&] {
+        const bool pressed[]{
+            Widgets::iconButton("X", "Move"),
+            (centres[0] = lastItemCentre(), Widgets::iconButton("X", "Rotate")),
+        };
+        centres[1] = lastItemCentre();
+        const bool grouped[]{
+            Widgets::buttonGrouped("T##a", "first", Widgets::ButtonFlag::FirstInGroup),
+            (centres[2] = lastItemCentre(), Widgets::buttonGrouped("T##b", "middle", {})),
+            (centres[3] = lastItemCentre(), Widgets::buttonGrouped("T##c", "last", Widgets::ButtonFlag::LastInGroup | Widgets::ButtonFlag::Highlighted)),
+        };
+        centres[4] = lastItemCentre();
+        for(int i = 0; i != 2; ++i) presses[i] += pressed[i];
+        for(int i = 0; i != 3; ++i) presses[2 + i] += grouped[i];
+        return false;
+    };
+    h.frame(draw);
+    for(int target: {1, 3}) {
+        for(bool down: {false, true, false}) {
+            h.pointer(centres[target], down);
+            h.frame(draw);
+        }
+    }
+    EXPECT_EQ(presses, (std::array<int, 5>{0, 1, 0, 1, 0}));
+}
+
+}
