@@ -26,7 +26,12 @@ AbstractRenderer::AbstractRenderer(RendererState& state):
     _textureBounds.resize(1);
 }
 
-AbstractRenderer::~AbstractRenderer() = default;
+AbstractRenderer::~AbstractRenderer() {
+    if(_morphTexture) {
+        RendererState::notifyTextureDeleted(_morphTexture);
+        glDeleteTextures(1, &_morphTexture);
+    }
+}
 
 // ---- shaders and pipelines ----
 
@@ -144,6 +149,7 @@ void AbstractRenderer::updateMeshes(Data::MeshManager& meshes, std::span<const M
         if(p.isEmpty() && meshData[index].vertexCount()) p = packMesh(meshData[index], _layoutKind);
         return p.isEmpty() ? nullptr : &p;
     };
+    _objectBaseVertex.assign(meshes.size(), 0);
     // Every mesh, also those only the draw list uses.
     for(UnsignedInt m = 1; m < meshData.size(); ++m) packed(m);
     _drawsDirty = true;
@@ -172,6 +178,7 @@ void AbstractRenderer::updateMeshes(Data::MeshManager& meshes, std::span<const M
         }
         batch.removeMeshes();
         batch.addMeshes(used);
+        for(std::size_t k = 0; k != objects.size(); ++k) _objectBaseVertex[objects[k]] = batch.meshBaseVertex(componentMeshes[k]);
         batch.setComponents(std::move(componentMeshes), std::move(objects), UnsignedInt(mc.groupStart(g)));
     }
     _cullingAll = true;
@@ -271,15 +278,78 @@ void AbstractRenderer::updateFonts(std::span<const Data::FontData> fonts) { _fon
 void AbstractRenderer::resetFonts() { _fonts.clear(); }
 
 void AbstractRenderer::updateMorphTargets(std::span<const Data::MorphTargetSet> sets) {
-    for(std::size_t i = 0; i != sets.size(); ++i)
-        if(sets[i].positionDeltas.size() != std::size_t(sets[i].vertexCount)*sets[i].targetCount)
+    constexpr int Width = 1024;
+    _morphFirstLayer.assign(sets.size(), ~0u);
+    bool normals = false;
+    std::size_t maxVertices = 1;
+    for(const Data::MorphTargetSet& set: sets) {
+        normals = normals || !set.normalDeltas.empty();
+        if(set.targetCount) maxVertices = std::max<std::size_t>(maxVertices, set.vertexCount);
+    }
+    _morphLayersPerTarget = normals ? 2 : 1;
+    UnsignedInt layers = 0;
+    for(std::size_t i = 0; i != sets.size(); ++i) {
+        const Data::MorphTargetSet& set = sets[i];
+        if(!set.targetCount) continue;
+        const std::size_t expected = std::size_t(set.vertexCount)*set.targetCount;
+        if(set.positionDeltas.size() != expected || (!set.normalDeltas.empty() && set.normalDeltas.size() != expected)) {
             Log::error("AbstractRenderer::updateMorphTargets(): set {} has {} deltas for {} vertices x {} targets", i,
-                       sets[i].positionDeltas.size(), sets[i].vertexCount, sets[i].targetCount);
-    _morphTargets.assign(sets.begin(), sets.end());
+                       set.positionDeltas.size(), set.vertexCount, set.targetCount);
+            continue;
+        }
+        _morphFirstLayer[i] = layers;
+        layers += set.targetCount*_morphLayersPerTarget;
+    }
+    if(_morphTexture) {
+        RendererState::notifyTextureDeleted(_morphTexture);
+        glDeleteTextures(1, &_morphTexture);
+        _morphTexture = 0;
+    }
+    if(!layers) return;
+    const int height = int((maxVertices + Width - 1)/Width);
+    std::vector<Vector4> texels(std::size_t(Width)*std::size_t(height)*layers, Vector4{0.0f});
+    for(std::size_t i = 0; i != sets.size(); ++i) {
+        if(_morphFirstLayer[i] == ~0u) continue;
+        const Data::MorphTargetSet& set = sets[i];
+        for(UnsignedInt t = 0; t != set.targetCount; ++t)
+            for(UnsignedInt v = 0; v != set.vertexCount; ++v) {
+                const std::size_t layer = _morphFirstLayer[i] + t*_morphLayersPerTarget;
+                const std::size_t source = std::size_t(t)*set.vertexCount + v;
+                texels[layer*Width*height + v] = Vector4{set.positionDeltas[source], 0.0f};
+                if(!set.normalDeltas.empty()) texels[(layer + 1)*Width*height + v] = Vector4{set.normalDeltas[source], 0.0f};
+            }
+    }
+    glGenTextures(1, &_morphTexture);
+    _state.bindTexture(Shaders::MorphTargetsUnit, RendererState::TextureTarget::Texture2DArray, _morphTexture);
+    glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_RGBA32F, Width, height, GLsizei(layers), 0, GL_RGBA, GL_FLOAT, texels.data());
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
 }
 
 void AbstractRenderer::updateMorphTargetWeights(std::span<const float> weights) {
-    _morphWeights.assign(weights.begin(), weights.end());
+    if(!_meshes) return;
+    constexpr std::size_t PerObject = 8;
+    const std::size_t objects = _meshes->size();
+    _morphWeights.resize(std::max<std::size_t>(objects*PerObject, 1));
+    for(std::size_t o = 0; o != objects; ++o) {
+        const Data::Id component = _meshes->component(o);
+        const std::uint16_t mesh = _meshes->mesh(component);
+        std::array<Vector4, PerObject> row{};
+        std::size_t used = 0;
+        if(mesh < _morphFirstLayer.size() && _morphFirstLayer[mesh] != ~0u && o < _objectBaseVertex.size()) {
+            const std::size_t offset = _meshes->morphTargetWeightsOffset(component);
+            const std::size_t count = _meshes->morphTargetWeights(component).size();
+            for(std::size_t t = 0; t != count && offset + t < weights.size() && used != PerObject; ++t) {
+                // Zero ends the shader's list, so only the weights that move something are written.
+                if(weights[offset + t] == 0.0f) continue;
+                row[used++] = Vector4{weights[offset + t], float(_morphFirstLayer[mesh] + t*_morphLayersPerTarget),
+                                      float(_objectBaseVertex[o]), 0.0f};
+            }
+        }
+        bool same = true;
+        for(std::size_t k = 0; k != PerObject && same; ++k) same = _morphWeights[o*PerObject + k] == row[k];
+        if(!same) _morphWeights.set(o*PerObject, std::span{row});
+    }
 }
 
 void AbstractRenderer::updateSkinning(std::span<const Matrix4> jointMatrices, std::span<const UnsignedInt> skinOffsets) {

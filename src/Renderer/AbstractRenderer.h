@@ -132,8 +132,10 @@ public:
     void addDebugDraw(const Data::Draw& draw);
     void updateFonts(std::span<const Data::FontData> fonts);
     void resetFonts();
-    // Morph target data is checked and kept; applying it in the vertex stage is not done yet, so
-    // morphed meshes draw in their base shape.
+    // Morph targets by scene mesh index, applied in the vertex stage by pipelines with the
+    // MORPH_TARGETS feature (MORPH_NORMALS for normal deltas). Weights are the mesh manager's
+    // morphTargetWeightsData(); up to 8 non-zero weights per component are used. Call after
+    // updateMeshes.
     void updateMorphTargets(std::span<const Data::MorphTargetSet> sets);
     void updateMorphTargetWeights(std::span<const float> weights);
     // Joint matrices (world space, times inverse bind) of every skin, concatenated
@@ -268,8 +270,11 @@ protected:
     std::vector<MeshBatch> _drawBatches;
     bool _drawsDirty = false;
     std::vector<Data::FontData> _fonts;
-    std::vector<Data::MorphTargetSet> _morphTargets;
-    std::vector<float> _morphWeights;
+    std::vector<UnsignedInt> _morphFirstLayer;     // by scene mesh
+    UnsignedInt _morphLayersPerTarget = 1;
+    GLuint _morphTexture = 0;
+    Vector4Texture _morphWeights{1024, "Morph weights"};
+    std::vector<UnsignedInt> _objectBaseVertex;     // by mesh dense index
     std::vector<Matrix4> _jointMatrices;
     std::vector<UnsignedInt> _skinOffsets;
     bool _transformsAll = true, _cullingAll = true;

@@ -71,6 +71,8 @@ public:
     VertexLayoutKind layoutKind() const { return _kind; }
     const BoundingSphere& meshBounds(UnsignedInt mesh) const { return _meshes[mesh].bounds; }
     UnsignedInt meshIndexCount(UnsignedInt mesh) const { return _meshes[mesh].indexCount; }
+    // First vertex of the mesh in the batch's vertex buffer (what gl_VertexID counts from).
+    UnsignedInt meshBaseVertex(UnsignedInt mesh) const { return _meshes[mesh].baseVertex; }
 
     // Overlay instances.
     MeshViewArrays& views() { return _views; }

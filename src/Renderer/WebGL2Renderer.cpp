@@ -49,6 +49,7 @@ void WebGL2Renderer::uploadRenderData(const RenderData& data) {
     _materials.upload();
     _textureBounds.upload();
     if(_skinData.size()) _skinData.upload();
+    if(_morphWeights.size()) _morphWeights.upload();
     _atlas.finishUploads();
     _frameUniforms.upload();
     _lightUniforms.upload();
@@ -63,6 +64,10 @@ void WebGL2Renderer::bindResources(const ResourceViews& r) {
     if(r.textureBounds) r.textureBounds->bind(_state, Shaders::TextureBoundsUnit);
     if(r.textureAtlas) r.textureAtlas->bind(_state, Shaders::TextureAtlasUnit);
     if(_skinData.size()) _skinData.bind(_state, Shaders::SkinDataUnit);
+    if(_morphTexture) {
+        _state.bindTexture(Shaders::MorphTargetsUnit, RendererState::TextureTarget::Texture2DArray, _morphTexture);
+        _morphWeights.bind(_state, Shaders::MorphWeightsUnit);
+    }
     _state.bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, r.shadowMaps);
     if(r.environment) r.environment->bind(_state);
     if(r.probeVolume) r.probeVolume->bind(_state);

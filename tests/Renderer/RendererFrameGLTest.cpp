@@ -477,3 +477,46 @@ TEST_F(RendererFrameGLTest, DrawListEntriesAreDrawnWithTheirMatrix) {
 }
 
 }
+
+namespace {
+
+TEST_F(RendererFrameGLTest, MorphTargetsMoveTheMeshByWeight) {
+    // One target moving every vertex by +4 along X; the second quad (a different mesh in the same
+    // batch) checks that targets are read from its own first vertex, not the batch's.
+    const struct {
+        const char* name;
+        float weight;
+        float expectedX;
+    } cases[]{{"weight 0", 0.0f, -2.0f}, {"weight 0.5", 0.5f, 0.0f}, {"weight 1", 1.0f, 2.0f}};
+    for(const auto& c: cases) {
+        SCOPED_TRACE(c.name);
+        Stage& s = make();
+        const UnsignedInt other = s.addMesh(Primitives::cubeSolid());
+        const UnsignedInt quad = s.addMesh(Primitives::planeSolid());
+        s.renderer.addPipeline({}, "Flat Morphed", *Shaders::loadPipelineShader(*Shaders::findDefaultPipeline("Flat Opaque")),
+                               {"MORPH_TARGETS"});
+        s.renderer.pipelines().compileAll(true);
+        s.renderer.updateMaterial(1, s.material("Flat Morphed", "color", Vector4{1.0f}));
+        s.addObject(other, "Flat Morphed", 1, Vector3{0.0f, 4.0f, 0.0f}, Vector3{0.5f});
+        const Data::Id object = s.addObject(quad, "Flat Morphed", 1, Vector3{-2.0f, 0.0f, 0.0f}, Vector3{0.5f});
+        s.scene.morphTargetSets.resize(3);
+        Data::MorphTargetSet& set = s.scene.morphTargetSets[quad];
+        set.vertexCount = UnsignedInt(s.scene.meshData[quad].vertexCount());
+        set.targetCount = 1;
+        // Deltas are in mesh space: the object's scaling of 0.5 halves them.
+        set.positionDeltas.assign(set.vertexCount, Vector3{8.0f, 0.0f, 0.0f});
+        s.prepare();
+        const Data::Id component = s.scene.graph().componentsOfType(object, Data::ComponentType::Mesh).at(0);
+        s.scene.meshes().setMorphTargetCount(component, 1);
+        s.scene.meshes().morphTargetWeights(component)[0] = c.weight;
+        s.renderer.updateMorphTargets(s.scene.morphTargetSets);
+        s.renderer.updateMorphTargetWeights(s.scene.meshes().morphTargetWeightsData());
+        const Image image = s.frame();
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, pixelOf(c.expectedX, 0.0f), {255, 255, 255, 255}, 2));
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, pixelOf(c.expectedX + 1.2f, 0.0f), {0, 0, 0, 255}, 2));
+        // The unmorphed cube stays where it is.
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, pixelOf(0.0f, 4.0f), {255, 255, 255, 255}, 2));
+    }
+}
+
+}

@@ -45,7 +45,7 @@ void main() {
     vec3 normal = vec3(0.0, 0.0, 1.0);
 #endif
 #ifdef MORPH_TARGETS
-    applyMorphTargets(drawId, gl_VertexID, position, normal);
+    applyMorphTargets(object, gl_VertexID, position, normal);
 #endif
 
 #ifdef INSTANCED_TRANSFORMATION
