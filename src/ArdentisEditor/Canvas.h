@@ -165,6 +165,10 @@ private:
     void prepareOverlayBatches(const RenderOptions& options);
     void componentIdPass(bool lights, bool views, bool bones);
     void selectionOutlinePass(bool lights, bool views, bool bones);
+    // Pixels holding everything the selection mask covers, so that the outline runs on them
+    // only; nothing when that cannot be told cheaply (texts, skinned or morphed meshes, shapes
+    // reaching behind the camera).
+    std::optional<Range2Di> selectionBounds(bool lights, bool views, bool bones);
     void forwardPass(bool overdraw);
     void forwardMeshVisualizationPass();
     void forwardLightPass();

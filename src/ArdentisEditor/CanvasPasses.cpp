@@ -2,7 +2,9 @@
 // the shaded or wireframe scene, lights, bones, views, physics lines and object axes.
 #include "ArdentisEditor/Canvas.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "ArdentisEditor/Picking.h"
 #include "ArdentisEditor/SelectionOutline.h"
@@ -338,10 +340,74 @@ void Canvas::selectionOutlinePass(bool lights, bool views, bool bones) {
         }
     };
 
+    if(selection.view().isClear()) return;
     _outline->draw(state, selection.view(), _views.viewport(MainView).size(), resolutionScale,
                    SelectionOutlineTargets{_selectionMaskFramebufferMS, _selectionMaskFramebuffer,
                                            _selectionMaskTexture, _framebufferMS},
-                   drawSelected);
+                   drawSelected, selectionBounds(lights, views, bones));
+}
+
+std::optional<Range2Di> Canvas::selectionBounds(bool lights, bool views, bool bones) {
+    const BitSet& selection = selectedFlags();
+    Data::Scene& scene = mainScene();
+    const Data::SceneGraph& graph = scene.graph();
+    const Matrix4 V = _views.viewProjectionMatrix(MainView);
+    const Range2Di viewport{{0, 0}, _views.viewport(MainView).size()};
+    Vector2 low{std::numeric_limits<float>::max()}, high{-std::numeric_limits<float>::max()};
+    // Projects the box around a world-space sphere; false when part of it is behind the camera.
+    const auto add = [&](const Vector3& center, float radius) {
+        for(int i = 0; i != 8; ++i) {
+            const Vector3 corner = center + radius*Vector3{i & 1 ? 1.0f : -1.0f, i & 2 ? 1.0f : -1.0f, i & 4 ? 1.0f : -1.0f};
+            const Vector4 clip = V*Vector4{corner, 1.0f};
+            if(clip.w < 1.0e-4f) return false;
+            const Vector2 pixel = (Vector2{clip}/clip.w*0.5f + 0.5f)*Vector2{viewport.size()};
+            low = glm::min(low, pixel);
+            high = glm::max(high, pixel);
+        }
+        return true;
+    };
+    const auto addObject = [&](Data::Id object, float radius) {
+        return add(graph.absoluteTransformation(object).translation(), radius);
+    };
+
+    const Data::MeshManager& meshes = scene.meshes();
+    for(std::size_t i = meshes.components().groupStart(std::min<std::size_t>(1, meshes.components().groupsCount() - 1));
+        i != meshes.components().size(); ++i) {
+        const Data::Id component = meshes.component(i), object = meshes.object(i);
+        if(!selection.isSetSafe(object) || !meshes.mesh(component) || !meshes.material(component)) continue;
+        // Skinned and morphed vertices leave the mesh's bounds.
+        if(meshes.skin(component) != Data::MeshManager::NoSkin || !meshes.morphTargetWeights(component).empty() ||
+           meshes.mesh(component) >= scene.meshBoundingSpheres.size()) return std::nullopt;
+        const BoundingSphere& local = scene.meshBoundingSpheres[meshes.mesh(component)];
+        const Vector3 scaling = glm::abs(graph.absoluteScaling(object));
+        if(!add(graph.absoluteTransformation(object).transformPoint(local.center*graph.absoluteScaling(object)),
+                local.radius*std::max({scaling.x, scaling.y, scaling.z}))) return std::nullopt;
+    }
+    const Data::TextManager& texts = scene.texts();
+    for(std::size_t i = 0; i != texts.components().size(); ++i)
+        if(texts.isActive(texts.component(i)) && selection.isSetSafe(texts.object(i))) return std::nullopt;
+    // The overlay meshes reach at most this far from their origin, in units of their scale.
+    if(lights) {
+        for(std::size_t i = 0; i != scene.lights().activeCount(); ++i)
+            if(selection.isSetSafe(scene.lights().object(i)) && !addObject(scene.lights().object(i), LightScale*3.1f))
+                return std::nullopt;
+    }
+    if(views) {
+        for(std::size_t i = 0; i != scene.views().activeCount(); ++i)
+            if(selection.isSetSafe(scene.views().object(i)) && !addObject(scene.views().object(i), ViewScale*1.05f))
+                return std::nullopt;
+    }
+    if(bones) {
+        for(const Data::SkinData& skin: scene.skins)
+            for(const Data::Id joint: skin.joints()) {
+                if(joint == 0 || !graph.isValid(joint) || !selection.isSetSafe(joint)) continue;
+                const BonePose pose = bonePose(graph, joint);
+                if(!add(pose.transformation.transformPoint(Vector3{0.0f, 0.5f*pose.length, 0.0f}), 0.52f*pose.length))
+                    return std::nullopt;
+            }
+    }
+    if(low.x > high.x) return Range2Di{};
+    return Range2Di{Vector2i{glm::floor(low)} - Vector2i{1}, Vector2i{glm::ceil(high)} + Vector2i{1}}.intersected(viewport);
 }
 
 void Canvas::forwardPass(bool overdraw) {
