@@ -617,15 +617,18 @@ void AbstractRenderer::compileRenderGraph(const Data::LightManager&, const Data:
 void AbstractRenderer::updateRenderGraph(const RenderData& data) {
     if(data.views) setTargetView(*data.views, data.view, _targetBuffer);
     if(!_targetViews || !_targetViews->isValid(_targetView)) return;
-    // Blended batches back to front by the nearest... farthest component centre; within a batch the
-    // instances keep their order.
+    // Blended batches back to front by their farthest component, and within each batch every
+    // instance by its distance (sortDepth, used when the batch is drawn).
     const Vector3 camera = _targetViews->cameraPosition(_targetView);
+    _sortDepth.resize(_worldBounds.size());
     for(GraphEntry& e: _transparent) {
         const MeshBatch& batch = _batches[e.batch];
         float farthest = 0.0f;
         for(UnsignedInt object: batch.componentObjectIds())
-            if(object < _worldBounds.size())
-                farthest = std::max(farthest, glm::distance(camera, _worldBounds[object].center));
+            if(object < _worldBounds.size()) {
+                _sortDepth[object] = glm::distance(camera, _worldBounds[object].center);
+                farthest = std::max(farthest, _sortDepth[object]);
+            }
         e.depth = farthest;
     }
     std::stable_sort(_transparent.begin(), _transparent.end(),

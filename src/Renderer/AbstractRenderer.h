@@ -265,6 +265,7 @@ protected:
     std::vector<UnsignedInt> _componentBatchMesh;   // batch-local mesh per scene mesh, per batch
     std::vector<BoundingSphere> _worldBounds;       // by mesh dense index
     std::vector<BoundingSphere> _localBounds;       // by mesh dense index
+    std::vector<float> _sortDepth;                  // by mesh dense index, blended batches only
     std::vector<std::uint8_t> _boundsValid;
     std::vector<Data::Draw> _draws;
     std::vector<MeshBatch> _drawBatches;

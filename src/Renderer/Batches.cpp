@@ -252,7 +252,7 @@ void MeshBatch::uploadGeometry() {
 }
 
 MeshBatch::DrawStatistics MeshBatch::draw(RendererState& state, std::span<const std::uint64_t> visible, bool multiDraw,
-                                           int idOffsetLocation) {
+                                           int idOffsetLocation, std::span<const float> sortDepth) {
     DrawStatistics stats;
     if(isEmpty()) return stats;
     // The instance attributes depend on whether this is an overlay batch, so a batch that changed
@@ -307,44 +307,57 @@ MeshBatch::DrawStatistics MeshBatch::draw(RendererState& state, std::span<const 
         return stats;
     }
 
-    // Visible instances sorted by mesh (counting sort), then one instanced draw per mesh.
     const std::size_t meshCount = _meshes.size();
-    _drawCounts.assign(meshCount + 1, 0);
     const bool useVisibility = !visible.empty() && _type == BatchType::Mesh;
-    auto isVisible = [&](UnsignedInt object) {
+    auto drawn = [&](std::size_t i) {
+        const UnsignedInt object = _componentObjects[i];
+        if(_componentMeshes[i] >= meshCount) return false;
+        if(!useVisibility) return true;
         const std::size_t w = object/64;
         return w < visible.size() && ((visible[w] >> (object%64)) & 1u);
     };
     const std::size_t n = _componentObjects.size();
-    for(std::size_t i = 0; i != n; ++i) {
-        const UnsignedInt mesh = _componentMeshes[i];
-        if(mesh >= meshCount || (useVisibility && !isVisible(_componentObjects[i]))) continue;
-        ++_drawCounts[mesh + 1];
+    // Runs of instances drawn with one instanced call each: (mesh, first instance, count).
+    struct Run { UnsignedInt mesh, first, count; };
+    std::vector<Run> runs;
+    if(sortDepth.empty()) {
+        // Grouped by mesh (counting sort): one draw per distinct mesh.
+        _drawCounts.assign(meshCount + 1, 0);
+        for(std::size_t i = 0; i != n; ++i) if(drawn(i)) ++_drawCounts[_componentMeshes[i] + 1];
+        for(std::size_t m = 0; m != meshCount; ++m) _drawCounts[m + 1] += _drawCounts[m];
+        _drawObjects.resize(_drawCounts[meshCount]);
+        _drawCursor.assign(_drawCounts.begin(), _drawCounts.end() - 1);
+        for(std::size_t i = 0; i != n; ++i) if(drawn(i)) _drawObjects[_drawCursor[_componentMeshes[i]]++] = _componentObjects[i];
+        for(UnsignedInt m = 0; m != meshCount; ++m)
+            if(_drawCounts[m + 1] != _drawCounts[m]) runs.push_back({m, _drawCounts[m], _drawCounts[m + 1] - _drawCounts[m]});
+    } else {
+        // Back to front by the given depth; consecutive instances of one mesh still share a draw.
+        _drawCursor.clear();
+        for(std::size_t i = 0; i != n; ++i) if(drawn(i)) _drawCursor.push_back(UnsignedInt(i));
+        auto depth = [&](UnsignedInt i) { const UnsignedInt o = _componentObjects[i]; return o < sortDepth.size() ? sortDepth[o] : 0.0f; };
+        std::stable_sort(_drawCursor.begin(), _drawCursor.end(), [&](UnsignedInt a, UnsignedInt b) { return depth(a) > depth(b); });
+        _drawObjects.resize(_drawCursor.size());
+        for(std::size_t k = 0; k != _drawCursor.size(); ++k) {
+            const UnsignedInt i = _drawCursor[k], mesh = _componentMeshes[i];
+            _drawObjects[k] = _componentObjects[i];
+            if(!runs.empty() && runs.back().mesh == mesh) ++runs.back().count;
+            else runs.push_back({mesh, UnsignedInt(k), 1});
+        }
     }
-    for(std::size_t m = 0; m != meshCount; ++m) _drawCounts[m + 1] += _drawCounts[m];
-    const UnsignedInt total = _drawCounts[meshCount];
-    if(!total) return stats;
-    // Skip the re-sort and upload when the set of drawn instances did not change.
-    _drawObjects.resize(total);
-    _drawCursor.assign(_drawCounts.begin(), _drawCounts.end() - 1);
-    for(std::size_t i = 0; i != n; ++i) {
-        const UnsignedInt mesh = _componentMeshes[i];
-        if(mesh >= meshCount || (useVisibility && !isVisible(_componentObjects[i]))) continue;
-        _drawObjects[_drawCursor[mesh]++] = _componentObjects[i];
-    }
+    if(_drawObjects.empty()) return stats;
+    // The instance list goes up only when the set or order of drawn instances changed.
     if(!_instancesUploaded || _drawObjects != _uploadedObjects) {
         uploadGrowing(GL_ARRAY_BUFFER, _instanceBuffer, _instanceCapacity, _drawObjects.data(), _drawObjects.size()*4);
         _uploadedObjects = _drawObjects;
         _instancesUploaded = true;
     }
 
-    const bool indirect = multiDraw && _samePrimitive && hasMultiDrawIndirect();
+    const bool indirect = multiDraw && sortDepth.empty() && _samePrimitive && hasMultiDrawIndirect();
     struct Command { GLuint count, instanceCount, firstIndex; GLint baseVertex; GLuint baseInstance; };
     std::vector<Command> commands;
-    for(std::size_t mi = 0; mi != meshCount; ++mi) {
-        const UnsignedInt first = _drawCounts[mi], count = _drawCounts[mi + 1] - first;
-        if(!count) continue;
-        const Mesh& m = _meshes[mi];
+    for(const Run& run: runs) {
+        const UnsignedInt first = run.first, count = run.count;
+        const Mesh& m = _meshes[run.mesh];
         stats.triangles += triangleCount(m.primitive, m.indexCount)*count;
         if(indirect) {
             commands.push_back({m.indexCount, count, m.firstIndex, GLint(m.baseVertex), first});

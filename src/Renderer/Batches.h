@@ -98,8 +98,10 @@ public:
     // With `multiDraw`, component draws go out in one glMultiDrawElementsIndirect where the context
     // has it. Overlay instances are drawn in runs of one mesh; `idOffsetLocation` (the program's
     // "idOffset") gets each run's first instance, so that instance numbers stay the appended ones.
+    // With `sortDepth` (by object id), component instances are drawn farthest first, as blending
+    // needs, each run of one mesh in one draw.
     DrawStatistics draw(RendererState& state, std::span<const std::uint64_t> visibleWords, bool multiDraw,
-                        int idOffsetLocation = -1);
+                        int idOffsetLocation = -1, std::span<const float> sortDepth = {});
 
 private:
     struct Mesh {

@@ -89,7 +89,7 @@ void WebGL2Renderer::renderBatch(const ResourceViews& resources, Shaders::Shader
     drawBatch(batchIndex, shader, true);
 }
 
-void WebGL2Renderer::drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& shader, bool useVisibility) {
+void WebGL2Renderer::drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& shader, bool useVisibility, bool sorted) {
     MeshBatch& batch = _batches[batchIndex];
     if(batch.isEmpty()) return;
     shader.use(_state);
@@ -103,7 +103,8 @@ void WebGL2Renderer::drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& s
         visible = {_meshes->visibility().words(), _meshes->visibility().wordCount()};
     // An empty visibility set would draw everything; a manager without components has nothing visible.
     if(useVisibility && batch.type() == BatchType::Mesh && !overlay && visible.empty()) return;
-    const MeshBatch::DrawStatistics stats = batch.draw(_state, visible, _multiDraw, idOffset);
+    const MeshBatch::DrawStatistics stats = batch.draw(_state, visible, _multiDraw, idOffset,
+                                                       sorted ? std::span<const float>{_sortDepth} : std::span<const float>{});
     _statistics.drawCalls += stats.drawCalls;
     _statistics.triangles += stats.triangles;
     if(stats.drawCalls) ++_statistics.batches;
@@ -123,7 +124,7 @@ void WebGL2Renderer::drawEntries(std::span<const GraphEntry> entries, bool depth
             record.depthWrite = false;
         }
         _state.apply(record);
-        drawBatch(e.batch, *shader, true);
+        drawBatch(e.batch, *shader, true, record.type == Data::PipelineType::Transparent);
     }
 }
 

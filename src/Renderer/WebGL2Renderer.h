@@ -35,7 +35,7 @@ public:
 
 private:
     void bindResources(const ResourceViews& resources);
-    void drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& shader, bool useVisibility);
+    void drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& shader, bool useVisibility, bool sorted = false);
     void drawEntries(std::span<const GraphEntry> entries, bool depthOnly);
     void drawSky();
     void drawDraws(Data::PipelineType type);

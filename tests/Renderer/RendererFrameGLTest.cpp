@@ -520,3 +520,35 @@ TEST_F(RendererFrameGLTest, MorphTargetsMoveTheMeshByWeight) {
 }
 
 }
+
+namespace {
+
+TEST_F(RendererFrameGLTest, OverlapsResolveInPassOrder) {
+    // A red quad in front of a blue one, the red one added first: blending must still draw the blue
+    // one first, and pre-Z must still keep the nearest.
+    const struct {
+        const char* name;
+        const char* pipeline;
+        float alpha;
+        bool preZ;
+        Rgba8 expected;
+    } cases[]{
+        {"blended, back to front", "Flat Transparent", 0.5f, false, {128, 0, 64, 159}},
+        {"opaque with pre-Z", "Flat Opaque", 1.0f, true, {255, 0, 0, 255}},
+        {"opaque without pre-Z", "Flat Opaque", 1.0f, false, {255, 0, 0, 255}},
+    };
+    for(const auto& c: cases) {
+        SCOPED_TRACE(c.name);
+        Stage& s = make();
+        const UnsignedInt quad = s.addMesh(Primitives::planeSolid());
+        s.renderer.updateMaterial(1, s.material(c.pipeline, "color", Vector4{1.0f, 0.0f, 0.0f, c.alpha}));
+        s.renderer.updateMaterial(2, s.material(c.pipeline, "color", Vector4{0.0f, 0.0f, 1.0f, c.alpha}));
+        s.addObject(quad, c.pipeline, 1, Vector3{0.0f, 0.0f, 1.0f});
+        s.addObject(quad, c.pipeline, 2, Vector3{0.5f, 0.0f, 0.0f});
+        s.renderer.setPreZEnabled(c.preZ);
+        s.prepare();
+        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(s.frame(), Vector2i{Size/2}, c.expected, 2));
+    }
+}
+
+}
