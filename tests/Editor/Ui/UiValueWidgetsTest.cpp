@@ -221,3 +221,36 @@ TEST(WidgetsTest, ButtonsWithTheSameFaceAreDistinct) {
 }
 
 }
+
+namespace {
+
+TEST(UiValueWidgetsTest, SelectGenericStoresTheChosenIndex) {
+    UiHarness h;
+    const ValueAccess<void> lightType = h.component("lightType");
+    ImVec2 comboMin{}, comboMax{};
+    auto draw = [&] {
+        const bool changed = h.editor.ui().selectGeneric(lightType, {"Sun", "Point", "Spot"});
+        comboMin = ImGui::GetItemRectMin();
+        comboMax = ImGui::GetItemRectMax();
+        return changed;
+    };
+    h.frame(draw);
+    const ImGuiStyle& style = ImGui::GetStyle();
+    const float pitch = ImGui::GetFontSize() + style.ItemSpacing.y;
+    // Open the list, then choose its third entry.
+    const ImVec2 combo{comboMin.x + 20.0f, (comboMin.y + comboMax.y)*0.5f};
+    const ImVec2 spot{combo.x, comboMax.y + style.WindowPadding.y + ImGui::GetFontSize()*0.5f + 2.0f*pitch};
+    bool changed = false;
+    for(const ImVec2& at: {combo, spot})
+        for(bool down: {false, true, false}) {
+            h.pointer(at, down);
+            changed |= h.frame(draw);
+        }
+    EXPECT_TRUE(changed);
+    EXPECT_EQ(lightType.as<std::uint32_t>(), 2u);
+    EXPECT_EQ(h.changes.undoCount(), 1u);
+    h.changes.undo();
+    EXPECT_EQ(lightType.as<std::uint32_t>(), 1u);
+}
+
+}
