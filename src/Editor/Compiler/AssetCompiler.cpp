@@ -606,12 +606,11 @@ void AssetCompiler::compileFonts(bool force) {
     for(const auto& [id, record]: records) {
         if(!state.begin(id, force)) continue;
         const std::string name = read(record, Model::Font::Name);
-        const std::string file = read(record, Model::Font::File);
-        if(file.empty()) { Log::error("Font {} ({}): names no file", id.value, name); continue; }
-        const std::string path = _project->absolutePath(file);
         std::string error;
-        std::optional<Data::FontData> font = loadFontFile(path, error);
-        if(!font) { Log::error("Font {} ({}): {}: {}", id.value, name, path, error); continue; }
+        const std::optional<std::string> path = locateFontFile(*_project, member(record, Model::Font::File.name), error);
+        if(!path) { Log::error("Font {} ({}): {}", id.value, name, error); continue; }
+        std::optional<Data::FontData> font = loadFontFile(*path, error);
+        if(!font) { Log::error("Font {} ({}): {}: {}", id.value, name, *path, error); continue; }
         if(!name.empty()) font->name = name;
         if(!_fonts.find(id)) _componentInputs = true;
         const std::uint16_t slot = _fonts.assign(id);

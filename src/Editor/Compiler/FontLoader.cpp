@@ -3,7 +3,34 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
+#include "Editor/Project/ProjectFile.h"
+
 namespace ArdentisEngine {
+
+std::optional<std::string> locateFontFile(const ProjectFile& project, const JsonValue* file, std::string& error) {
+    FileLink link;
+    if(file && file->IsString()) link.file = file->GetString();
+    else if(file && isValidJsonValue<FileLink>(*file)) link = JsonReader::as<FileLink>(*file);
+    if(link.file.empty()) {
+        error = "names no file";
+        return {};
+    }
+    if(link.resource == SystemFontResource) {
+        std::optional<std::string> path = findSystemFont(link.file);
+        if(!path) error = "no system font " + link.file + " in " + SystemFontFolders[0] + " or " + SystemFontFolders[1];
+        return path;
+    }
+    // Load refuses both, but a record pushed by code is not checked there.
+    if(!link.resource.empty()) {
+        error = link.file + ": unknown resource " + link.resource;
+        return {};
+    }
+    if(!isInsideProject(link.file)) {
+        error = link.file + " is outside the project folder";
+        return {};
+    }
+    return project.absolutePath(link.file);
+}
 
 namespace {
 

@@ -7,8 +7,16 @@
 #include <string>
 
 #include "Engine/FontData.h"
+#include "Editor/Project/Json.h"
 
 namespace ArdentisEngine {
+
+class ProjectFile;
+
+// The file a font record's "file" value names: a path inside the project folder (a string, or a
+// link without resource), or a system font (a link with the resource "system"). On failure returns
+// nothing and fills error with one line naming the file.
+std::optional<std::string> locateFontFile(const ProjectFile& project, const JsonValue* file, std::string& error);
 
 // Printable ASCII and Latin-1 are loaded; characters the face lacks are left out.
 // On failure returns nothing and fills error with one line (without the path).

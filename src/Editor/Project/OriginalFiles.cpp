@@ -15,13 +15,24 @@ std::optional<std::string> ProjectSection::getOriginal(const FileLink& link) con
         if(!text) Log::error("No engine file {} in resource default", link.fileName());
         return text;
     }
-    if(!isInsideProject(link.fileName()) || link.fileName().empty()) {
-        Log::error("Refusing {}: it is outside the project folder {}", link.fileName(), _project->folder());
-        return std::nullopt;
+    std::string path;
+    if(link.resourceName() == SystemFontResource) {
+        std::optional<std::string> found = findSystemFont(link.fileName());
+        if(!found) {
+            Log::error("No system font {} in {} or {}", link.fileName(), SystemFontFolders[0], SystemFontFolders[1]);
+            return std::nullopt;
+        }
+        path = std::move(*found);
+    } else {
+        if(!isInsideProject(link.fileName()) || link.fileName().empty()) {
+            Log::error("Refusing {}: it is outside the project folder {}", link.fileName(), _project->folder());
+            return std::nullopt;
+        }
+        path = _project->absolutePath(link.fileName());
     }
-    std::ifstream in{_project->absolutePath(link.fileName()), std::ios::binary};
+    std::ifstream in{path, std::ios::binary};
     if(!in) {
-        Log::error("Cannot read {}", _project->absolutePath(link.fileName()));
+        Log::error("Cannot read {}", path);
         return std::nullopt;
     }
     std::ostringstream text;

@@ -136,7 +136,25 @@ std::optional<std::string> checkRecord(std::string_view section, const JsonValue
         check(Shader::Kind), check(Shader::Role)});
     if(section == "pipelines") return checkFields(record, path, {check(Pipeline::Name), check(Pipeline::Shader),
         check(Pipeline::VertexShader), check(Pipeline::Transparent)});
-    if(section == "fonts") return checkFields(record, path, {check(Font::Name), check(Font::File, true)});
+    if(section == "fonts") {
+        // The file is a path in the project or, as a link, a system font.
+        if(auto file = record.FindMember(Font::File.name); file != record.MemberEnd() && file->value.IsObject()) {
+            const std::string filePath = path + '/' + Font::File.name;
+            if(!isValidJsonValue<FileLink>(file->value)) return filePath + ": expected " + expectedName<std::string>() +
+                " or " + expectedName<FileLink>();
+            const FileLink link = JsonReader::as<FileLink>(file->value);
+            if(link.resource == SystemFontResource) {
+                if(!isSystemFontName(link.file))
+                    return filePath + ": system font \"" + link.file + "\" must be a file name without folders";
+            } else if(!link.resource.empty())
+                return filePath + ": unknown resource \"" + link.resource + "\" (fonts take \"" +
+                    std::string{SystemFontResource} + "\" or none)";
+            else if(!isInsideProject(link.file))
+                return filePath + ": file \"" + link.file + "\" is outside the project folder";
+            return checkFields(record, path, {check(Font::Name)});
+        }
+        return checkFields(record, path, {check(Font::Name), check(Font::File, true)});
+    }
     if(section == "files") return checkFields(record, path, {check(File::FileName, true)});
     if(section == "animations") {
         if(auto e = checkFields(record, path, {check(Animation::Name), check(Animation::Source, true),
@@ -270,6 +288,30 @@ bool isInsideProject(std::string_view relativePath) {
     if(relativePath.find('\\') != std::string_view::npos) return false;
     const fs::path normal = path.lexically_normal();
     return normal.empty() || *normal.begin() != "..";
+}
+
+const std::array<const char*, 2> SystemFontFolders{"/usr/share/fonts/truetype", "/usr/share/fonts/opentype"};
+
+bool isSystemFontName(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\") == std::string_view::npos;
+}
+
+std::optional<std::string> findSystemFont(std::string_view name) {
+    if(!isSystemFontName(name)) return {};
+    std::optional<std::string> found;
+    for(const char* folder: SystemFontFolders) {
+        std::error_code error;
+        // Unreadable subfolders are skipped: fonts elsewhere in the tree still count.
+        for(fs::recursive_directory_iterator it{folder, fs::directory_options::skip_permission_denied, error}, end;
+            !error && it != end; it.increment(error))
+        {
+            if(it->path().filename() != name || !it->is_regular_file(error)) continue;
+            const std::string path = it->path().string();
+            if(!found || path < *found) found = path;
+        }
+        if(found) return found;
+    }
+    return {};
 }
 
 // [SECTION] ProjectFile

@@ -157,6 +157,19 @@ std::optional<std::string> validateRecord(std::string_view section, const JsonVa
 // Whether a project-relative path stays inside the project folder.
 bool isInsideProject(std::string_view relativePath);
 
+// The link resource that names a font installed on the system rather than a file of the project:
+// {"file": "DejaVuSans.ttf", "resource": "system"}. The name is a bare file name, so a link can
+// reach only the system font folders and never the rest of the disk.
+constexpr std::string_view SystemFontResource = "system";
+// The folders searched for system fonts, with their subfolders.
+extern const std::array<const char*, 2> SystemFontFolders;
+// Whether name can name a system font: a file name without folders, "..", or backslashes.
+bool isSystemFontName(std::string_view name);
+// The path of the system font of that exact file name; nothing when the name is not a bare file
+// name or no system font folder holds it. Found in several places, the first path in sorted order
+// wins, so the choice does not depend on directory order.
+std::optional<std::string> findSystemFont(std::string_view name);
+
 // The open project's folders, for code that has no project at hand.
 struct WorkspaceData {
     static std::string projectPath();

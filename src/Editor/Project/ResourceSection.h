@@ -27,8 +27,8 @@ public:
     ResourceId nextId() const;
     RecordAccess record(ResourceId id) const;
     // The text of the file a link names: an engine-internal file for the resource "default"
-    // ("Dynamic.vert" of the shader library), else a file of the project. Nothing, after a
-    // message, when it cannot be read.
+    // ("Dynamic.vert" of the shader library), a system font for the resource "system", else a file
+    // of the project. Nothing, after a message, when it cannot be read.
     std::optional<std::string> getOriginal(const FileLink& link) const;
 
 protected:
