@@ -371,8 +371,10 @@ std::optional<Range2Di> Canvas::selectionBounds(bool lights, bool views, bool bo
     };
 
     const Data::MeshManager& meshes = scene.meshes();
-    for(std::size_t i = meshes.components().groupStart(std::min<std::size_t>(1, meshes.components().groupsCount() - 1));
-        i != meshes.components().size(); ++i) {
+    // Group 0 (inactive, no pipeline) is not drawn into the mask.
+    const std::size_t firstDrawn = meshes.components().groupsCount() > 1 ? meshes.components().groupStart(1)
+                                                                          : meshes.components().size();
+    for(std::size_t i = firstDrawn; i != meshes.components().size(); ++i) {
         const Data::Id component = meshes.component(i), object = meshes.object(i);
         if(!selection.isSetSafe(object) || !meshes.mesh(component) || !meshes.material(component)) continue;
         // Skinned and morphed vertices leave the mesh's bounds.
