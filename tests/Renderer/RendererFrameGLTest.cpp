@@ -387,7 +387,7 @@ TEST_F(RendererFrameGLTest, OverdrawCountsFragmentsPerPixel) {
     EXPECT_FALSE(ArdentisEngine::Test::pixelNear(heat, pixelOf(0.0f, 0.0f), {0, 0, 0, 255}, 10));
 }
 
-TEST_F(RendererFrameGLTest, ImageReservationsAndBadInputsAreRefused) {
+TEST_F(RendererFrameGLTest, LightingInputsAndImagesCheckTheirInputs) {
     Stage& s = make();
     s.renderer.setTextureAtlasSize(Vector2i{64}, 1);
     EXPECT_TRUE(s.renderer.reserveImage(0, Vector2i{32}));
@@ -397,6 +397,18 @@ TEST_F(RendererFrameGLTest, ImageReservationsAndBadInputsAreRefused) {
     EXPECT_FALSE(s.renderer.setShCount(3));
     EXPECT_TRUE(s.renderer.setShCount(9));
     EXPECT_FALSE(s.renderer.uploadEnvironmentProbe(16, 3, std::vector<std::byte>(100)));
+    // 16x8, 8x4 and 4x2 texels of 16 bytes.
+    EXPECT_TRUE(s.renderer.uploadEnvironmentProbe(16, 3, std::vector<std::byte>((128 + 32 + 8)*16)));
+    EXPECT_EQ(s.renderer.frameUniforms().data().environmentLevels, 3u);
+    Data::ProbeVolumeData volume;
+    volume.header.resolution = Vector3i{2};
+    volume.header.size = Vector3{4.0f};
+    volume.probes.resize(7*4*sizeof(Vector3));
+    EXPECT_FALSE(s.renderer.uploadProbeVolume(volume)) << "one probe short";
+    volume.probes.resize(8*4*sizeof(Vector3));
+    s.renderer.setProbeVolumeEnabled(true);
+    EXPECT_TRUE(s.renderer.uploadProbeVolume(volume));
+    EXPECT_TRUE(s.renderer.probeVolume().isEnabled());
     EXPECT_NE(log.text().find("no atlas slot"), std::string::npos);
     EXPECT_NE(log.text().find("expected 0, 1, 4 or 9"), std::string::npos);
 }
