@@ -3,7 +3,9 @@
 // With a display: opens the editor window on PROJECT (or an empty project). Headless: renders the
 // same editor into an off-screen framebuffer for N frames, replaying an optional input script, and
 // writes the last frame as a PNG.
+#include <atomic>
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -201,6 +203,11 @@ int runHeadless(const Arguments& arguments) {
     return 0;
 }
 
+// SIGINT and SIGTERM end the editor at the next frame, through the normal shutdown (unsaved changes
+// are not asked about: whoever sent the signal wants the editor gone).
+std::atomic<bool> terminateRequested{false};
+extern "C" void requestTermination(int) { terminateRequested = true; }
+
 struct WindowState {
     EditorShell* shell;
     int modifiers{};
@@ -237,7 +244,9 @@ int runWindow(const Arguments& arguments) {
     glfwSwapInterval(1);
 
     const std::filesystem::path preferences = defaultPreferencesPath();
-    EditorShell shell{EditorShell::Configuration{preferences.parent_path()/"layout.ini", preferences}};
+    // The shell releases GL objects when it goes, so it must go while the window's context lives.
+    auto shellStorage = std::make_unique<EditorShell>(EditorShell::Configuration{preferences.parent_path()/"layout.ini", preferences});
+    EditorShell& shell = *shellStorage;
     shell.editor().setWindow(window);
     // Read the cursor from GLFW rather than from events: views warp it when flying starts, and the
     // warp must not show up as a turn.
@@ -301,9 +310,11 @@ int runWindow(const Arguments& arguments) {
         shellOf(w).handle(e);
     });
 
+    std::signal(SIGINT, requestTermination);
+    std::signal(SIGTERM, requestTermination);
     double last = glfwGetTime();
     std::string title;
-    while(!shell.shouldQuit()) {
+    while(!shell.shouldQuit() && !terminateRequested) {
         if(const std::string current = shell.windowTitle(); current != title) {
             title = current;
             glfwSetWindowTitle(window, title.c_str());
@@ -331,6 +342,7 @@ int runWindow(const Arguments& arguments) {
     }
     glfwSetWindowUserPointer(window, nullptr);
     FlyController::setDefaultLookSource({});
+    shellStorage.reset();
     glfwDestroyWindow(window);
     glfwTerminate();
     return 0;

@@ -219,7 +219,8 @@ TEST(EditorAppGLTest, WindowedEditorTakesRealInput) {
         "xdotool key ctrl+s\n"
         "for i in $(seq 1 50); do xdotool search --name 'Ardentis Editor' getwindowname | grep -q '\\*' || break; sleep 0.2; done\n"
         "kill $editor\n"
-        "wait $editor\n";
+        "wait $editor\n"
+        "echo $? >" + quoted(folder/"status.txt") + "\n";
     std::ofstream{folder/"drive.sh"} << script;
     const std::string command = "xvfb-run -a -s '-screen 0 1600x900x24' sh " + quoted(folder/"drive.sh") + " >/dev/null 2>&1";
     std::system(command.c_str());
@@ -230,6 +231,8 @@ TEST(EditorAppGLTest, WindowedEditorTakesRealInput) {
     EXPECT_FALSE(saved.section<ObjectRecord>().contains(ResourceId{1})) << readText(log);
     EXPECT_FALSE(saved.section<ObjectRecord>().contains(ResourceId{2})) << "children go with their parent";
     EXPECT_TRUE(saved.section<ObjectRecord>().contains(ResourceId{3}));
+    // Terminated by a signal, it still shut down cleanly.
+    EXPECT_EQ(readText(folder/"status.txt"), "0\n") << readText(log);
 }
 
 }
