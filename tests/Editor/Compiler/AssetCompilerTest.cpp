@@ -477,7 +477,11 @@ INSTANTIATE_TEST_SUITE_P(, RecordError, testing::Values(
     RecordErrorCase{"UnknownPrimitive", "/meshes/1/primitive", "\"teapot\"", "unknown primitive teapot"},
     RecordErrorCase{"UnknownComponent", "/objects/1/components/1", "{\"type\": 99}", "unknown type 99"},
     RecordErrorCase{"MissingShaderFile", "/shaders/1/file", "\"shaders/Gone.frag\"", "Gone.frag"},
-    RecordErrorCase{"MissingFont", "/fonts/1", "{\"name\": \"Sans\", \"file\": \"fonts/none.ttf\"}", "fonts/none.ttf"}),
+    RecordErrorCase{"MissingFont", "/fonts/1", "{\"name\": \"Sans\", \"file\": \"fonts/none.ttf\"}", "fonts/none.ttf"},
+    RecordErrorCase{"MissingSystemFont", "/fonts/1", R"({"name": "Sans", "file": {"file": "NoSuchFont.ttf", "resource": "system"}})",
+        "no system font NoSuchFont.ttf"},
+    RecordErrorCase{"SystemFontPath", "/fonts/1", R"({"name": "Sans", "file": {"file": "dejavu/DejaVuSans.ttf", "resource": "system"}})",
+        "no system font dejavu/DejaVuSans.ttf"}),
     [](const auto& info) { return std::string{info.param.name}; });
 
 TEST_F(AssetCompilerTest, FontMetrics) {
@@ -507,6 +511,52 @@ TEST_F(AssetCompilerTest, FontMetrics) {
     // Two glyphs, one quad each.
     EXPECT_EQ(scene.texts().meshData(texts[0], data).vertexCount(), 8u);
 }
+
+struct SystemFontCase {
+    const char* name;
+    const char* file;
+    bool installed;
+};
+
+void PrintTo(const SystemFontCase& data, std::ostream* out) { *out << data.name; }
+
+class SystemFont: public AssetCompilerTest, public testing::WithParamInterface<SystemFontCase> {};
+
+TEST_P(SystemFont, LoadsOrLeavesTheTextWithoutAFont) {
+    JsonDocument value;
+    value.Parse(fmt::format(R"({{"name": "Sans", "file": {{"file": "{}", "resource": "system"}}}})", GetParam().file).c_str());
+    changes->pushChange(record("fonts", 1), value);
+    value.Parse(R"({"type": 3, "text": "Hi", "font": 1})");
+    changes->pushChange(record("objects", 2).access("components").access(1), value);
+    changes->commit();
+    Log::Capture errors{Log::Channel::Error};
+    compiler->compile();
+    const std::uint16_t font = compiler->fontInstance(ResourceId{1});
+    const auto texts = scene.graph().componentsOfType(object(2), Data::ComponentType::Text);
+    ASSERT_EQ(texts.size(), 1u);
+    EXPECT_EQ(scene.texts().font(texts[0]), font);
+    // The light beside the text and the other objects compile either way.
+    EXPECT_EQ(scene.graph().componentsOfType(object(2), Data::ComponentType::Light).size(), 1u);
+    EXPECT_TRUE(object(4));
+    if(GetParam().installed) {
+        ASSERT_TRUE(font) << errors.text();
+        EXPECT_TRUE(errors.text().empty()) << errors.text();
+        EXPECT_EQ(scene.fonts[font].name, "Sans");
+        ASSERT_TRUE(scene.fonts[font].glyph(U'H'));
+        EXPECT_GT(scene.fonts[font].glyph(U'H')->advance, 0.3f);
+    } else {
+        EXPECT_FALSE(font);
+        std::size_t naming = 0;
+        for(std::size_t at = errors.text().find(GetParam().file); at != std::string::npos; at = errors.text().find(GetParam().file, at + 1))
+            ++naming;
+        EXPECT_EQ(naming, 1u) << errors.text();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, SystemFont, testing::Values(
+    SystemFontCase{"Installed", "DejaVuSans.ttf", true},
+    SystemFontCase{"Missing", "NoSuchFont.ttf", false}),
+    [](const auto& info) { return std::string{info.param.name}; });
 
 TEST_F(AssetCompilerTest, IntoTheEditorDataMainScene) {
     EditorData data{project};

@@ -85,6 +85,14 @@ const BrokenCase BrokenCases[]{
         {"/settings/images/textureAtlasSize", "unsigned"}},
     {"EventsNotList", R"({"format": "ardentis-project", "version": 1, "animations": {"1": {"events": {"time": 1}}}})",
         {"/animations/1/events"}},
+    {"SystemFontInFolder", R"({"format": "ardentis-project", "version": 1, "fonts": {"1": {"file": {"file": "dejavu/DejaVuSans.ttf", "resource": "system"}}}})",
+        {"/fonts/1/file", "without folders"}},
+    {"SystemFontClimbing", R"({"format": "ardentis-project", "version": 1, "fonts": {"1": {"file": {"file": "..", "resource": "system"}}}})",
+        {"/fonts/1/file", "without folders"}},
+    {"FontLinkOutsideProject", R"({"format": "ardentis-project", "version": 1, "fonts": {"1": {"file": {"file": "../Sans.ttf"}}}})",
+        {"/fonts/1/file", "outside"}},
+    {"UnknownFontResource", R"({"format": "ardentis-project", "version": 1, "fonts": {"1": {"file": {"file": "Sans.ttf", "resource": "bold"}}}})",
+        {"/fonts/1/file", "unknown resource \"bold\""}},
 };
 
 class ProjectFileBroken: public testing::TestWithParam<BrokenCase> {};
@@ -219,6 +227,47 @@ INSTANTIATE_TEST_SUITE_P(Cases, ProjectFilePaths, testing::ValuesIn(std::vector<
     {"AbsoluteSibling", "{}-other/x.png", nullptr},
     {"ProjectFolderItself", "{}", nullptr},
 }), [](const auto& info) { return std::string{info.param.name}; });
+
+// ./dev setup installs the DejaVu fonts; only a bare file name may reach them.
+class SystemFonts: public testing::TestWithParam<PathCase> {};
+
+TEST_P(SystemFonts, FoundByBareFileNameOnly) {
+    const std::optional<std::string> path = findSystemFont(GetParam().path);
+    if(!GetParam().expected) {
+        EXPECT_FALSE(path) << *path;
+        return;
+    }
+    ASSERT_TRUE(path);
+    EXPECT_TRUE(path->ends_with(GetParam().expected)) << *path;
+    EXPECT_TRUE(fs::is_regular_file(*path)) << *path;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SystemFonts, testing::ValuesIn(std::vector<PathCase>{
+    {"BareName", "DejaVuSans.ttf", "/truetype/dejavu/DejaVuSans.ttf"},
+    {"Missing", "NoSuchFont.ttf", nullptr},
+    {"CaseMatters", "dejavusans.ttf", nullptr},
+    {"WithFolder", "dejavu/DejaVuSans.ttf", nullptr},
+    {"Climbing", "../truetype/dejavu/DejaVuSans.ttf", nullptr},
+    {"Absolute", "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf", nullptr},
+    {"Backslash", "dejavu\\DejaVuSans.ttf", nullptr},
+    {"DotDot", "..", nullptr},
+    {"FolderName", "dejavu", nullptr},
+    {"Empty", "", nullptr},
+}), [](const auto& info) { return std::string{info.param.name}; });
+
+TEST(ProjectFile, SystemFontLinkLoadsAndReads) {
+    ProjectFile project;
+    ASSERT_TRUE(project.loadText(R"({"format": "ardentis-project", "version": 1,
+        "fonts": {"1": {"name": "Sans", "file": {"file": "DejaVuSans.ttf", "resource": "system"}}}})", "t"));
+    const ProjectSection fonts{project, "fonts"};
+    const std::optional<std::string> font = fonts.getOriginal({"DejaVuSans.ttf", "system"});
+    ASSERT_TRUE(font);
+    EXPECT_EQ(font->size(), fs::file_size(*findSystemFont("DejaVuSans.ttf")));
+    Log::Capture errors{Log::Channel::Error};
+    EXPECT_FALSE(fonts.getOriginal({"Gone.ttf", "system"}));
+    EXPECT_EQ(std::count(errors.text().begin(), errors.text().end(), '\n'), 1) << errors.text();
+    EXPECT_TRUE(errors.contains("Gone.ttf")) << errors.text();
+}
 
 }
 }
