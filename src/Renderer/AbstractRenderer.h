@@ -122,6 +122,9 @@ public:
     void prepareBatches(Data::MeshManager& meshes, Data::TextManager& texts);
     // Packs the scene's meshes (by scene mesh index) into the mesh batches that use them.
     void updateMeshes(Data::MeshManager& meshes, std::span<const MeshData> meshData);
+    // Lays the active texts out with the fonts of updateFonts() into the text batch. The glyph
+    // texture Text.frag samples is not filled yet, so text batches draw nothing visible in the main
+    // pass (picking through renderBatch sees their quads).
     void updateTexts(Data::TextManager& texts);
     void updateMaterials(std::span<const Data::MaterialData> materials, std::span<const Data::MaterialData> alphaMaterials = {});
     // `alpha`, when given, is the record used by the blended variant.
@@ -150,7 +153,9 @@ public:
     // Frustum test of every active mesh component into the mesh manager's visibility bit set.
     void updateMeshVisibility(const Matrix4& cullingMatrix);
     void updateLights(const Data::LightManager& lights);
-    // Renders the shadow maps of the light manager's shadow views.
+    // Renders the shadow maps of the light manager's shadow views (after LightManager::setupShadows
+    // with shadowSetting() and LightManager::updateShadows). Casters are the opaque mesh batches,
+    // drawn rigidly: skinned and morphed meshes cast the shadow of their base shape.
     void updateShadows(const Data::LightManager& lights);
     UnsignedInt shadowMapSize() const { return _shadowMapSize; }
     void setShadowMapSize(UnsignedInt size);
