@@ -231,8 +231,9 @@ TEST(EditorAppGLTest, WindowedEditorTakesRealInput) {
     EXPECT_FALSE(saved.section<ObjectRecord>().contains(ResourceId{1})) << readText(log);
     EXPECT_FALSE(saved.section<ObjectRecord>().contains(ResourceId{2})) << "children go with their parent";
     EXPECT_TRUE(saved.section<ObjectRecord>().contains(ResourceId{3}));
-    // Terminated by a signal, it still shut down cleanly.
+    // Terminated by a signal, it still shut down cleanly and remembered the window layout.
     EXPECT_EQ(readText(folder/"status.txt"), "0\n") << readText(log);
+    EXPECT_NE(readText(folder/"config"/"ardentis"/"layout.ini").find("[Window][Outliner]"), std::string::npos);
 }
 
 }
