@@ -425,15 +425,19 @@ TEST_F(RendererFrameGLTest, ExternalShaderDrawsBatchesWithTheirNumbers) {
     // batch whose last instance uses a second mesh (so it is drawn in a run of its own).
     const struct {
         const char* name;
-        bool overlay;
-    } cases[]{{"mesh components", false}, {"overlay instances", true}};
+        bool overlay, multiDraw;
+    } cases[]{{"mesh components", false, false}, {"mesh components, multi-draw", false, true},
+              {"overlay instances", true, false}};
     for(const auto& c: cases) {
         SCOPED_TRACE(c.name);
+        if(c.multiDraw && !WebGL2Renderer::multiDrawSupported()) continue;
         Stage& s = make();
         const UnsignedInt quad = s.addMesh(Primitives::planeSolid());
         Shaders::ShaderProgram::Options options = s.renderer.shaderOptions();
         options.defines.push_back("NORMAL");
         if(c.overlay) options.defines.push_back("INSTANCED_TRANSFORMATION");
+        if(c.multiDraw) options.defines.push_back("MULTIDRAW");
+        s.renderer.setMultiDrawEnabled(c.multiDraw);
         Shaders::ShaderProgram picking{*Shaders::loadEmbeddedShader(Shaders::InternalShaderGroup, "ComponentId.frag", "Dynamic.vert"),
                                        options};
         ASSERT_TRUE(picking.compile());

@@ -32,9 +32,8 @@ void main() {
 #if defined(INSTANCED_TRANSFORMATION)
     // Overlay batches draw one run per mesh; idOffset is the run's first instance.
     uint drawId = uint(gl_InstanceID) + idOffset;
-#elif defined(MULTIDRAW)
-    uint drawId = uint(gl_DrawID);
 #else
+    // Batches feed object ids per instance, multi-drawn or not, so the draw number never enters.
     uint drawId = object - idOffset;
 #endif
 
