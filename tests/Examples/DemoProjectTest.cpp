@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "DemoFiles.h"
+#include "Editor/Compiler/AssetCompiler.h"
 #include "Editor/Import/Import.h"
 #include "Editor/Project/ProjectFile.h"
 #include "Gfx/Log.h"
@@ -122,7 +123,7 @@ TEST_F(DemoProject, ReferencesResolve) {
                     << r.section << " " << record.name.GetString() << " " << r.field;
             }
     const std::pair<unsigned, std::pair<const char*, const char*>> componentReferences[]{
-        {4, {"mesh", "meshes"}}, {4, {"material", "materials"}}, {5, {"animation", "animations"}}};
+        {4, {"mesh", "meshes"}}, {4, {"material", "materials"}}, {5, {"animation", "animations"}}, {3, {"font", "fonts"}}};
     for(const auto& [type, reference]: componentReferences)
         for(const JsonValue* c: components(type))
             EXPECT_TRUE(section(reference.second).HasMember(std::to_string((*c)[reference.first].GetUint()).c_str())) << reference.first;
@@ -160,6 +161,28 @@ TEST_F(DemoProject, FilesLieInsideTheFolder) {
         // No link may lead out of the folder either.
         EXPECT_TRUE(path.string().starts_with(folder.string() + "/")) << file;
     }
+}
+
+TEST_F(DemoProject, TextsCompileWithTheirFonts) {
+    // The fonts are system fonts, so that no font file is shipped with the project.
+    Data::Scene scene;
+    AssetCompiler compiler{*project, scene};
+    Log::Capture errors{Log::Channel::Error};
+    compiler.compile();
+    EXPECT_TRUE(errors.text().empty()) << errors.text();
+    std::size_t texts = 0;
+    for(const auto& o: section("objects").GetObject()) {
+        const ResourceId id{std::uint32_t(std::stoul(o.name.GetString()))};
+        for(const Data::Id text: scene.graph().componentsOfType(compiler.objectInstance(id), Data::ComponentType::Text)) {
+            ++texts;
+            const std::uint16_t font = scene.texts().font(text);
+            ASSERT_TRUE(font) << o.value["name"].GetString() << " has no font";
+            for(const char c: scene.texts().text(text))
+                EXPECT_TRUE(scene.fonts[font].glyph(char32_t(c))) << scene.fonts[font].name << " lacks '" << c << "'";
+        }
+    }
+    EXPECT_EQ(texts, components(3).size());
+    EXPECT_EQ(scene.fonts[compiler.fontInstance(ResourceId{1})].name, "DejaVu Sans");
 }
 
 TEST_F(DemoProject, ImportedRecordsMatchTheirFiles) {
