@@ -208,9 +208,10 @@ TEST(EditorAppGLTest, WindowedEditorTakesRealInput) {
         "export XDG_CONFIG_HOME=" + quoted(folder/"config") + "\n" +
         std::string{ARDENTIS_EDITOR_BINARY} + " " + quoted(project) + " >" + quoted(log) + " 2>&1 &\n"
         "editor=$!\n"
-        "for i in $(seq 1 100); do xdotool search --name 'Ardentis Editor' >/dev/null 2>&1 && break; sleep 0.2; done\n"
-        // The machine may be busy: give the first frames time, then wait for each effect.
-        "sleep 3\n"
+        // The title names the project once the first frame has run. The machine may be busy: wait
+        // for that (up to a minute), give the layout a few frames, then wait for each effect.
+        "for i in $(seq 1 300); do xdotool search --name 'Ardentis Editor - ' >/dev/null 2>&1 && break; sleep 0.2; done\n"
+        "sleep 2\n"
         "xdotool mousemove " + layout.outlinerRow0() + " click 1\n"
         "sleep 1\n"
         "xdotool key Delete\n"
@@ -222,10 +223,12 @@ TEST(EditorAppGLTest, WindowedEditorTakesRealInput) {
         "wait $editor\n"
         "echo $? >" + quoted(folder/"status.txt") + "\n";
     std::ofstream{folder/"drive.sh"} << script;
-    const std::string command = "xvfb-run -a -s '-screen 0 1600x900x24' sh " + quoted(folder/"drive.sh") + " >/dev/null 2>&1";
+    const std::string command = "xvfb-run -a -s '-screen 0 1600x900x24' sh " + quoted(folder/"drive.sh") + " >" +
+                                quoted(folder/"xvfb.log") + " 2>&1";
     std::system(command.c_str());
 
-    EXPECT_EQ(readText(title), "Ardentis Editor - Project *\n") << "the deletion was not seen as an unsaved change; log:\n" << readText(log);
+    EXPECT_EQ(readText(title), "Ardentis Editor - Project *\n") << "the deletion was not seen as an unsaved change; log:\n"
+        << readText(log) << "\nX server and script:\n" << readText(folder/"xvfb.log");
     ProjectFile saved;
     ASSERT_TRUE(saved.load(project.string()));
     EXPECT_FALSE(saved.section<ObjectRecord>().contains(ResourceId{1})) << readText(log);
