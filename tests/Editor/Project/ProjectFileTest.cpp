@@ -245,14 +245,11 @@ TEST_P(SystemFonts, FoundByBareFileNameOnly) {
 INSTANTIATE_TEST_SUITE_P(Cases, SystemFonts, testing::ValuesIn(std::vector<PathCase>{
     {"BareName", "DejaVuSans.ttf", "/truetype/dejavu/DejaVuSans.ttf"},
     {"Missing", "NoSuchFont.ttf", nullptr},
-    {"CaseMatters", "dejavusans.ttf", nullptr},
     {"WithFolder", "dejavu/DejaVuSans.ttf", nullptr},
     {"Climbing", "../truetype/dejavu/DejaVuSans.ttf", nullptr},
-    {"Absolute", "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf", nullptr},
     {"Backslash", "dejavu\\DejaVuSans.ttf", nullptr},
     {"DotDot", "..", nullptr},
     {"FolderName", "dejavu", nullptr},
-    {"Empty", "", nullptr},
 }), [](const auto& info) { return std::string{info.param.name}; });
 
 TEST(ProjectFile, SystemFontLinkLoadsAndReads) {
