@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "Engine/FontData.h"
 #include "Editor/Project/Json.h"
+#include "Engine/FontData.h"
 
 namespace ArdentisEngine {
 
