@@ -12,6 +12,7 @@
 #include "Engine/ViewManager.h"
 #include "Gfx/Log.h"
 #include "Renderer/Culling.h"
+#include "Renderer/DefaultPipelines.h"
 #include "Renderer/Overdraw.h"
 #include "Renderer/ShadowPass.h"
 
@@ -37,16 +38,38 @@ AbstractRenderer::~AbstractRenderer() {
 
 void AbstractRenderer::clearShaders() {
     _pipelines.clear();
+    _pipelineFeatures.clear();
     _shadows->setDepthSource(nullptr, shaderOptions());
     resetRenderGraph();
 }
 
 UnsignedInt AbstractRenderer::addPipeline(const Data::Pipeline& pipeline, std::string_view name,
                                           const Shaders::ShaderSource& source, const std::vector<std::string>& features) {
-    return _pipelines.addPipeline(pipeline, name, source, features);
+    const UnsignedInt index = _pipelines.addPipeline(pipeline, name, source, features);
+    if(index) {
+        if(_pipelineFeatures.size() <= index) _pipelineFeatures.resize(index + 1);
+        _pipelineFeatures[index] = features;
+    }
+    return index;
 }
 
-UnsignedInt AbstractRenderer::addDefaultPipelines() { return _pipelines.addDefaultPipelines(); }
+UnsignedInt AbstractRenderer::addDefaultPipelines() {
+    const UnsignedInt added = _pipelines.addDefaultPipelines();
+    _pipelineFeatures.resize(_pipelines.pipelineCount());
+    for(UnsignedInt i = 1; i != _pipelines.pipelineCount(); ++i)
+        if(const Shaders::PipelineDescription* d = Shaders::findDefaultPipeline(_pipelines.pipelineName(i)))
+            _pipelineFeatures[i] = d->defines;
+    return added;
+}
+
+std::vector<std::string> AbstractRenderer::casterFeatures(UnsignedInt pipeline) const {
+    std::vector<std::string> out;
+    if(pipeline >= _pipelineFeatures.size()) return out;
+    // Only what moves vertices matters to a depth pass.
+    for(const std::string& f: _pipelineFeatures[pipeline])
+        if(f == "PRIMARY_JOINTS" || f == "MORPH_TARGETS") out.push_back(f);
+    return out;
+}
 
 void AbstractRenderer::addDepthShader(const std::string& vertex, const std::string& fragment) {
     _pipelines.addDepthShader(vertex, fragment);
@@ -528,18 +551,34 @@ void AbstractRenderer::updateShadows(const Data::LightManager& lights) {
         break;
     }
     u.parameters = Vector4{0.002f, 0.02f, 1.0f/float(_shadowMapSize), float(cascades)};
-    // The casters are drawn where this frame puts them.
+    // The casters are drawn where this frame puts them, sampling the same per-object data as the
+    // main pass (uploaded first: an upload may create the texture).
     uploadTransformations();
-    _statistics.shadowDrawCalls = _shadows->render(_state, views, [&](Shaders::ShaderProgram& program) {
+    _transformations.bind(_state, Shaders::TransformationsUnit);
+    if(_skinData.size()) {
+        _skinData.upload();
+        _skinData.bind(_state, Shaders::SkinDataUnit);
+    }
+    if(_morphTexture) {
+        _morphWeights.upload();
+        _state.bindTexture(Shaders::MorphTargetsUnit, RendererState::TextureTarget::Texture2DArray, _morphTexture);
+        _morphWeights.bind(_state, Shaders::MorphWeightsUnit);
+    }
+    _statistics.shadowDrawCalls = _shadows->render(_state, views, [&]() {
         UnsignedInt calls = 0;
-        const int idOffset = program.uniformLocation("idOffset");
         for(UnsignedInt b = 0; b != _componentBatchCount; ++b) {
             MeshBatch& batch = _batches[b];
             if(batch.type() != BatchType::Mesh || batch.isEmpty()) continue;
             const Data::Pipeline& p = _pipelines.pipeline(batch.pipeline());
             if(p.type != Data::PipelineType::Opaque) continue;
+            // Skinned and morphed casters need the same vertex features as their pipeline.
+            Shaders::ShaderProgram* program = _shadows->program(casterFeatures(batch.pipeline()));
+            if(!program) continue;
+            program->use(_state);
+            const int idOffset = program->uniformLocation("idOffset");
             if(idOffset != -1) glUniform1ui(idOffset, batch.idOffset());
-            _transformations.bind(_state, Shaders::TransformationsUnit);
+            const int viewIndex = program->uniformLocation("viewIndex");
+            if(viewIndex != -1) glUniform1ui(viewIndex, 0u);
             calls += batch.draw(_state, {}, false).drawCalls;
         }
         return calls;

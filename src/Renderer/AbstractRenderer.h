@@ -155,7 +155,7 @@ public:
     void updateLights(const Data::LightManager& lights);
     // Renders the shadow maps of the light manager's shadow views (after LightManager::setupShadows
     // with shadowSetting() and LightManager::updateShadows). Casters are the opaque mesh batches,
-    // drawn rigidly: skinned and morphed meshes cast the shadow of their base shape.
+    // skinned and morphed as in the main pass.
     void updateShadows(const Data::LightManager& lights);
     UnsignedInt shadowMapSize() const { return _shadowMapSize; }
     void setShadowMapSize(UnsignedInt size);
@@ -246,6 +246,8 @@ protected:
     void uploadTransformations();
     // Batches and transformation rows of the draw list, when it changed.
     void prepareDraws();
+    // The vertex features a shadow caster of this pipeline needs.
+    std::vector<std::string> casterFeatures(UnsignedInt pipeline) const;
     // Renderer object ids per scene object, for visiting only what the graph marked changed.
     void indexObjects();
     template<class F> void forEachRendererObject(bool all, F&& f);
@@ -258,6 +260,7 @@ protected:
 
     RendererState& _state;
     PipelineRegistry _pipelines;
+    std::vector<std::vector<std::string>> _pipelineFeatures;  // by pipeline index
     VertexLayoutKind _layoutKind = VertexLayoutKind::PositionNormal;
     MeshDataFlags _layoutFlags = MeshDataNormal;
 

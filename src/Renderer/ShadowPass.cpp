@@ -33,11 +33,14 @@ void ShadowPass::setDepthSource(const Shaders::ShaderSource* fragment, const Sha
     if(fragment) _fragment = *fragment;
     else _fragment.reset();
     _options = options;
-    _program.reset();
+    _programs.clear();
 }
 
-Shaders::ShaderProgram* ShadowPass::program() {
-    if(!_program) {
+Shaders::ShaderProgram* ShadowPass::program(const std::vector<std::string>& features) {
+    std::string key;
+    for(const std::string& f: features) key += f + ' ';
+    std::unique_ptr<Shaders::ShaderProgram>& program = _programs[key];
+    if(!program) {
         std::optional<Shaders::ShaderSource> source;
         if(_fragment) {
             source = _fragment;
@@ -48,19 +51,19 @@ Shaders::ShaderProgram* ShadowPass::program() {
             return nullptr;
         }
         source->name = "Shadow depth";
-        _program = std::make_unique<Shaders::ShaderProgram>(*source, _options);
+        Shaders::ShaderProgram::Options options = _options;
+        options.defines.insert(options.defines.end(), features.begin(), features.end());
+        program = std::make_unique<Shaders::ShaderProgram>(*source, options);
     }
-    return _program->asyncCompile(true) ? _program.get() : nullptr;
+    return program->asyncCompile(true) ? program.get() : nullptr;
 }
 
 UnsignedInt ShadowPass::render(RendererState& state, std::span<const Data::ShadowView> views,
-                               const std::function<UnsignedInt(Shaders::ShaderProgram&)>& drawScene) {
+                               const std::function<UnsignedInt()>& drawScene) {
     const UnsignedInt layers = UnsignedInt(std::min<std::size_t>(views.size(), Shaders::MaxShadowMaps));
     if(views.size() > layers)
         Log::error("ShadowPass: {} shadow views, only the first {} get a map", views.size(), layers);
     if(!layers) return 0;
-    Shaders::ShaderProgram* depth = program();
-    if(!depth) return 0;
 
     if(layers > _layers) {
         release();
@@ -91,9 +94,6 @@ UnsignedInt ShadowPass::render(RendererState& state, std::span<const Data::Shado
     state.setViewport(Range2Di{{0, 0}, Vector2i{int(_size)}});
     // The texture must not be sampled while it is being written.
     state.bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, 0);
-    depth->use(state);
-    const int viewIndex = depth->uniformLocation("viewIndex");
-    if(viewIndex != -1) glUniform1ui(viewIndex, 0u);
     glDrawBuffer(GL_NONE);
     UnsignedInt calls = 0;
     for(UnsignedInt layer = 0; layer != layers; ++layer) {
@@ -105,7 +105,7 @@ UnsignedInt ShadowPass::render(RendererState& state, std::span<const Data::Shado
                                                       v.splitNear, v.splitFar, false));
         _views.upload();
         _views.bind(state);
-        calls += drawScene(*depth);
+        calls += drawScene();
     }
     state.restore();
     return calls;

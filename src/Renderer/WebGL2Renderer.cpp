@@ -111,11 +111,9 @@ void WebGL2Renderer::drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& s
 }
 
 void WebGL2Renderer::drawEntries(std::span<const GraphEntry> entries, bool depthOnly) {
-    Shaders::ShaderProgram* depth = depthOnly ? _shadows->program() : nullptr;
-    if(depthOnly && !depth) return;
     for(const GraphEntry& e: entries) {
         Data::Pipeline record = _pipelines.pipeline(e.pipeline);
-        Shaders::ShaderProgram* shader = depthOnly ? depth : _pipelines.shader(e.pipeline);
+        Shaders::ShaderProgram* shader = depthOnly ? _shadows->program(casterFeatures(e.pipeline)) : _pipelines.shader(e.pipeline);
         if(!shader || !shader->asyncCompile(false)) continue;
         if(depthOnly) record.colorMask = 0;
         else if(_preZ && record.type == Data::PipelineType::Opaque) {

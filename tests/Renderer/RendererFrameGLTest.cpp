@@ -179,34 +179,54 @@ TEST_F(RendererFrameGLTest, LitSphereIsBrighterOnTheLightsSide) {
 
 TEST_F(RendererFrameGLTest, BoxCastsAShadowOnAPlane) {
     // Every light puts the box's shadow around (-1, 0) on the plane; the same pixel is compared with
-    // the box moved out of the light.
+    // the box moved out of the light. The skinned box's object sits far away: only its joint puts it
+    // above the plane, so its shadow shows that casters are skinned too.
     const struct {
         const char* name;
         Data::LightType type;
-        Vector3 position;
         float intensity;
         UnsignedInt shadowSetting;
-        bool expectShadow;
+        bool skinned, expectShadow;
     } cases[]{
-        {"sun", Data::LightType::Sun, {3.0f, 0.0f, 4.0f}, 2.0f, 1, true},
-        {"spot", Data::LightType::Spot, {3.0f, 0.0f, 4.0f}, 60.0f, 1, true},
-        {"point", Data::LightType::Point, {3.0f, 0.0f, 4.0f}, 60.0f, 1, true},
-        {"shadows off", Data::LightType::Sun, {3.0f, 0.0f, 4.0f}, 2.0f, 0, false},
+        {"sun", Data::LightType::Sun, 2.0f, 1, false, true},
+        {"spot", Data::LightType::Spot, 60.0f, 1, false, true},
+        {"point", Data::LightType::Point, 60.0f, 1, false, true},
+        {"sun, skinned box", Data::LightType::Sun, 2.0f, 1, true, true},
+        {"shadows off", Data::LightType::Sun, 2.0f, 0, false, false},
     };
     for(const auto& c: cases) {
         SCOPED_TRACE(c.name);
         Stage& s = make();
         s.renderer.setShadowSetting(c.shadowSetting);
+        s.renderer.setLayoutFlags(MeshDataNormal | MeshDataJoints, ~0u);
+        const char* casterPipeline = "Phong Opaque";
+        if(c.skinned) {
+            casterPipeline = "Phong Skinned";
+            s.renderer.addPipeline({}, casterPipeline, *Shaders::loadPipelineShader(*Shaders::findDefaultPipeline("Phong Opaque")),
+                                   {"NORMAL", "PRIMARY_JOINTS"});
+            s.renderer.pipelines().compileAll(true);
+        }
         const UnsignedInt plane = s.addMesh(Primitives::planeSolid());
-        const UnsignedInt box = s.addMesh(Primitives::cubeSolid());
+        MeshData cube = Primitives::cubeSolid();
+        for(Vector3& p: cube.positions) p *= 0.3f;
+        const UnsignedInt box = s.addMesh(cube);
         s.renderer.updateMaterial(1, s.material("Phong Opaque", "diffuseColor", Vector4{0.8f, 0.8f, 0.8f, 1.0f}));
         s.addObject(plane, "Phong Opaque", 1, Vector3{0.0f}, Vector3{4.0f, 4.0f, 1.0f});
-        const Data::Id caster = s.addObject(box, "Phong Opaque", 1, Vector3{0.0f, 0.0f, 1.0f}, Vector3{0.3f});
-        s.addLight(c.type, c.position, Vector3{0.0f, 0.0f, 1.0f}, c.intensity, true);
+        const Data::Id caster = s.addObject(box, casterPipeline, 1, c.skinned ? Vector3{-30.0f, 0.0f, 0.0f} : Vector3{0.0f, 0.0f, 1.0f});
+        if(c.skinned) s.scene.meshes().setSkin(s.scene.graph().componentsOfType(caster, Data::ComponentType::Mesh).at(0), 0);
+        s.addLight(c.type, Vector3{3.0f, 0.0f, 4.0f}, Vector3{0.0f, 0.0f, 1.0f}, c.intensity, true);
         s.prepare();
+        const UnsignedInt offsets[]{0};
+        Matrix4 joint = glm::translate(Matrix4{1.0f}, Vector3{0.0f, 0.0f, 1.0f});
+        if(c.skinned) s.renderer.updateSkinning(std::span{&joint, 1}, offsets);
         const Vector2i at = pixelOf(-1.0f, 0.0f);
         const float shadowed = brightness(s.frame(), at);
-        s.move(caster, Vector3{0.0f, 30.0f, 1.0f});
+        if(c.skinned) {
+            joint = glm::translate(Matrix4{1.0f}, Vector3{0.0f, 30.0f, 1.0f});
+            s.renderer.updateSkinning(std::span{&joint, 1}, offsets);
+        } else {
+            s.move(caster, Vector3{0.0f, 30.0f, 1.0f});
+        }
         const float open = brightness(s.frame(), at);
         EXPECT_GT(open, 30.0f);
         if(c.expectShadow) {
