@@ -164,7 +164,7 @@ private:
     int _dropStage{};
 
     Dialog _dialog{Dialog::None};
-    bool _openDialog{};
+    bool _openDialog{}, _dialogFailed{};
     std::array<char, 1024> _pathBuffer{};
     bool _quit{}, _quitAfterSave{};
     bool _graphics{};
