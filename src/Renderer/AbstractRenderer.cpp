@@ -39,6 +39,7 @@ AbstractRenderer::~AbstractRenderer() {
 void AbstractRenderer::clearShaders() {
     _pipelines.clear();
     _pipelineFeatures.clear();
+    _colliderPipeline = 0;
     _shadows->setDepthSource(nullptr, shaderOptions());
     resetRenderGraph();
 }
@@ -89,15 +90,27 @@ void AbstractRenderer::loadPostProcessShaders() {
 }
 
 UnsignedShort AbstractRenderer::registerCustomMaterial() {
-    const UnsignedShort id = UnsignedShort(std::max<std::size_t>(_sceneMaterialCount, 1) + _customMaterialCount++);
+    if(CustomMaterialBase + _customMaterialCount >= MaxMaterials) {
+        Log::error("AbstractRenderer::registerCustomMaterial(): all {} custom material slots are taken",
+                   MaxMaterials - CustomMaterialBase);
+        return 0;
+    }
+    const UnsignedShort id = UnsignedShort(CustomMaterialBase + _customMaterialCount++);
     if(_materials.materialCount() <= id) _materials.resize(id + 1u);
     return id;
 }
 
-UnsignedInt AbstractRenderer::addColliderVisualizationPipeline(UnsignedInt pipeline) { return pipeline; }
+UnsignedInt AbstractRenderer::addColliderVisualizationPipeline(UnsignedInt pipeline) {
+    if(pipeline >= _pipelines.pipelineCount()) {
+        Log::error("AbstractRenderer::addColliderVisualizationPipeline(): no pipeline {}", pipeline);
+        return 0;
+    }
+    _colliderPipeline = pipeline;
+    return pipeline;
+}
 
 UnsignedInt AbstractRenderer::addColliderVisualizationBatch() {
-    return addBatch(BatchType::Mesh, pipelineIndex("MeshVisualizer"));
+    return addBatch(BatchType::Mesh, _colliderPipeline ? _colliderPipeline : pipelineIndex("MeshVisualizer"));
 }
 
 Shaders::ShaderProgram::Options AbstractRenderer::shaderOptions() const {
@@ -239,8 +252,13 @@ void AbstractRenderer::updateTexts(Data::TextManager& texts) {
 
 void AbstractRenderer::updateMaterials(std::span<const Data::MaterialData> materials,
                                        std::span<const Data::MaterialData> alphaMaterials) {
-    _sceneMaterialCount = UnsignedShort(materials.size());
-    _materials.resize(std::max<std::size_t>(materials.size() + _customMaterialCount, 1));
+    if(materials.size() > CustomMaterialBase) {
+        Log::error("AbstractRenderer::updateMaterials(): {} materials, only the first {} are kept", materials.size(),
+                   CustomMaterialBase);
+        materials = materials.first(CustomMaterialBase);
+    }
+    // Custom materials keep their rows above the scene's.
+    _materials.resize(std::max<std::size_t>({materials.size(), _customMaterialCount ? CustomMaterialBase + _customMaterialCount : 0u, 1u}));
     for(std::size_t i = 0; i != materials.size(); ++i) {
         Data::Material m;
         const std::size_t n = std::min(materials[i].parameters.size(), m.values.size());

@@ -102,10 +102,18 @@ public:
     void addTileFeedbackShader(const std::string& vertex, const std::string& fragment, bool sky);
     // Compiles the renderer's own passes (bloom, tone mapping, overdraw, default depth).
     void loadPostProcessShaders();
-    // A material slot past the scene's, for editor-made materials; returns its id.
+    // Material ids: the scene's from 0, editor-made ones from CustomMaterialBase, so that either
+    // list can change without moving the other. A row of the materials texture per id, so ids stay
+    // below the texture height limit.
+    static constexpr UnsignedInt MaxMaterials = 16384;
+    static constexpr UnsignedInt CustomMaterialBase = MaxMaterials - 256;
+    // A material id for editor-made materials (collider colours, bake visualisations); 0 and a
+    // message when all are taken.
     UnsignedShort registerCustomMaterial();
-    // A batch of the given pipeline for collider shapes; returns the pipeline index given.
+    // The pipeline collider shapes are drawn with (returned as given, remembered for the batch).
     UnsignedInt addColliderVisualizationPipeline(UnsignedInt pipeline);
+    // An empty batch of that pipeline (after prepareBatches) for whoever draws the collider shapes
+    // to fill with meshes and instances; returns its index.
     UnsignedInt addColliderVisualizationBatch();
     // Defines the renderer passes to every shader (MAX_LIGHTS, MAX_VIEWS, MAX_SHADOW_MAPS), for
     // editor shaders compiled against the same sources.
@@ -261,6 +269,7 @@ protected:
     RendererState& _state;
     PipelineRegistry _pipelines;
     std::vector<std::vector<std::string>> _pipelineFeatures;  // by pipeline index
+    UnsignedInt _colliderPipeline = 0;
     VertexLayoutKind _layoutKind = VertexLayoutKind::PositionNormal;
     MeshDataFlags _layoutFlags = MeshDataNormal;
 
@@ -296,7 +305,6 @@ protected:
     TextureAtlas _atlas;
     std::vector<int> _imageSlots;  // atlas slot per image index, -1 none
     UnsignedShort _customMaterialCount = 0;
-    UnsignedShort _sceneMaterialCount = 0;
 
     FrameUniformBuffer _frameUniforms;
     ViewUniformBuffer _viewUniforms;

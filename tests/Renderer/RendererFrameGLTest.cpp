@@ -287,6 +287,16 @@ TEST_F(RendererFrameGLTest, MaterialColourChangeChangesPixels) {
     EXPECT_TRUE(ArdentisEngine::Test::pixelNear(after, centre, {0, 255, 0, 255}, 2));
     // Nothing moved: no transformation row went up again.
     EXPECT_EQ(s.renderer.statistics().transformRowsUploaded, 0u);
+
+    // An editor-made material keeps its id and record when the scene's materials are replaced.
+    const UnsignedShort custom = s.renderer.registerCustomMaterial();
+    EXPECT_GE(custom, WebGL2Renderer::CustomMaterialBase);
+    s.renderer.updateMaterial(custom, s.material("Flat Opaque", "color", Vector4{0.0f, 0.0f, 1.0f, 1.0f}));
+    s.scene.meshes().setMaterial(s.scene.meshes().component(0), custom);
+    s.prepare();
+    s.scene.materials.resize(3);
+    s.renderer.updateMaterials(s.scene.materials);
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(s.frame(), centre, {0, 0, 255, 255}, 2));
 }
 
 TEST_F(RendererFrameGLTest, SkinnedMeshFollowsItsJoint) {
