@@ -188,14 +188,17 @@ void WebGL2Renderer::drawDraws(Data::PipelineType type) {
 }
 
 void WebGL2Renderer::drawSky() {
-    MeshBatch& batch = _batches[_skyBatch];
-    Shaders::ShaderProgram* shader = _pipelines.shader(batch.pipeline());
+    // The sky group needs no mesh: its first active component only names the material.
+    if(!_meshes || _skyBatch >= _meshGroupCount) return;
+    const auto& mc = _meshes->components();
+    if(_skyBatch >= mc.groupsCount() || mc.groupSize(_skyBatch) == 0) return;
+    const UnsignedInt pipeline = _batches[_skyBatch].pipeline();
+    Shaders::ShaderProgram* shader = _pipelines.shader(pipeline);
     if(!shader || !shader->asyncCompile(false)) return;
-    _state.apply(_pipelines.pipeline(batch.pipeline()));
+    _state.apply(_pipelines.pipeline(pipeline));
     shader->use(_state);
     const int material = shader->uniformLocation("skyMaterial");
-    if(material != -1 && _meshes && !batch.componentObjectIds().empty())
-        glUniform1ui(material, _meshes->material(_meshes->component(batch.componentObjectIds()[0])));
+    if(material != -1) glUniform1ui(material, _meshes->material(_meshes->component(mc.groupStart(_skyBatch))));
     const int viewIndex = shader->uniformLocation("viewIndex");
     if(viewIndex != -1) glUniform1ui(viewIndex, _targetBuffer);
     if(!_emptyVertexArray) glGenVertexArrays(1, &_emptyVertexArray);
