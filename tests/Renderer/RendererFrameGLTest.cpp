@@ -601,7 +601,9 @@ TEST_F(RendererFrameGLTest, OverlapsResolveInPassOrder) {
         const Image image = s.frame();
         EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, Vector2i{Size/2}, c.expected, 2));
         // The camera looks at the horizon: the row through the middle, away from the quads.
-        if(opaque) EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, Vector2i{2, Size/2}, sky, 30));
+        if(opaque) {
+            EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, Vector2i{2, Size/2}, sky, 30));
+        }
     }
 }
 
