@@ -97,10 +97,14 @@ public:
     const Data::Pipeline& pipeline(UnsignedInt index) const { return _pipelines.pipeline(index); }
     Shaders::ShaderProgram* shader(UnsignedInt pipelineIndex) { return _pipelines.shader(pipelineIndex); }
     PipelineRegistry& pipelines() { return _pipelines; }
+    // The project's depth shader, used for shadow maps and pre-Z instead of the engine's.
     void addDepthShader(const std::string& vertex, const std::string& fragment);
+    // Kept in the registry for passes that will use them: skinning happens in the vertex stage
+    // (lib/Skinning.glsl) and no tile-feedback pass exists yet.
     void addSkinningShader(const std::string& vertex);
     void addTileFeedbackShader(const std::string& vertex, const std::string& fragment, bool sky);
-    // Compiles the renderer's own passes (bloom, tone mapping, overdraw, default depth).
+    // Compiles the depth and overdraw programs now rather than in the first frame that needs them
+    // (bloom compiles its own on first use).
     void loadPostProcessShaders();
     // Material ids: the scene's from 0, editor-made ones from CustomMaterialBase, so that either
     // list can change without moving the other. A row of the materials texture per id, so ids stay
@@ -135,7 +139,8 @@ public:
     // pass (picking through renderBatch sees their quads).
     void updateTexts(Data::TextManager& texts);
     void updateMaterials(std::span<const Data::MaterialData> materials, std::span<const Data::MaterialData> alphaMaterials = {});
-    // `alpha`, when given, is the record used by the blended variant.
+    // `alpha` (a blended variant's record) is accepted for the callers' sake; blended pipelines read
+    // the same record.
     void updateMaterial(UnsignedShort index, const Data::Material& material, const Data::Material* alpha = nullptr);
     // Draws outside the component batches: scene mesh (as packed by updateMeshes), material,
     // pipeline and a matrix each, drawn in their pipeline's pass without culling.
