@@ -135,6 +135,8 @@ bool AbstractRenderer::setLayoutFlags(MeshDataFlags used, MeshDataFlags allowed)
 void AbstractRenderer::prepareBatches(Data::MeshManager& meshes, Data::TextManager& texts) {
     _meshes = &meshes;
     _texts = &texts;
+    // The batches' vertex arrays die here; GL unbinds a deleted one, so the cache must not keep it.
+    _state.bindVertexArray(0);
     _batches.clear();
     const auto& mc = meshes.components();
     _meshGroupCount = UnsignedInt(mc.groupsCount());
@@ -292,6 +294,7 @@ void AbstractRenderer::addDebugDraw(const Data::Draw& draw) {
 void AbstractRenderer::prepareDraws() {
     if(!_drawsDirty) return;
     _drawsDirty = false;
+    _state.bindVertexArray(0);
     _drawBatches.clear();
     // Draws take the transformation rows after the components'.
     const std::size_t base = (_meshes ? _meshes->size() : 0) + (_texts ? _texts->components().size() : 0);
