@@ -54,6 +54,7 @@ void BloomPass::release() {
 void BloomPass::resize(RendererState& state, const Vector2i& requested, GLenum depthFormat) {
     const Vector2i size = glm::max(requested, Vector2i{1});
     if(size == _size) return;
+    for(GLuint f: {_hdrFramebuffer, _blurFramebuffers[0], _blurFramebuffers[1]}) if(f) state.framebufferDeleted(f);
     release();
     _size = size;
     state.save();

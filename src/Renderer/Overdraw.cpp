@@ -22,6 +22,7 @@ void OverdrawPass::release() {
 
 void OverdrawPass::begin(RendererState& state, const Vector2i& size) {
     if(size != _size) {
+        if(_framebuffer) state.framebufferDeleted(_framebuffer);
         release();
         _size = glm::max(size, Vector2i{1});
         glGenTextures(1, &_texture);

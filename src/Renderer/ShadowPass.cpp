@@ -66,6 +66,7 @@ UnsignedInt ShadowPass::render(RendererState& state, std::span<const Data::Shado
     if(!layers) return 0;
 
     if(layers > _layers) {
+        if(_framebuffer) state.framebufferDeleted(_framebuffer);
         release();
         glGenTextures(1, &_texture);
         state.bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, _texture);
