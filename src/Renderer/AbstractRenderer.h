@@ -228,6 +228,17 @@ public:
 
     const RendererStatistics& statistics() const { return _statistics; }
 
+    // Debug views drawn over the bottom-left of the target at the end of render(): the uncompressed
+    // texture atlas (layer 0) and the shadow maps (layer 0, depth as grey), at mip level `mip`. The
+    // virtual-atlas, tile-feedback and streaming-cache views have nothing to show until texture
+    // streaming exists; they are kept for the editor's overlay window.
+    struct TextureOverlay {
+        bool enabled = false;
+        int mip = 0;
+        bool textureAtlas = false, virtualAtlas = false, tileFeedback = false, streamingCache = false, shadowAtlas = false;
+    };
+    TextureOverlay& textureOverlay() { return _textureOverlay; }
+
     // ---- lighting inputs ----
     // 0, 1, 4 or 9 coefficients; other counts are refused with a message.
     bool setShCount(UnsignedInt count);
@@ -338,6 +349,7 @@ protected:
     bool _trackingOverdraw = false;
 
     Color4 _clearColor{0.0f, 0.0f, 0.0f, 1.0f};
+    TextureOverlay _textureOverlay;
     bool _preZ = false;
     RendererStatistics _statistics;
 };

@@ -4,6 +4,7 @@
 #include "Engine/MeshManager.h"
 #include "Engine/ViewManager.h"
 #include "Gfx/Log.h"
+#include "Renderer/InternalShaders.h"
 #include "Renderer/Overdraw.h"
 #include "Renderer/ShaderBindings.h"
 #include "Renderer/ShadowPass.h"
@@ -166,7 +167,46 @@ void WebGL2Renderer::render() {
     if(_trackingOverdraw) countOverdraw();
     _state.restore();
     if(bloom) _bloom->apply(_state, target, viewport.min);
+    if(_textureOverlay.enabled) drawTextureOverlays(target, viewport);
     _statistics.submissionMicroseconds = double(now() - start);
+}
+
+void WebGL2Renderer::drawTextureOverlays(GLuint target, const Range2Di& viewport) {
+    struct View { GLuint texture; bool grey; };
+    std::vector<View> views;
+    if(_textureOverlay.textureAtlas && _atlas.texture().id()) views.push_back({_atlas.texture().id(), false});
+    if(_textureOverlay.shadowAtlas && _shadows->texture()) views.push_back({_shadows->texture(), true});
+    if(views.empty()) return;
+    if(!_overlayShader) {
+        std::optional<Shaders::ShaderSource> source = Shaders::loadEmbeddedShader(Shaders::InternalShaderGroup, "TextureOverlay.frag");
+        if(!source) return;
+        _overlayShader = std::make_unique<Shaders::FullScreenShaderProgram>(*source);
+    }
+    if(!_overlayShader->compile()) return;
+    _state.save();
+    Data::Pipeline record;
+    record.depthTest = false;
+    record.depthWrite = false;
+    record.doubleSided = true;
+    _state.apply(record);
+    _state.bindFramebuffer(target);
+    // Squares a quarter of the viewport's height, side by side from the bottom-left corner.
+    const int side = std::max((viewport.max.y - viewport.min.y)/4, 1);
+    for(std::size_t i = 0; i != views.size(); ++i) {
+        const Vector2i corner = viewport.min + Vector2i{int(i)*side, 0};
+        _state.setViewport(Range2Di{corner, corner + Vector2i{side}});
+        _state.bindTexture(0, RendererState::TextureTarget::Texture2DArray, views[i].texture);
+        // Depth maps are read as values, not compared.
+        if(views[i].grey) glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_COMPARE_MODE, GL_NONE);
+        _overlayShader->use(_state);
+        glUniform1i(_overlayShader->uniformLocation("overlayTexture"), 0);
+        glUniform1f(_overlayShader->uniformLocation("layer"), 0.0f);
+        glUniform1f(_overlayShader->uniformLocation("mip"), float(std::max(_textureOverlay.mip, 0)));
+        glUniform1i(_overlayShader->uniformLocation("grey"), views[i].grey ? 1 : 0);
+        _overlayShader->draw(_state);
+        if(views[i].grey) glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_COMPARE_MODE, GL_COMPARE_REF_TO_TEXTURE);
+    }
+    _state.restore();
 }
 
 void WebGL2Renderer::drawDraws(Data::PipelineType type) {

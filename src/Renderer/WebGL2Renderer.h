@@ -40,9 +40,11 @@ private:
     void drawSky();
     void drawDraws(Data::PipelineType type);
     void countOverdraw();
+    void drawTextureOverlays(GLuint target, const Range2Di& viewport);
 
     bool _multiDraw = false;
     GLuint _emptyVertexArray = 0;
+    std::unique_ptr<Shaders::FullScreenShaderProgram> _overlayShader;
     ProbeVolumeUniformBuffer _probeUniforms;
 };
 

@@ -232,6 +232,11 @@ TEST_F(RendererFrameGLTest, BoxCastsAShadowOnAPlane) {
         if(c.expectShadow) {
             EXPECT_LT(shadowed, open*0.5f) << "shadowed " << shadowed << ", open " << open;
             EXPECT_GT(s.renderer.statistics().shadowDrawCalls, 0u);
+            // The shadow-map overlay shows the map's depths in the bottom-left corner.
+            s.renderer.textureOverlay().enabled = s.renderer.textureOverlay().shadowAtlas = true;
+            const Rgba8 withOverlay = s.frame().pixel<Rgba8>(Size/8, Size/8);
+            s.renderer.textureOverlay().enabled = false;
+            EXPECT_GT(ArdentisEngine::Test::channelDifference(withOverlay, s.frame().pixel<Rgba8>(Size/8, Size/8)), 10);
         } else {
             EXPECT_NEAR(shadowed, open, 2.0f);
         }
