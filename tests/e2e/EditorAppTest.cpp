@@ -67,6 +67,7 @@ struct Layout {
     float frame{}, line{}, padding{}, spacing{};
     Layout() {
         ImGuiContext* context = ImGui::CreateContext();
+        ImGui::GetIO().IniFilename = nullptr;
         loadEditorFonts(1.0f);
         unsigned char* pixels;
         int w, h;
