@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Math/Range.h"
 #include "Math/Types.h"
 
 namespace ArdentisEngine::Data {
@@ -15,8 +16,12 @@ struct GlyphMetrics {
     float advance = 0.0f;
     // Glyph box relative to the pen position on the baseline (y up).
     Vector2 boundsMin{0.0f}, boundsMax{0.0f};
-    // Index of the glyph in the prepared curve and band data.
+    // Index of the glyph in the font file.
     std::uint32_t index = 0;
+    // Pixels of the glyph in the distance-field atlas (empty for blank glyphs and fonts without an
+    // atlas) and the box in em they cover, which is larger than the bounds by the field's spread.
+    Range2Di atlasRect;
+    Vector2 atlasBoundsMin{0.0f}, atlasBoundsMax{0.0f};
 };
 
 struct FontData {
@@ -27,6 +32,12 @@ struct FontData {
     std::unordered_map<char32_t, GlyphMetrics> glyphs;
     // Prepared outline data (curves and bands), opaque to the engine.
     std::vector<std::byte> curveData, bandData;
+    // Single-channel signed distance field of the glyphs, rows bottom-up: 0.5 on the outline,
+    // above inside; `atlasSpread` pixels away from the outline it reaches 0 or 1.
+    Vector2i atlasSize{0};
+    std::vector<std::uint8_t> atlas;
+    float atlasPixelsPerEm = 0.0f;
+    int atlasSpread = 0;
 
     const GlyphMetrics* glyph(char32_t c) const {
         const auto it = glyphs.find(c);

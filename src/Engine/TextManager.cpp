@@ -95,13 +95,18 @@ MeshData TextManager::meshData(Id component, const FontData& font) const {
         }
         const GlyphMetrics* g = font.glyph(c);
         if(!g) continue;
-        if(g->boundsMax.x > g->boundsMin.x && g->boundsMax.y > g->boundsMin.y) {
+        // With an atlas the quad covers the glyph's distance field, spread included, and the
+        // texture coordinates address its pixels; without one they are the box in em.
+        const bool inAtlas = !g->atlasRect.isEmpty() && font.atlasSize.x > 0 && font.atlasSize.y > 0;
+        const Vector2 min = inAtlas ? g->atlasBoundsMin : g->boundsMin, max = inAtlas ? g->atlasBoundsMax : g->boundsMax;
+        if(max.x > min.x && max.y > min.y) {
             const UnsignedInt first = UnsignedInt(mesh.positions.size());
-            const Vector2 corners[4]{
-                g->boundsMin, {g->boundsMax.x, g->boundsMin.y}, g->boundsMax, {g->boundsMin.x, g->boundsMax.y}};
+            const Vector2 corners[4]{min, {max.x, min.y}, max, {min.x, max.y}};
+            const Vector2 atlasMin = Vector2{g->atlasRect.min}/Vector2{font.atlasSize};
+            const Vector2 atlasMax = Vector2{g->atlasRect.max}/Vector2{font.atlasSize};
             for(const Vector2& corner: corners) {
                 mesh.positions.push_back(Vector3{(pen + corner)*t.size, 0.0f});
-                mesh.textureCoordinates.push_back(corner);
+                mesh.textureCoordinates.push_back(inAtlas ? atlasMin + (corner - min)/(max - min)*(atlasMax - atlasMin) : corner);
                 mesh.objectIds.push_back(g->index);
             }
             for(UnsignedInt k: {0u, 1u, 2u, 0u, 2u, 3u}) mesh.indices.push_back(first + k);

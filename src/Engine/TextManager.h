@@ -44,8 +44,8 @@ public:
 
     Matrix4 absoluteTransformationAsMatrix(Id component) const;
 
-    // One quad (two triangles) per drawn glyph: positions in object units, texture coordinates the
-    // glyph box in em, object ids the glyph index. Characters the font lacks are left out with one
+    // One quad (two triangles) per drawn glyph: positions in object units, texture coordinates in
+    // the font's atlas (the glyph box in em for fonts without one), object ids the glyph index. Characters the font lacks are left out with one
     // error line per text.
     MeshData meshData(Id component, const FontData& font) const;
 

@@ -240,7 +240,11 @@ void AbstractRenderer::updateTexts(Data::TextManager& texts) {
                        _fonts.size());
             continue;
         }
-        PackedMesh p = packMesh(texts.meshData(component, _fonts[font]), VertexLayoutKind::PositionNormalUV);
+        MeshData mesh = texts.meshData(component, _fonts[font]);
+        // The font's atlas sits at the origin of a glyph layer that may be larger.
+        const Vector2 scale = _glyphs.uvScale(font);
+        if(!_fonts[font].atlas.empty()) for(Vector2& uv: mesh.textureCoordinates) uv *= scale;
+        PackedMesh p = packMesh(mesh, VertexLayoutKind::PositionNormalUV);
         if(p.isEmpty()) continue;
         componentMeshes.push_back(UnsignedInt(meshes.size()));
         objects.push_back(UnsignedInt(_meshes->size() + i));
@@ -317,9 +321,15 @@ void AbstractRenderer::prepareDraws() {
     }
 }
 
-void AbstractRenderer::updateFonts(std::span<const Data::FontData> fonts) { _fonts.assign(fonts.begin(), fonts.end()); }
+void AbstractRenderer::updateFonts(std::span<const Data::FontData> fonts) {
+    _fonts.assign(fonts.begin(), fonts.end());
+    _glyphs.upload(_state, Shaders::TextureAtlasUnit, _fonts);
+}
 
-void AbstractRenderer::resetFonts() { _fonts.clear(); }
+void AbstractRenderer::resetFonts() {
+    _fonts.clear();
+    _glyphs.clear();
+}
 
 void AbstractRenderer::updateMorphTargets(std::span<const Data::MorphTargetSet> sets) {
     constexpr int Width = 1024;

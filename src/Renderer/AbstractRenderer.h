@@ -29,6 +29,7 @@
 #include "Renderer/Bloom.h"
 #include "Renderer/DataTextures.h"
 #include "Renderer/EnvironmentMap.h"
+#include "Renderer/GlyphAtlas.h"
 #include "Renderer/IrradianceVolume.h"
 #include "Renderer/MeshPacking.h"
 #include "Renderer/PipelineRegistry.h"
@@ -134,9 +135,7 @@ public:
     void prepareBatches(Data::MeshManager& meshes, Data::TextManager& texts);
     // Packs the scene's meshes (by scene mesh index) into the mesh batches that use them.
     void updateMeshes(Data::MeshManager& meshes, std::span<const MeshData> meshData);
-    // Lays the active texts out with the fonts of updateFonts() into the text batch. The glyph
-    // texture Text.frag samples is not filled yet, so text batches draw nothing visible in the main
-    // pass (picking through renderBatch sees their quads).
+    // Lays the active texts out with the fonts of updateFonts() into the text batch.
     void updateTexts(Data::TextManager& texts);
     void updateMaterials(std::span<const Data::MaterialData> materials, std::span<const Data::MaterialData> alphaMaterials = {});
     // `alpha` (a blended variant's record) is accepted for the callers' sake; blended pipelines read
@@ -146,8 +145,10 @@ public:
     // pipeline and a matrix each, drawn in their pipeline's pass without culling.
     void updateDrawsList(std::span<const Data::Draw> draws);
     void addDebugDraw(const Data::Draw& draw);
+    // Uploads the fonts' glyph atlases into the glyph texture; call updateTexts() afterwards.
     void updateFonts(std::span<const Data::FontData> fonts);
     void resetFonts();
+    const GlyphAtlas& glyphAtlas() const { return _glyphs; }
     // Morph targets by scene mesh index, applied in the vertex stage by pipelines with the
     // MORPH_TARGETS feature (MORPH_NORMALS for normal deltas). Weights are the mesh manager's
     // morphTargetWeightsData(); up to 8 non-zero weights per component are used. Call after
@@ -304,6 +305,7 @@ protected:
     std::vector<MeshBatch> _drawBatches;
     bool _drawsDirty = false;
     std::vector<Data::FontData> _fonts;
+    GlyphAtlas _glyphs;
     std::vector<UnsignedInt> _morphFirstLayer;     // by scene mesh
     UnsignedInt _morphLayersPerTarget = 1;
     GLuint _morphTexture = 0;

@@ -104,8 +104,12 @@ void WebGL2Renderer::drawBatch(UnsignedInt batchIndex, Shaders::ShaderProgram& s
         visible = {_meshes->visibility().words(), _meshes->visibility().wordCount()};
     // An empty visibility set would draw everything; a manager without components has nothing visible.
     if(useVisibility && batch.type() == BatchType::Mesh && !overlay && visible.empty()) return;
+    // Text samples its glyphs on the unit meshes read the image atlas from.
+    const bool text = batch.type() == BatchType::Text && _glyphs.texture();
+    if(text) _glyphs.bind(_state, Shaders::TextureAtlasUnit);
     const MeshBatch::DrawStatistics stats = batch.draw(_state, visible, _multiDraw, idOffset,
                                                        sorted ? std::span<const float>{_sortDepth} : std::span<const float>{});
+    if(text && _atlas.texture().id()) _atlas.bind(_state, Shaders::TextureAtlasUnit);
     _statistics.drawCalls += stats.drawCalls;
     _statistics.triangles += stats.triangles;
     if(stats.drawCalls) ++_statistics.batches;

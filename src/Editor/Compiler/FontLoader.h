@@ -1,10 +1,12 @@
 #pragma once
-// Reads a TrueType or OpenType file into the font the scene lays text out with: line metrics and
-// per-glyph advance and box, in em. The prepared outline data (curves and bands) that text shaders
-// sample is made by the glyph library; fonts loaded here carry metrics only, which is what layout,
-// picking and bounds need.
+// Reads a TrueType or OpenType file into the font the scene lays text out with: line metrics,
+// per-glyph advance and box in em, and a signed distance field atlas of the glyphs that the text
+// shader samples.
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "Editor/Project/Json.h"
 #include "Engine/FontData.h"
@@ -18,8 +20,17 @@ class ProjectFile;
 // nothing and fills error with one line naming the file.
 std::optional<std::string> locateFontFile(const ProjectFile& project, const JsonValue* file, std::string& error);
 
-// Printable ASCII and Latin-1 are loaded; characters the face lacks are left out.
+// Printable ASCII, Latin-1 and `extra` are loaded; characters the face lacks are left out.
 // On failure returns nothing and fills error with one line (without the path).
-std::optional<Data::FontData> loadFontFile(const std::string& path, std::string& error);
+std::optional<Data::FontData> loadFontFile(const std::string& path, std::string& error,
+                                           std::span<const char32_t> extra = {});
+
+// Distance field of a coverage bitmap (rows top-down, 255 fully inside) grown by `spread` pixels on
+// every side, rows bottom-up: 128 on the outline, 255 or 0 from `spread` pixels inside or outside.
+std::vector<std::uint8_t> signedDistanceField(std::span<const std::uint8_t> coverage, Vector2i size, int spread);
+
+// Places rectangles of the given sizes in rows, largest first, with a pixel between them. Returns
+// the corner of each and fills `atlasSize` (width a power of two).
+std::vector<Vector2i> packRows(std::span<const Vector2i> sizes, Vector2i& atlasSize);
 
 }

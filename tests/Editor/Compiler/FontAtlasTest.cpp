@@ -1,0 +1,121 @@
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include "Editor/Compiler/FontLoader.h"
+
+using namespace ArdentisEngine;
+
+namespace {
+
+constexpr const char* DejaVu = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+
+// A filled disk of the given radius in pixels, centred in a square bitmap, anti-aliased by
+// supersampling so that its outline sits where the circle runs.
+std::vector<std::uint8_t> disk(int size, float radius) {
+    std::vector<std::uint8_t> pixels(std::size_t(size)*size);
+    for(int y = 0; y != size; ++y) for(int x = 0; x != size; ++x) {
+        int hits = 0;
+        for(int sy = 0; sy != 4; ++sy) for(int sx = 0; sx != 4; ++sx) {
+            const float px = float(x) + (float(sx) + 0.5f)/4.0f - float(size)*0.5f;
+            const float py = float(y) + (float(sy) + 0.5f)/4.0f - float(size)*0.5f;
+            hits += px*px + py*py <= radius*radius;
+        }
+        pixels[std::size_t(y)*size + x] = std::uint8_t(hits*255/16);
+    }
+    return pixels;
+}
+
+TEST(FontAtlasTest, DistanceFieldIsHalfOnTheOutline) {
+    // A disk of radius 10 in a 24-pixel bitmap; field pixels are sampled at a distance from the
+    // circle along a ray from the centre (positive inside).
+    constexpr int Size = 24, Spread = 4;
+    const std::vector<std::uint8_t> field = signedDistanceField(disk(Size, 10.0f), Vector2i{Size}, Spread);
+    const int out = Size + 2*Spread;
+    ASSERT_EQ(field.size(), std::size_t(out*out));
+    auto at = [&](float angle, float inside) {
+        const float r = 10.0f - inside;
+        const float cx = float(out)*0.5f + std::cos(angle)*r, cy = float(out)*0.5f + std::sin(angle)*r;
+        // Rows are bottom-up in the field.
+        return float(field[std::size_t(out - 1 - int(cy))*out + std::size_t(cx)])/255.0f;
+    };
+    const struct {
+        const char* name;
+        float inside, min, max;
+    } cases[]{
+        {"on the outline", 0.0f, 0.5f - 0.1f, 0.5f + 0.1f},
+        {"two pixels in", 2.0f, 0.62f, 0.85f},
+        {"deep inside", 8.0f, 0.99f, 1.0f},
+        {"two pixels out", -2.0f, 0.15f, 0.38f},
+        {"past the spread", -Spread - 1.0f, 0.0f, 0.01f},
+    };
+    for(const auto& c: cases) for(float angle: {0.3f, 1.9f, 3.5f, 5.0f}) {
+        SCOPED_TRACE(testing::Message() << c.name << " at " << angle);
+        const float v = at(angle, c.inside);
+        EXPECT_GE(v, c.min);
+        EXPECT_LE(v, c.max);
+    }
+    // The padding's corners are outside everything.
+    EXPECT_EQ(field.front(), 0);
+    EXPECT_EQ(field.back(), 0);
+}
+
+TEST(FontAtlasTest, RowsDoNotOverlap) {
+    const struct {
+        const char* name;
+        std::vector<Vector2i> sizes;
+    } cases[]{
+        {"one", {{10, 20}}},
+        {"mixed heights", {{5, 30}, {40, 3}, {12, 12}, {1, 1}, {30, 29}, {64, 8}}},
+        {"wider than the estimate", {{300, 2}, {2, 2}}},
+        {"many equal", std::vector<Vector2i>(200, Vector2i{17, 23})},
+    };
+    for(const auto& c: cases) {
+        SCOPED_TRACE(c.name);
+        Vector2i atlas{0};
+        const std::vector<Vector2i> corners = packRows(c.sizes, atlas);
+        ASSERT_EQ(corners.size(), c.sizes.size());
+        EXPECT_EQ(atlas.x & (atlas.x - 1), 0) << atlas.x;
+        for(std::size_t i = 0; i != corners.size(); ++i) {
+            const Range2Di a = Range2Di::fromSize(corners[i], c.sizes[i]);
+            EXPECT_TRUE(a.min.x >= 0 && a.min.y >= 0 && a.max.x <= atlas.x && a.max.y <= atlas.y) << i;
+            for(std::size_t j = 0; j != i; ++j)
+                EXPECT_TRUE(a.intersected(Range2Di::fromSize(corners[j], c.sizes[j])).isEmpty()) << i << " and " << j;
+        }
+    }
+}
+
+TEST(FontAtlasTest, LoadsGlyphFieldsIntoTheAtlas) {
+    std::string error;
+    const char32_t extra[]{U'\u0416', U'\U0010FFFD', U'H'};  // Cyrillic Zhe, an unassigned code point, a duplicate
+    const std::optional<Data::FontData> font = loadFontFile(DejaVu, error, extra);
+    ASSERT_TRUE(font) << error;
+    ASSERT_GT(font->atlasSize.x, 0);
+    ASSERT_EQ(font->atlas.size(), std::size_t(font->atlasSize.x*font->atlasSize.y));
+    EXPECT_FALSE(font->glyph(U'\U0010FFFD'));
+    EXPECT_TRUE(font->glyph(U' ') && font->glyph(U' ')->atlasRect.isEmpty());
+    const Range2Di whole{{0, 0}, font->atlasSize};
+    const float ppem = font->atlasPixelsPerEm;
+    for(char32_t c: {U'H', U'i', U'\u00e9', U'\u0416'}) {
+        SCOPED_TRACE(testing::Message() << "U+" << std::hex << std::uint32_t(c));
+        const Data::GlyphMetrics* g = font->glyph(c);
+        ASSERT_TRUE(g);
+        ASSERT_FALSE(g->atlasRect.isEmpty());
+        EXPECT_EQ(g->atlasRect.intersected(whole), g->atlasRect);
+        // The field's box holds the outline's box, padded by the spread.
+        const Vector2 box = (g->atlasBoundsMax - g->atlasBoundsMin)*ppem;
+        EXPECT_NEAR(box.x, float(g->atlasRect.sizeX()), 0.01f);
+        EXPECT_NEAR(box.y, float(g->atlasRect.sizeY()), 0.01f);
+        EXPECT_LE(g->atlasBoundsMin.x, g->boundsMin.x);
+        EXPECT_GE(g->atlasBoundsMax.y, g->boundsMax.y);
+        // The glyph box's centre row crosses the outline: some pixels inside, the padding outside.
+        const int row = g->atlasRect.min.y + int((0.5f*(g->boundsMin.y + g->boundsMax.y) - g->atlasBoundsMin.y)*ppem);
+        int inside = 0;
+        for(int x = g->atlasRect.min.x; x != g->atlasRect.max.x; ++x)
+            inside += font->atlas[std::size_t(row)*font->atlasSize.x + x] > 128;
+        EXPECT_GT(inside, 0);
+        EXPECT_LT(font->atlas[std::size_t(row)*font->atlasSize.x + g->atlasRect.min.x], 20);
+    }
+}
+
+}
