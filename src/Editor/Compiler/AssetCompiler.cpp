@@ -8,15 +8,18 @@
 // [SECTION] Probes
 // Objects and their components are in CompileObjects.cpp.
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
 #include <sstream>
 
 #include "Editor/Compiler/FontLoader.h"
 #include "Editor/Data/EditorData.h"
 #include "Editor/Import/SceneImporter.h"
+#include "Engine/TextManager.h"
 #include "Gfx/ImageConversion.h"
 #include "Gfx/Log.h"
 #include "Gfx/MeshTools.h"
@@ -169,7 +172,10 @@ void AssetCompiler::compileCategories(bool allObjects) {
         compileMaterials(pipelinesChanged || texturesChanged);
 
     if(moved(ChangeCategory::Meshes) || files) compileMeshes(false);
-    if(moved(ChangeCategory::Fonts)) compileFonts(false);
+    // A text using a character the fonts lack a glyph for reloads them all with it.
+    const bool newCodePoints = (moved(ChangeCategory::Texts) || moved(ChangeCategory::Objects) ||
+                                moved(ChangeCategory::Fonts)) && gatherTextCodePoints();
+    if(moved(ChangeCategory::Fonts) || newCodePoints) compileFonts(newCodePoints);
     if(moved(ChangeCategory::Animations) || files) compileAnimations(false);
 
     if(moved(ChangeCategory::Physics)) {
@@ -599,6 +605,26 @@ void AssetCompiler::compileMeshes(bool force) {
     if(morphTargets) markCompiled(SceneCategory::MorphTargets);
 }
 
+bool AssetCompiler::gatherTextCodePoints() {
+    std::u32string used;
+    for(const auto& [id, record]: sectionRecords(*_project, ObjectRecord::Section)) {
+        const JsonValue* list = member(record, Model::Object::Components.name);
+        if(!list || !list->IsArray()) continue;
+        for(const JsonValue& c: list->GetArray()) {
+            if(Model::ComponentType(read(&c, Model::Component::Type)) != Model::ComponentType::Text) continue;
+            for(char32_t code: Data::decodeUtf8(read(&c, Model::Component::Text)))
+                if(code > 0xff) used.push_back(code);
+        }
+    }
+    std::sort(used.begin(), used.end());
+    used.erase(std::unique(used.begin(), used.end()), used.end());
+    if(std::includes(_fontCodePoints.begin(), _fontCodePoints.end(), used.begin(), used.end())) return false;
+    std::u32string merged;
+    std::set_union(_fontCodePoints.begin(), _fontCodePoints.end(), used.begin(), used.end(), std::back_inserter(merged));
+    _fontCodePoints = std::move(merged);
+    return true;
+}
+
 void AssetCompiler::compileFonts(bool force) {
     SectionState& state = _sections[FontRecord::Section];
     const auto records = sectionRecords(*_project, FontRecord::Section);
@@ -609,7 +635,7 @@ void AssetCompiler::compileFonts(bool force) {
         std::string error;
         const std::optional<std::string> path = locateFontFile(*_project, member(record, Model::Font::File.name), error);
         if(!path) { Log::error("Font {} ({}): {}", id.value, name, error); continue; }
-        std::optional<Data::FontData> font = loadFontFile(*path, error);
+        std::optional<Data::FontData> font = loadFontFile(*path, error, _fontCodePoints);
         if(!font) { Log::error("Font {} ({}): {}: {}", id.value, name, *path, error); continue; }
         if(!name.empty()) font->name = name;
         if(!_fonts.find(id)) _componentInputs = true;

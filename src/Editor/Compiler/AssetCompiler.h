@@ -179,6 +179,9 @@ private:
     void compileMaterials(bool force);
     void compileMeshes(bool force);
     void compileFonts(bool force);
+    // Adds the code points past Latin-1 that the project's texts use to those the fonts were
+    // loaded with; true when any was new.
+    bool gatherTextCodePoints();
     void compileAnimations(bool force);
     void compileObjectRecords(bool all, bool components);
     // The edited objects alone, when none of them was added, removed or moved in the hierarchy;
@@ -206,6 +209,8 @@ private:
     std::uint32_t _compiledMask = 0;
 
     SlotTable _shaders, _pipelines, _images, _textures, _materials, _meshes, _fonts;
+    // Sorted; only grows, so that deleting text never reloads the fonts.
+    std::u32string _fontCodePoints;
     // Skins by object record; Scene::skins index = slot - 1.
     SlotTable _skins;
     std::map<std::string, SectionState, std::less<>> _sections;
