@@ -608,7 +608,7 @@ void AssetCompiler::compileMeshes(bool force) {
 bool AssetCompiler::gatherTextCodePoints() {
     std::u32string used;
     for(const auto& [id, record]: sectionRecords(*_project, ObjectRecord::Section)) {
-        const JsonValue* list = member(record, Model::Object::Components.name);
+        const JsonValue* list = member(record, Model::Object::Components);
         if(!list || !list->IsArray()) continue;
         for(const JsonValue& c: list->GetArray()) {
             if(Model::ComponentType(read(&c, Model::Component::Type)) != Model::ComponentType::Text) continue;

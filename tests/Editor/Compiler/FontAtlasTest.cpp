@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "Editor/Compiler/AssetCompiler.h"
 #include "Editor/Compiler/FontLoader.h"
+#include "Editor/Project/TestProject.h"
+#include "Editor/Undo/ChangeManager.h"
 
 using namespace ArdentisEngine;
 
@@ -116,6 +119,33 @@ TEST(FontAtlasTest, LoadsGlyphFieldsIntoTheAtlas) {
         EXPECT_GT(inside, 0);
         EXPECT_LT(font->atlas[std::size_t(row)*font->atlasSize.x + g->atlasRect.min.x], 20);
     }
+}
+
+TEST(FontAtlasTest, ProjectTextsBringTheirCharacters) {
+    // Past Latin-1: what the texts use is loaded, at first and after an edit brings a new one.
+    ProjectFile project;
+    ASSERT_TRUE(project.create(ArdentisEngine::Test::scratchFolder().string()));
+    ASSERT_TRUE(project.loadText(R"({"format": "ardentis-project", "version": 1,
+        "fonts": {"1": {"name": "Sans", "file": {"file": "DejaVuSans.ttf", "resource": "system"}}},
+        "objects": {"1": {"name": "Sign", "components": [{"type": 3, "text": "\u0416uk", "font": 1}]}}})", "records"));
+    ChangeManager changes{project};
+    Data::Scene scene{16};
+    AssetCompiler compiler{project, scene};
+    compiler.compile();
+    const std::uint16_t slot = compiler.fontInstance(ResourceId{1});
+    ASSERT_TRUE(slot);
+    ASSERT_TRUE(scene.fonts[slot].glyph(U'\u0416'));
+    EXPECT_FALSE(scene.fonts[slot].glyph(U'\u03c9'));
+
+    JsonDocument text;
+    text.SetString("\xcf\x89 and \xd0\x96");  // omega, Zhe
+    changes.pushChange(ProjectSection{project, "objects"}.record(ResourceId{1}).access("components").access(0).access("text"), text);
+    changes.commit();
+    compiler.compile();
+    const Data::GlyphMetrics* omega = scene.fonts[compiler.fontInstance(ResourceId{1})].glyph(U'\u03c9');
+    ASSERT_TRUE(omega);
+    EXPECT_FALSE(omega->atlasRect.isEmpty());
+    EXPECT_TRUE(scene.fonts[slot].glyph(U'\u0416'));
 }
 
 }
