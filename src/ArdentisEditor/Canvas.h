@@ -39,7 +39,7 @@ class EditorData;
 class EditorSceneData;
 class RendererState;
 class WebGL2Renderer;
-namespace Data { class Scene; }
+namespace Data { class Scene; struct Pipeline; }
 class SelectionOutline;
 namespace Shaders { class ComponentId; class Outline; struct ShaderSource; }
 
@@ -170,6 +170,8 @@ private:
     // reaching behind the camera).
     std::optional<Range2Di> selectionBounds(bool lights, bool views, bool bones);
     void forwardPass(bool overdraw);
+    // Everything after the forward pass draws into the multisampled target with `pipeline`.
+    void bindOverlayTarget(const Data::Pipeline& pipeline);
     void forwardMeshVisualizationPass();
     void forwardLightPass();
     void forwardBonesPass();

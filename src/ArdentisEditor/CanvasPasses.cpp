@@ -437,11 +437,15 @@ void Canvas::forwardPass(bool overdraw) {
     state.restore();
 }
 
+void Canvas::bindOverlayTarget(const Data::Pipeline& pipeline) {
+    _state->apply(pipeline);
+    _state->bindFramebuffer(_framebufferMS.id());
+    _state->setViewport(_framebufferMS.viewport());
+}
+
 void Canvas::forwardMeshVisualizationPass() {
+    bindOverlayTarget(Data::Pipeline{});
     RendererState& state = *_state;
-    state.apply(Data::Pipeline{});
-    state.bindFramebuffer(_framebufferMS.id());
-    state.setViewport(_framebufferMS.viewport());
     Data::Scene& scene = mainScene();
     const Data::MeshManager& meshes = scene.meshes();
     _meshVisualizer.setProjectionMatrix(_views.viewProjectionMatrix(MainView))
@@ -466,10 +470,7 @@ void Canvas::forwardMeshVisualizationPass() {
 }
 
 void Canvas::forwardLightPass() {
-    RendererState& state = *_state;
-    state.apply(overlayPipeline());
-    state.bindFramebuffer(_framebufferMS.id());
-    state.setViewport(_framebufferMS.viewport());
+    bindOverlayTarget(overlayPipeline());
     const Matrix4 V = _views.viewProjectionMatrix(MainView);
     Data::Scene& scene = mainScene();
     const Data::LightManager& lights = scene.lights();
@@ -483,10 +484,7 @@ void Canvas::forwardLightPass() {
 }
 
 void Canvas::forwardBonesPass() {
-    RendererState& state = *_state;
-    state.apply(overlayPipeline());
-    state.bindFramebuffer(_framebufferMS.id());
-    state.setViewport(_framebufferMS.viewport());
+    bindOverlayTarget(overlayPipeline());
     const Matrix4 V = _views.viewProjectionMatrix(MainView);
     Data::Scene& scene = mainScene();
     _flat.setColor(BoneColor);
@@ -500,10 +498,7 @@ void Canvas::forwardBonesPass() {
 }
 
 void Canvas::forwardViewVisualizationPass() {
-    RendererState& state = *_state;
-    state.apply(overlayPipeline());
-    state.bindFramebuffer(_framebufferMS.id());
-    state.setViewport(_framebufferMS.viewport());
+    bindOverlayTarget(overlayPipeline());
     const Matrix4 V = _views.viewProjectionMatrix(MainView);
     Data::Scene& scene = mainScene();
     const Data::ViewManager& views = scene.views();
@@ -515,12 +510,9 @@ void Canvas::forwardViewVisualizationPass() {
 }
 
 void Canvas::physicsVisualizationPass() {
-    RendererState& state = *_state;
     Data::Pipeline pipeline = overlayPipeline();
     pipeline.depthWrite = false;
-    state.apply(pipeline);
-    state.bindFramebuffer(_framebufferMS.id());
-    state.setViewport(_framebufferMS.viewport());
+    bindOverlayTarget(pipeline);
     const Data::DebugLines lines = mainScene().physics().renderDebugVisualization();
     if(lines.segmentCount() == 0) return;
     MeshData data{MeshPrimitive::Lines};
@@ -532,10 +524,7 @@ void Canvas::physicsVisualizationPass() {
 }
 
 void Canvas::objectAxisPass() {
-    RendererState& state = *_state;
-    state.apply(overlayPipeline());
-    state.bindFramebuffer(_framebufferMS.id());
-    state.setViewport(_framebufferMS.viewport());
+    bindOverlayTarget(overlayPipeline());
     const Matrix4 V = _views.viewProjectionMatrix(MainView);
     const Data::SceneGraph& graph = mainScene().graph();
     for(const Data::ObjectData& object: graph.objects()) {
