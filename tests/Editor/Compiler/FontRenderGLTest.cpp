@@ -1,3 +1,5 @@
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "Editor/Compiler/FontLoader.h"
@@ -22,7 +24,7 @@ enum class Expect { Background, Text, Outline };
 // A camera at (0, 0, 5) with a 90° field of view (the z = 0 plane shows -5..5) over one text object
 // at Origin, laid out from its baseline, drawn in red on black.
 struct Stage {
-    Stage(const Data::FontData& font, const char* text, bool outline): renderer{state}, target{Vector2i{Size}} {
+    Stage(std::span<const Data::FontData> fonts, const char* text, bool outline): renderer{state}, target{Vector2i{Size}} {
         renderer.addDefaultPipelines();
         renderer.pipelines().compileAll(true);
         auto& graph = scene.graph();
@@ -55,7 +57,7 @@ struct Stage {
         scene.texts().activate(t);
         graph.activate();
 
-        renderer.updateFonts(std::span{&font, 1});
+        renderer.updateFonts(fonts);
         renderer.prepareBatches(scene.meshes(), scene.texts());
         renderer.updateMeshes(scene.meshes(), scene.meshData);
         renderer.updateTexts(scene.texts());
@@ -91,6 +93,14 @@ TEST_F(FontRenderGLTest, GlyphsShowWhereTheQuadsAre) {
     std::string error;
     const std::optional<Data::FontData> font = loadFontFile(DejaVu, error);
     ASSERT_TRUE(font) << error;
+    // With more glyphs the second font's atlas is larger, so the first one's fills only part of
+    // its layer.
+    std::vector<char32_t> greekAndCyrillic;
+    for(char32_t c = 0x370; c != 0x530; ++c) greekAndCyrillic.push_back(c);
+    const std::optional<Data::FontData> larger = loadFontFile(DejaVu, error, greekAndCyrillic);
+    ASSERT_TRUE(larger) << error;
+    ASSERT_NE(larger->atlasSize, font->atlasSize);
+    const Data::FontData both[]{*font, *larger};
     const Data::GlyphMetrics& h = *font->glyph(U'H');
     const Data::GlyphMetrics& i = *font->glyph(U'i');
     const float hHeight = h.boundsMax.y - h.boundsMin.y, iHeight = i.boundsMax.y - i.boundsMin.y;
@@ -117,16 +127,18 @@ TEST_F(FontRenderGLTest, GlyphsShowWhereTheQuadsAre) {
         const char* text;
         bool outline;
         bool missingGlyph;
+        std::size_t fontCount;
     } cases[]{
-        {"plain", "Hi", false, false},
-        {"outlined", "Hi", true, false},
+        {"plain", "Hi", false, false, 1},
+        {"outlined", "Hi", true, false, 1},
         // The unassigned U+10FFFD has no glyph: skipped, with the rest laid out as without it.
-        {"with a missing glyph", "H\xf4\x8f\xbf\xbdi", false, true},
+        {"with a missing glyph", "H\xf4\x8f\xbf\xbdi", false, true, 1},
+        {"beside a font with a larger atlas", "Hi", false, false, 2},
     };
     for(const auto& c: cases) {
         SCOPED_TRACE(c.name);
         Log::Capture errors{Log::Channel::Error};
-        Stage s{*font, c.text, c.outline};
+        Stage s{std::span{both, c.fontCount}, c.text, c.outline};
         const Image image = s.frame();
         EXPECT_EQ(errors.contains("no glyph for U+10FFFD"), c.missingGlyph) << errors.text();
         for(const auto& p: probes) {
