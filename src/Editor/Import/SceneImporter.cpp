@@ -29,6 +29,21 @@ Matrix4 toMatrix(const aiMatrix4x4& m) {
 Vector3 toVector(const aiVector3D& v) { return {v.x, v.y, v.z}; }
 Quaternion toQuaternion(const aiQuaternion& q) { return Quaternion{q.w, q.x, q.y, q.z}; }
 
+// Appends a linear track built from one kind of assimp key, when the channel has any.
+template<class Key, class Value>
+void addKeyTrack(Data::AnimationData& data, std::uint32_t target, const Key* keys, unsigned count, double ticks,
+                 Value (*convert)(const decltype(Key::mValue)&),
+                 Data::AnimationTrack (*make)(std::uint32_t, std::vector<float>, const std::vector<Value>&, Data::Interpolation)) {
+    if(!count) return;
+    std::vector<float> times;
+    std::vector<Value> values;
+    for(unsigned k = 0; k != count; ++k) {
+        times.push_back(float(keys[k].mTime/ticks));
+        values.push_back(convert(keys[k].mValue));
+    }
+    data.tracks.push_back(make(target, std::move(times), values, Data::Interpolation::Linear));
+}
+
 struct Builder {
     const aiScene& scene;
     ImportedFile& out;
@@ -143,33 +158,9 @@ struct Builder {
             const aiNodeAnim& channel = *animation.mChannels[c];
             const std::uint32_t target = objectNamed(channel.mNodeName);
             if(target == ImportedSceneCache::NoParent) continue;
-            if(channel.mNumPositionKeys) {
-                std::vector<float> times;
-                std::vector<Vector3> values;
-                for(unsigned k = 0; k != channel.mNumPositionKeys; ++k) {
-                    times.push_back(float(channel.mPositionKeys[k].mTime/ticks));
-                    values.push_back(toVector(channel.mPositionKeys[k].mValue));
-                }
-                data.tracks.push_back(Data::translationTrack(target, std::move(times), values));
-            }
-            if(channel.mNumRotationKeys) {
-                std::vector<float> times;
-                std::vector<Quaternion> values;
-                for(unsigned k = 0; k != channel.mNumRotationKeys; ++k) {
-                    times.push_back(float(channel.mRotationKeys[k].mTime/ticks));
-                    values.push_back(toQuaternion(channel.mRotationKeys[k].mValue));
-                }
-                data.tracks.push_back(Data::rotationTrack(target, std::move(times), values));
-            }
-            if(channel.mNumScalingKeys) {
-                std::vector<float> times;
-                std::vector<Vector3> values;
-                for(unsigned k = 0; k != channel.mNumScalingKeys; ++k) {
-                    times.push_back(float(channel.mScalingKeys[k].mTime/ticks));
-                    values.push_back(toVector(channel.mScalingKeys[k].mValue));
-                }
-                data.tracks.push_back(Data::scalingTrack(target, std::move(times), values));
-            }
+            addKeyTrack(data, target, channel.mPositionKeys, channel.mNumPositionKeys, ticks, toVector, Data::translationTrack);
+            addKeyTrack(data, target, channel.mRotationKeys, channel.mNumRotationKeys, ticks, toQuaternion, Data::rotationTrack);
+            addKeyTrack(data, target, channel.mScalingKeys, channel.mNumScalingKeys, ticks, toVector, Data::scalingTrack);
         }
         for(unsigned c = 0; c != animation.mNumMorphMeshChannels; ++c) {
             const aiMeshMorphAnim& channel = *animation.mMorphMeshChannels[c];
