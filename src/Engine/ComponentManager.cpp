@@ -30,13 +30,8 @@ Id ComponentManager::addComponent(Id object) {
         Log::error("ComponentManager::addComponent(): object {} is not in a scene graph of this manager", object);
         return InvalidId;
     }
-    Id id;
-    if(!_freeIds.empty()) {
-        id = _freeIds.back();
-        _freeIds.pop_back();
-    } else if(_nextId < capacity()) {
-        id = _nextId++;
-    } else {
+    const Id id = takeId(_freeIds, _nextId, capacity());
+    if(id == InvalidId) {
         Log::error("ComponentManager::addComponent(): no room for more than {} components", capacity());
         return InvalidId;
     }

@@ -36,18 +36,22 @@ void SceneGraph::setCapacity(std::uint16_t capacity) {
     _order.reserve(capacity);
 }
 
+Id takeId(std::vector<Id>& freeIds, Id& nextId, std::size_t capacity) {
+    if(!freeIds.empty()) {
+        const Id id = freeIds.back();
+        freeIds.pop_back();
+        return id;
+    }
+    return nextId < capacity ? nextId++ : InvalidId;
+}
+
 Id SceneGraph::addObject(Id parent) {
     if(!isValid(parent)) {
         Log::error("SceneGraph::addObject(): parent {} does not exist", parent);
         return InvalidId;
     }
-    Id id;
-    if(!_freeIds.empty()) {
-        id = _freeIds.back();
-        _freeIds.pop_back();
-    } else if(_nextId < capacity()) {
-        id = _nextId++;
-    } else {
+    const Id id = takeId(_freeIds, _nextId, capacity());
+    if(id == InvalidId) {
         Log::error("SceneGraph::addObject(): the scene is full ({} objects)", capacity());
         return InvalidId;
     }
@@ -184,22 +188,23 @@ std::size_t SceneGraph::computeAbsoluteTransformations() {
     for(std::size_t start: _dirtyScratch) {
         if(start < done) continue;  // inside a subtree recomputed already
         const std::size_t end = start + 1 + _order[start].descendants;
-        for(std::size_t i = start; i != end; ++i) {
-            const ObjectData& o = _order[i];
-            if(o.parent == InvalidId) {
-                _absolute[o.id] = _local[o.id];
-                _absoluteScaling[o.id] = _localScaling[o.id];
-            } else {
-                combine(_absolute[o.parent], _absoluteScaling[o.parent], _local[o.id], _localScaling[o.id],
-                        _absolute[o.id], _absoluteScaling[o.id]);
-            }
-            _changed.set(o.id);
-        }
+        for(std::size_t i = start; i != end; ++i) recomputeFromParent(_order[i]);
         recomputed += end - start;
         done = end;
     }
     _dirty.clearAll();
     return recomputed;
+}
+
+void SceneGraph::recomputeFromParent(const ObjectData& o) {
+    if(o.parent == InvalidId) {
+        _absolute[o.id] = _local[o.id];
+        _absoluteScaling[o.id] = _localScaling[o.id];
+    } else {
+        combine(_absolute[o.parent], _absoluteScaling[o.parent], _local[o.id], _localScaling[o.id],
+                _absolute[o.id], _absoluteScaling[o.id]);
+    }
+    _changed.set(o.id);
 }
 
 const DualQuaternion& SceneGraph::computeAbsoluteTransformation(Id object) {
@@ -237,16 +242,7 @@ const DualQuaternion& SceneGraph::computeAbsoluteTransformation(Id object) {
 }
 
 void SceneGraph::recomputeAllAbsoluteTransformations() {
-    for(const ObjectData& o: _order) {
-        if(o.parent == InvalidId) {
-            _absolute[o.id] = _local[o.id];
-            _absoluteScaling[o.id] = _localScaling[o.id];
-        } else {
-            combine(_absolute[o.parent], _absoluteScaling[o.parent], _local[o.id], _localScaling[o.id],
-                    _absolute[o.id], _absoluteScaling[o.id]);
-        }
-        _changed.set(o.id);
-    }
+    for(const ObjectData& o: _order) recomputeFromParent(o);
     _dirty.clearAll();
 }
 

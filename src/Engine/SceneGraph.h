@@ -25,6 +25,10 @@ struct ObjectData {
     std::uint32_t descendants;  // objects following this one that belong to its subtree
 };
 
+// Id allocation shared with the component managers: the lowest free id (`freeIds` is sorted high
+// to low), else the next never-used one below `capacity`, else InvalidId.
+Id takeId(std::vector<Id>& freeIds, Id& nextId, std::size_t capacity);
+
 class SceneGraph {
 public:
     static constexpr Id Root = 0;
@@ -138,6 +142,8 @@ private:
         std::uint32_t next;
     };
 
+    // Absolute transformation of `o` from its parent's, which must be up to date.
+    void recomputeFromParent(const ObjectData& o);
     void reindex(std::size_t from, std::size_t to);
     void addDescendants(Id object, std::int64_t count);
     void unregisterManager(ComponentManager& manager);
