@@ -1,5 +1,7 @@
 #include "Engine/MeshManager.h"
 
+#include <algorithm>
+
 #include "Engine/SceneGraph.h"
 
 namespace ArdentisEngine::Data {
@@ -16,15 +18,15 @@ void MeshManager::resizeData(std::size_t capacity) {
 
 void MeshManager::onAdd(Id component) {
     _meshes[component] = Mesh{};
-    _weightsDirty = true;
+    _weightsDirty = _castersDirty = true;
 }
 
 void MeshManager::onRemove(Id component) {
     _meshes[component] = Mesh{};
-    _weightsDirty = true;
+    _weightsDirty = _castersDirty = true;
 }
 
-void MeshManager::onActiveChanged(Id, bool) { _weightsDirty = true; }
+void MeshManager::onActiveChanged(Id, bool) { _weightsDirty = _castersDirty = true; }
 
 std::size_t MeshManager::groupFor(Id component, bool active) const {
     return active ? _meshes[component].pipeline : 0;
@@ -33,7 +35,22 @@ std::size_t MeshManager::groupFor(Id component, bool active) const {
 void MeshManager::setPipeline(Id component, std::uint16_t pipeline) {
     _meshes[checked(component)].pipeline = pipeline;
     regroup(component);
-    _weightsDirty = true;
+    _weightsDirty = _castersDirty = true;
+}
+
+void MeshManager::setCastsShadows(Id component, bool casts) {
+    _meshes[checked(component)].castsShadows = casts;
+    _castersDirty = true;
+}
+
+const BitSet& MeshManager::shadowCasters() const {
+    // Rebuilt lazily: the dense order moves under activation and regrouping.
+    if(!_castersDirty && _casters.size() >= size()) return _casters;
+    _casters.resize(std::max<std::size_t>(capacity(), size()));
+    _casters.clearAll();
+    for(std::size_t i = 0; i != size(); ++i) if(_meshes[component(i)].castsShadows) _casters.set(i);
+    _castersDirty = false;
+    return _casters;
 }
 
 Matrix4 MeshManager::absoluteTransformationAsMatrix(Id component) const {

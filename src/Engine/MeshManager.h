@@ -28,6 +28,12 @@ public:
     static constexpr std::uint16_t NoSkin = 0xffff;
     std::uint16_t skin(Id component) const { return _meshes[checked(component)].skin; }
     void setSkin(Id component, std::uint16_t skin) { _meshes[checked(component)].skin = skin; }
+    // Whether the component is drawn into shadow maps (true for new components).
+    bool castsShadows(Id component) const { return _meshes[checked(component)].castsShadows; }
+    void setCastsShadows(Id component, bool casts);
+    // Bit i set: the component at dense index i casts shadows; laid out like visibility(), so a
+    // shadow pass can hand it to the batches in its place.
+    const BitSet& shadowCasters() const;
 
     Matrix4 absoluteTransformationAsMatrix(Id component) const;
 
@@ -58,6 +64,7 @@ private:
         std::uint16_t material = 0;
         std::uint16_t pipeline = 0;
         std::uint16_t skin = NoSkin;
+        bool castsShadows = true;
         std::vector<float> weights;
     };
     Id checked(Id component) const { AE_ASSERT(isValid(component)); return component; }
@@ -67,6 +74,8 @@ private:
     mutable std::vector<float> _packedWeights;
     mutable std::vector<std::size_t> _weightOffsets;  // by component id
     mutable bool _weightsDirty = true;
+    mutable BitSet _casters;
+    mutable bool _castersDirty = true;
 };
 
 }

@@ -17,6 +17,7 @@
 #include <sstream>
 
 #include "Editor/Compiler/FontLoader.h"
+#include "Editor/Compiler/RootMotion.h"
 #include "Editor/Data/EditorData.h"
 #include "Editor/Import/SceneImporter.h"
 #include "Engine/TextManager.h"
@@ -195,6 +196,7 @@ void AssetCompiler::compileCategories(bool allObjects) {
     if(allObjects || objectRecords || dependencies)
         compileObjectRecords(allObjects, dependencies);
 
+    updatePipelineFeatures();
     _seen = {};
     for(std::size_t c = 0; c != _seen.size(); ++c) _seen[c] = _project->stamp(ChangeCategory(c));
     _first = false;
@@ -684,7 +686,12 @@ void AssetCompiler::compileAnimations(bool force) {
 
         AnimationSource source;
         source.name = name;
-        source.data = std::make_shared<const Data::AnimationData>(animation);
+        Data::AnimationData data = animation;
+        const std::string rootMotion = read(record, Model::Animation::RootMotionTarget);
+        if(!removeRootMotion(data, file->names, rootMotion, read(record, Model::Animation::RootMotionTranslationAxes),
+                             read(record, Model::Animation::RootMotionRotationAxes)))
+            Log::error("{}: root-motion target {} is not animated by it; playing it as it is", who, rootMotion);
+        source.data = std::make_shared<const Data::AnimationData>(std::move(data));
         // Tracks name objects of the file by index; keep the names (and their parents') that the
         // targets are found by among the project's objects.
         source.objectNames = file->names;

@@ -77,6 +77,14 @@ public:
     static constexpr std::uint32_t SamplerRepeat = 1u << 0;
     static constexpr std::uint32_t SamplerLinear = 1u << 1;
 
+    // Bits of Data::PipelineData::enabledFeatures: what the meshes drawn with a pipeline carry, so
+    // that its shaders are built with the matching vertex features (featureDefines()).
+    static constexpr std::uint32_t FeatureJoints = 1u << 0;
+    static constexpr std::uint32_t FeatureMorphTargets = 1u << 1;
+    static constexpr std::uint32_t FeatureTextureCoordinates = 1u << 2;
+    // The shader defines of enabledFeatures bits, as the renderer's pipelines take them.
+    static std::vector<std::string> featureDefines(std::uint32_t features);
+
     // A compiler of baked cache files into scene data, run by compileProbes(). Returns false when
     // it found nothing usable (the scene keeps what it had).
     using ProbeCompiler = std::function<bool(AssetCompiler& compiler, Data::Scene& scene)>;
@@ -198,6 +206,8 @@ private:
     bool compileEnvironmentProbe(Data::Scene& scene);
 
     void markCompiled(Data::SceneCategory category, std::uint32_t count = 1);
+    // Derives every pipeline's enabledFeatures from the meshes its components draw.
+    void updatePipelineFeatures();
 
     ProjectFile* _project;
     Data::Scene* _scene;

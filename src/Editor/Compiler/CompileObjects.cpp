@@ -88,6 +88,38 @@ void AssetCompiler::buildAnimationInstances() {
     }
 }
 
+std::vector<std::string> AssetCompiler::featureDefines(std::uint32_t features) {
+    std::vector<std::string> out;
+    if(features & FeatureTextureCoordinates) out.emplace_back("TEXTURE_COORDS");
+    if(features & FeatureJoints) out.emplace_back("PRIMARY_JOINTS");
+    if(features & FeatureMorphTargets) out.emplace_back("MORPH_TARGETS");
+    return out;
+}
+
+void AssetCompiler::updatePipelineFeatures() {
+    Data::Scene& scene = *_scene;
+    std::vector<std::uint32_t> features(scene.pipelines.size(), 0);
+    const Data::MeshManager& meshes = scene.meshes();
+    for(std::size_t i = 0; i != meshes.size(); ++i) {
+        const Id m = meshes.component(i);
+        const std::uint16_t pipeline = meshes.pipeline(m), mesh = meshes.mesh(m);
+        if(!pipeline || pipeline >= features.size() || !mesh || mesh >= scene.meshData.size()) continue;
+        const MeshData& data = scene.meshData[mesh];
+        // Joints only count with their weights: the skinning path reads both.
+        if(data.hasJointIds() && data.hasWeights()) features[pipeline] |= FeatureJoints;
+        if(mesh < scene.morphTargetSets.size() && scene.morphTargetSets[mesh].targetCount) features[pipeline] |= FeatureMorphTargets;
+        if(data.hasTextureCoordinates()) features[pipeline] |= FeatureTextureCoordinates;
+    }
+    bool changed = false;
+    for(std::size_t p = 0; p != features.size(); ++p) {
+        if(scene.pipelines[p].enabledFeatures == features[p]) continue;
+        scene.pipelines[p].enabledFeatures = features[p];
+        changed = true;
+    }
+    // Moves the stamp without counting records: the pipelines themselves did not recompile.
+    if(changed) markCompiled(SceneCategory::Pipelines, 0);
+}
+
 bool AssetCompiler::compileEditedObjects() {
     SectionState& state = _sections[ObjectRecord::Section];
     Data::SceneGraph& graph = _scene->graph();
@@ -291,6 +323,9 @@ std::uint32_t AssetCompiler::compileComponents(ResourceId id, const JsonValue* r
                 lights.range(l) = read(c, Model::Component::Range);
                 lights.innerAngle(l) = read(c, Model::Component::InnerAngle);
                 lights.outerAngle(l) = read(c, Model::Component::OuterAngle);
+                lights.castsShadows(l) = read(c, Model::Component::CastShadows);
+                lights.shadowBias(l) = read(c, LightShadow::Bias);
+                lights.shadowDistance(l) = read(c, LightShadow::Distance);
                 touched(SceneCategory::Lights);
                 break;
             }
@@ -330,6 +365,7 @@ std::uint32_t AssetCompiler::compileComponents(ResourceId id, const JsonValue* r
                 meshes.setMesh(m, mesh);
                 meshes.setMaterial(m, material);
                 meshes.setPipeline(m, material ? scene.materials[material].pipeline : 0);
+                meshes.setCastsShadows(m, read(c, Model::Component::CastShadows));
                 if(mesh) meshes.setMorphTargetCount(m, scene.morphTargetSets[mesh].targetCount);
                 meshComponents.push_back(m);
                 if(!firstMesh) firstMesh = mesh;
@@ -412,6 +448,9 @@ std::uint32_t AssetCompiler::compileComponents(ResourceId id, const JsonValue* r
     }
     // One skin per object: it deforms every mesh the object draws.
     for(Id m: meshComponents) scene.meshes().setSkin(m, skinIndex);
+    // The second id map links an object to the mesh slot of its first mesh component, as imported
+    // scenes link theirs to the file's meshes; 0 for objects that draw nothing.
+    scene.secondIds().setName(object, firstMesh);
     if(previousSkin && skinIndex == Data::MeshManager::NoSkin)
         _skins.releaseUnless([&](ResourceId other) { return other != id; });
     // Components stay inactive on inactive objects; everything else is live at once. Bakers

@@ -14,6 +14,13 @@ struct Record {
     const JsonValue* value;
 };
 
+// Light component fields the schema does not list yet; `castShadows` is the mesh component's.
+struct LightShadow {
+    static inline const Model::Field<float> Bias{"shadowBias", 0.005f};
+    // Sun shadows reach this far from the camera at most.
+    static inline const Model::Field<float> Distance{"shadowDistance", 100.0f};
+};
+
 // The section's records by ascending id; valid until the next edit of the project.
 std::vector<Record> sectionRecords(const ProjectFile& project, std::string_view section);
 
