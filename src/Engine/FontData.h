@@ -39,6 +39,15 @@ struct FontData {
     float atlasPixelsPerEm = 0.0f;
     int atlasSpread = 0;
 
+    // Pen adjustment between two characters, in em, keyed by kerningKey(); pairs without one are absent.
+    std::unordered_map<std::uint64_t, float> kerningPairs;
+
+    static std::uint64_t kerningKey(char32_t left, char32_t right) { return std::uint64_t(left) << 32 | right; }
+    float kerning(char32_t left, char32_t right) const {
+        if(kerningPairs.empty()) return 0.0f;
+        const auto it = kerningPairs.find(kerningKey(left, right));
+        return it == kerningPairs.end() ? 0.0f : it->second;
+    }
     const GlyphMetrics* glyph(char32_t c) const {
         const auto it = glyphs.find(c);
         return it == glyphs.end() ? nullptr : &it->second;

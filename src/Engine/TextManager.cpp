@@ -54,11 +54,13 @@ MeshData TextManager::meshData(Id component, const FontData& font) const {
 
     // Line widths first, for horizontal alignment.
     std::vector<float> widths{0.0f};
-    char32_t missing = 0;
+    char32_t missing = 0, previous = 0;
     for(char32_t c: chars) {
-        if(c == U'\n') { widths.push_back(0.0f); continue; }
-        if(const GlyphMetrics* g = font.glyph(c)) widths.back() += g->advance;
-        else if(!missing) missing = c;
+        if(c == U'\n') { widths.push_back(0.0f); previous = 0; continue; }
+        if(const GlyphMetrics* g = font.glyph(c)) {
+            widths.back() += font.kerning(previous, c) + g->advance;
+            previous = c;
+        } else if(!missing) missing = c;
     }
     if(missing)
         Log::error("TextManager::meshData(): font {} has no glyph for U+{:04X}", font.name, std::uint32_t(missing));
@@ -87,14 +89,18 @@ MeshData TextManager::meshData(Id component, const FontData& font) const {
     MeshData mesh{MeshPrimitive::Triangles};
     std::size_t line = 0;
     Vector2 pen{lineStart(0), baseline};
+    previous = 0;
     for(char32_t c: chars) {
         if(c == U'\n') {
             ++line;
             pen = {lineStart(line), baseline - float(line)*font.lineHeight};
+            previous = 0;
             continue;
         }
         const GlyphMetrics* g = font.glyph(c);
         if(!g) continue;
+        pen.x += font.kerning(previous, c);
+        previous = c;
         // With an atlas the quad covers the glyph's distance field, spread included, and the
         // texture coordinates address its pixels; without one they are the box in em.
         const bool inAtlas = !g->atlasRect.isEmpty() && font.atlasSize.x > 0 && font.atlasSize.y > 0;

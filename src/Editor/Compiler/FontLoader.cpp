@@ -182,6 +182,15 @@ std::optional<Data::FontData> loadFontFile(const std::string& path, std::string&
         return {};
     }
 
+    // Only the legacy kerning table is read; its values are in font units.
+    if(FT_HAS_KERNING(face.handle)) {
+        for(const auto& [left, l]: font.glyphs) for(const auto& [right, r]: font.glyphs) {
+            FT_Vector v{};
+            if(!FT_Get_Kerning(face.handle, l.index, r.index, FT_KERNING_UNSCALED, &v) && v.x)
+                font.kerningPairs.emplace(Data::FontData::kerningKey(left, right), float(v.x)/em);
+        }
+    }
+
     const std::vector<Vector2i> corners = packRows(fieldSizes, font.atlasSize);
     font.atlas.assign(std::size_t(font.atlasSize.x)*font.atlasSize.y, 0);
     for(std::size_t i = 0; i != rendered.size(); ++i) {

@@ -1,7 +1,7 @@
 #pragma once
 // Reads a TrueType or OpenType file into the font the scene lays text out with: line metrics,
-// per-glyph advance and box in em, and a signed distance field atlas of the glyphs that the text
-// shader samples.
+// per-glyph advance and box in em, kerning pairs, and a signed distance field atlas of the glyphs
+// that the text shader samples.
 #include <cstdint>
 #include <optional>
 #include <span>

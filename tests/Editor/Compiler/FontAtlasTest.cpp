@@ -6,6 +6,8 @@
 #include "Editor/Compiler/FontLoader.h"
 #include "Editor/Project/TestProject.h"
 #include "Editor/Undo/ChangeManager.h"
+#include "Engine/SceneGraph.h"
+#include "Engine/TextManager.h"
 
 using namespace ArdentisEngine;
 
@@ -86,6 +88,18 @@ TEST(FontAtlasTest, LoadsGlyphFieldsIntoTheAtlas) {
         rects.push_back(g.atlasRect);
     }
     EXPECT_GT(rects.size(), 180u);
+    // "AV" kerns tighter; text layout moves the V by it.
+    ASSERT_LT(font->kerning(U'A', U'V'), -0.01f);
+    Data::SceneGraph graph{4};
+    Data::TextManager texts{2};
+    graph.setComponentManager(texts);
+    const Data::Id t = texts.addComponent(graph.addObject(0));
+    texts.setText(t, "AV");
+    const MeshData mesh = texts.meshData(t, *font);
+    ASSERT_EQ(mesh.positions.size(), 8u);
+    EXPECT_NEAR(mesh.positions[4].x - mesh.positions[0].x,
+                font->glyph(U'A')->advance + font->kerning(U'A', U'V') + font->glyph(U'V')->atlasBoundsMin.x -
+                    font->glyph(U'A')->atlasBoundsMin.x, 1e-5f);
 }
 
 TEST(FontAtlasTest, ProjectTextsBringTheirCharacters) {
