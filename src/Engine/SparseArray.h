@@ -11,11 +11,10 @@
 
 namespace ArdentisEngine::Data {
 
-template<class T> class SparseArray {
+// The key to dense index map and the accessors both arrays below share.
+template<class T> class SparseArrayBase {
 public:
     static constexpr std::uint16_t Invalid = 0xffff;
-
-    explicit SparseArray(std::size_t capacity = 0) { reserve(capacity); }
 
     // Number of keys the array can hold (keys lie in [0, capacity)).
     std::size_t capacity() const { return _toIndex.size(); }
@@ -33,32 +32,6 @@ public:
     std::uint16_t toIndex(std::size_t key) const { return key < _toIndex.size() ? _toIndex[key] : Invalid; }
     std::uint16_t key(std::size_t index) const { AE_ASSERT(index < _keys.size()); return _keys[index]; }
 
-    T& add(std::uint16_t key, T value = {}) {
-        AE_ASSERT(key < _toIndex.size() && _toIndex[key] == Invalid);
-        _toIndex[key] = std::uint16_t(_keys.size());
-        _keys.push_back(key);
-        _values.push_back(std::move(value));
-        return _values.back();
-    }
-    void remove(std::uint16_t key) {
-        AE_ASSERT(contains(key));
-        const std::uint16_t index = _toIndex[key];
-        const std::size_t last = _keys.size() - 1;
-        if(index != last) {
-            _keys[index] = _keys[last];
-            _values[index] = std::move(_values[last]);
-            _toIndex[_keys[index]] = index;
-        }
-        _keys.pop_back();
-        _values.pop_back();
-        _toIndex[key] = Invalid;
-    }
-    void clear() {
-        for(std::uint16_t k: _keys) _toIndex[k] = Invalid;
-        _keys.clear();
-        _values.clear();
-    }
-
     T& operator[](std::size_t key) { AE_ASSERT(contains(key)); return _values[_toIndex[key]]; }
     const T& operator[](std::size_t key) const { AE_ASSERT(contains(key)); return _values[_toIndex[key]]; }
     T& atIndex(std::size_t index) { AE_ASSERT(index < _values.size()); return _values[index]; }
@@ -68,30 +41,72 @@ public:
     std::span<const T> values() const { return _values; }
     std::span<const std::uint16_t> keys() const { return _keys; }
 
-private:
+protected:
+    // Drops every entry, keeping the capacity.
+    void clearEntries() {
+        for(std::uint16_t k: _keys) _toIndex[k] = Invalid;
+        _keys.clear();
+        _values.clear();
+    }
+    // Moves the entry at dense index `from` to `to`, overwriting what was there.
+    void move(std::size_t from, std::size_t to) {
+        _keys[to] = _keys[from];
+        _values[to] = std::move(_values[from]);
+        _toIndex[_keys[to]] = std::uint16_t(to);
+    }
+
     std::vector<std::uint16_t> _toIndex;
     std::vector<std::uint16_t> _keys;
     std::vector<T> _values;
 };
 
+template<class T> class SparseArray: public SparseArrayBase<T> {
+    using Base = SparseArrayBase<T>;
+    using Base::_toIndex;
+    using Base::_keys;
+    using Base::_values;
+
+public:
+    using Base::Invalid;
+
+    explicit SparseArray(std::size_t capacity = 0) { this->reserve(capacity); }
+
+    T& add(std::uint16_t key, T value = {}) {
+        AE_ASSERT(key < _toIndex.size() && _toIndex[key] == Invalid);
+        _toIndex[key] = std::uint16_t(_keys.size());
+        _keys.push_back(key);
+        _values.push_back(std::move(value));
+        return _values.back();
+    }
+    void remove(std::uint16_t key) {
+        AE_ASSERT(this->contains(key));
+        const std::uint16_t index = _toIndex[key];
+        const std::size_t last = _keys.size() - 1;
+        if(index != last) this->move(last, index);
+        _keys.pop_back();
+        _values.pop_back();
+        _toIndex[key] = Invalid;
+    }
+    void clear() { this->clearEntries(); }
+};
+
 // Like SparseArray, but the dense values are kept ordered by group so that every group is one
 // contiguous range (the renderer draws one group per batch). Adding to or leaving a group moves at
 // most one entry per later group.
-template<class T> class SparseArrayGrouped {
+template<class T> class SparseArrayGrouped: public SparseArrayBase<T> {
+    using Base = SparseArrayBase<T>;
+    using Base::_toIndex;
+    using Base::_keys;
+    using Base::_values;
+    using Base::move;
+
 public:
-    static constexpr std::uint16_t Invalid = 0xffff;
+    using Base::Invalid;
+    using Base::contains;
 
     explicit SparseArrayGrouped(std::size_t capacity = 0, std::size_t groupsCount = 1) {
-        reserve(capacity);
+        this->reserve(capacity);
         setGroupsCount(groupsCount);
-    }
-
-    std::size_t capacity() const { return _toIndex.size(); }
-    std::size_t size() const { return _keys.size(); }
-    bool isEmpty() const { return _keys.empty(); }
-    void reserve(std::size_t capacity) {
-        AE_ASSERT(capacity <= Invalid);
-        if(capacity > _toIndex.size()) _toIndex.resize(capacity, Invalid);
     }
 
     std::size_t groupsCount() const { return _starts.size() - 1; }
@@ -119,10 +134,6 @@ public:
         while(_starts[g + 1] <= index) ++g;
         return g;
     }
-
-    bool contains(std::size_t key) const { return key < _toIndex.size() && _toIndex[key] != Invalid; }
-    std::uint16_t toIndex(std::size_t key) const { return key < _toIndex.size() ? _toIndex[key] : Invalid; }
-    std::uint16_t key(std::size_t index) const { AE_ASSERT(index < _keys.size()); return _keys[index]; }
 
     T& add(std::uint16_t key, std::size_t group, T value = {}) {
         AE_ASSERT(key < _toIndex.size() && _toIndex[key] == Invalid);
@@ -167,30 +178,11 @@ public:
         add(key, group, std::move(value));
     }
     void clear() {
-        for(std::uint16_t k: _keys) _toIndex[k] = Invalid;
-        _keys.clear();
-        _values.clear();
+        this->clearEntries();
         for(auto& s: _starts) s = 0;
     }
 
-    T& operator[](std::size_t key) { AE_ASSERT(contains(key)); return _values[_toIndex[key]]; }
-    const T& operator[](std::size_t key) const { AE_ASSERT(contains(key)); return _values[_toIndex[key]]; }
-    T& atIndex(std::size_t index) { AE_ASSERT(index < _values.size()); return _values[index]; }
-    const T& atIndex(std::size_t index) const { AE_ASSERT(index < _values.size()); return _values[index]; }
-    std::span<T> values() { return _values; }
-    std::span<const T> values() const { return _values; }
-    std::span<const std::uint16_t> keys() const { return _keys; }
-
 private:
-    void move(std::size_t from, std::size_t to) {
-        _keys[to] = _keys[from];
-        _values[to] = std::move(_values[from]);
-        _toIndex[_keys[to]] = std::uint16_t(to);
-    }
-
-    std::vector<std::uint16_t> _toIndex;
-    std::vector<std::uint16_t> _keys;
-    std::vector<T> _values;
     std::vector<std::uint32_t> _starts{0, 0};  // groupsCount + 1 boundaries
 };
 
