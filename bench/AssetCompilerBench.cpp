@@ -11,6 +11,7 @@
 #include <map>
 #include <string>
 
+#include "BenchReporter.h"
 #include "Editor/Compiler/AssetCompiler.h"
 #include "Editor/Undo/ChangeManager.h"
 #include "Gfx/Log.h"
@@ -83,16 +84,6 @@ void incremental(benchmark::State& state, Edit edit) {
     state.counters["records"] = double(compiled);
 }
 
-class RatioReporter: public benchmark::ConsoleReporter {
-public:
-    // CPU time: the machines these run on are shared, and wall time picks up other processes.
-    std::map<std::string, double> microseconds;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for(const Run& r: runs) if(r.iterations) microseconds[r.benchmark_name()] = r.GetAdjustedCPUTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 }
 
 int main(int argc, char** argv) {
@@ -102,11 +93,11 @@ int main(int argc, char** argv) {
     benchmark::RegisterBenchmark("EditOneObject", incremental, Edit::Object)->Unit(benchmark::kMicrosecond);
     benchmark::RegisterBenchmark("NothingChanged", incremental, Edit::Nothing)->Unit(benchmark::kMicrosecond);
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    TimesReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 
-    const auto& t = reporter.microseconds;
+    const auto& t = reporter.cpu;
     const auto full = t.find("FullCompile");
     if(full == t.end() || full->second <= 0.0) return 0;
     std::printf("\n%d objects, %d materials, %d meshes; CPU time against a full compile (%.1f us):\n",

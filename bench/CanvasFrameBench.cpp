@@ -14,6 +14,7 @@
 
 #include <epoxy/gl.h>
 
+#include "BenchReporter.h"
 #include "ArdentisEditor/Canvas.h"
 #include "ArdentisEditor/Shaders/ComponentId.h"
 #include "Editor/Data/EditorData.h"
@@ -112,20 +113,6 @@ void frame(benchmark::State& s, Vector2i size, bool demo) {
     }
 }
 
-class TimeReporter: public benchmark::ConsoleReporter {
-public:
-    std::map<std::string, double> milliseconds;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for(const Run& r: runs)
-            if(r.iterations && !r.error_occurred) {
-                std::string name = r.benchmark_name();
-                if(const auto suffix = name.rfind("/real_time"); suffix != std::string::npos) name.erase(suffix);
-                milliseconds[name] = r.GetAdjustedRealTime();  // registered in milliseconds
-            }
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 }
 
 int main(int argc, char** argv) {
@@ -142,12 +129,12 @@ int main(int argc, char** argv) {
         benchmark::RegisterBenchmark((n + "/DemoFrame").c_str(), frame, size, true)->Unit(benchmark::kMillisecond)->UseRealTime();
     }
     benchmark::Initialize(&argc, argv);
-    TimeReporter reporter;
+    TimesReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 
-    const auto& t = reporter.milliseconds;
-    auto get = [&](const std::string& key) { auto i = t.find(key); return i == t.end() ? -1.0 : i->second; };
+    // Registered in milliseconds.
+    auto get = [&](const std::string& key) { return reporter.find(reporter.real, key); };
     std::printf("\nCanvas frames (%s), startFrame + endFrame, finished GPU work:\n", context->renderer().c_str());
     for(const auto& [name, size]: sizes) {
         const double empty = get(std::string{name} + "/EmptyFrame"), demo = get(std::string{name} + "/DemoFrame");

@@ -14,6 +14,7 @@
 
 #include <epoxy/gl.h>
 
+#include "BenchReporter.h"
 #include "ArdentisEditor/Picking.h"
 #include "ArdentisEditor/SelectionOutline.h"
 #include "Engine/ComponentManager.h"
@@ -189,21 +190,6 @@ void pickIdle(benchmark::State& s, Vector2i size, bool fullFrame) {
     benchmark::DoNotOptimize(found);
 }
 
-class TimeReporter: public benchmark::ConsoleReporter {
-public:
-    std::map<std::string, double> milliseconds;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for(const Run& r: runs)
-            if(r.iterations && !r.error_occurred) {
-                std::string name = r.benchmark_name();
-                // UseRealTime() appends this to every name.
-                if(const auto suffix = name.rfind("/real_time"); suffix != std::string::npos) name.erase(suffix);
-                milliseconds[name] = r.GetAdjustedRealTime()/1000.0;
-            }
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 }
 
 int main(int argc, char** argv) {
@@ -225,12 +211,12 @@ int main(int argc, char** argv) {
         benchmark::RegisterBenchmark((n + "/PickFullFrame").c_str(), pickIdle, size, true)->Unit(benchmark::kMicrosecond)->UseRealTime();
     }
     benchmark::Initialize(&argc, argv);
-    TimeReporter reporter;
+    TimesReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 
-    const auto& t = reporter.milliseconds;
-    auto get = [&](const std::string& key) { auto i = t.find(key); return i == t.end() ? -1.0 : i->second; };
+    // Registered in microseconds, printed in milliseconds.
+    auto get = [&](const std::string& key) { const double us = reporter.find(reporter.real, key); return us < 0.0 ? -1.0 : us/1000.0; };
     std::printf("\nCanvas passes (%s), wall time of finished GPU work:\n", bench->context->renderer().c_str());
     for(const auto& [name, size]: sizes) {
         const std::string n = name;

@@ -14,6 +14,7 @@
 #include <map>
 #include <string>
 
+#include "BenchReporter.h"
 #include "Editor/Project/ObjectClipboard.h"
 #include "Editor/Undo/ChangeManager.h"
 #include "Gfx/Log.h"
@@ -102,16 +103,6 @@ void deleteAndUndo(benchmark::State& state) {
     }
 }
 
-class RatioReporter: public benchmark::ConsoleReporter {
-public:
-    // CPU time: the machines these run on are shared, and wall time picks up other processes.
-    std::map<std::string, double> microseconds;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for(const Run& r: runs) if(r.iterations) microseconds[r.benchmark_name()] = r.GetAdjustedCPUTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 }
 
 int main(int argc, char** argv) {
@@ -121,11 +112,11 @@ int main(int argc, char** argv) {
     benchmark::RegisterBenchmark("Direct/Text", directText)->Unit(benchmark::kMicrosecond);
     benchmark::RegisterBenchmark("Undo/DeleteAndUndo", deleteAndUndo)->Unit(benchmark::kMicrosecond);
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    TimesReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 
-    const auto& t = reporter.microseconds;
+    const auto& t = reporter.cpu;
     auto ratio = [&](const char* measured, const char* baseline, double target) {
         const auto m = t.find(measured), b = t.find(baseline);
         if(m == t.end() || b == t.end() || b->second <= 0.0) return;

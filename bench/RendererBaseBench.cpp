@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 
+#include "BenchReporter.h"
 #include "Gfx/HeadlessContext.h"
 #include "Renderer/DataTextures.h"
 #include "Renderer/RendererState.h"
@@ -71,17 +72,6 @@ void applyPipelines(benchmark::State& state, bool alternate) {
     cache.apply();
 }
 
-class RatioReporter: public benchmark::ConsoleReporter {
-public:
-    // CPU time: these machines are shared, and wall time picks up other processes.
-    std::map<std::string, double> microseconds;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for(const Run& r: runs)
-            if(r.iterations) microseconds[r.benchmark_name()] = r.GetAdjustedCPUTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 }
 
 int main(int argc, char** argv) {
@@ -96,11 +86,11 @@ int main(int argc, char** argv) {
     benchmark::RegisterBenchmark("State/ApplySame", applyPipelines, false)->Unit(benchmark::kMicrosecond);
     benchmark::RegisterBenchmark("State/ApplyAlternating", applyPipelines, true)->Unit(benchmark::kMicrosecond);
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    TimesReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 
-    const auto& t = reporter.microseconds;
+    const auto& t = reporter.cpu;
     auto time = [&](const char* name) { const auto f = t.find(name); return f == t.end() ? -1.0 : f->second; };
     const double all = time("Transformations/UploadAll100k"), one = time("Transformations/MoveOne");
     if(all > 0.0 && one >= 0.0)

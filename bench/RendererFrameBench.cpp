@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 
+#include "BenchReporter.h"
 #include "Engine/Scene.h"
 #include "Engine/SceneGraph.h"
 #include "Gfx/HeadlessContext.h"
@@ -174,19 +175,6 @@ void move(benchmark::State& s, bool all) {
     s.counters["rowsUploaded"] = b.renderer.statistics().transformRowsUploaded;
 }
 
-class RatioReporter: public benchmark::ConsoleReporter {
-public:
-    std::map<std::string, double> realMicroseconds, cpuMicroseconds;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for(const Run& r: runs)
-            if(r.iterations) {
-                realMicroseconds[r.benchmark_name()] = r.GetAdjustedRealTime();
-                cpuMicroseconds[r.benchmark_name()] = r.GetAdjustedCPUTime();
-            }
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 }
 
 int main(int argc, char** argv) {
@@ -202,22 +190,22 @@ int main(int argc, char** argv) {
     benchmark::RegisterBenchmark("Move/One", move, false)->Unit(benchmark::kMicrosecond);
     benchmark::RegisterBenchmark("Move/All", move, true)->Unit(benchmark::kMicrosecond);
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    TimesReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 
     // Wall time for frames: the GPU work is what is measured, and glFinish ends every frame.
-    auto real = [&](const std::string& name) { const auto f = reporter.realMicroseconds.find(name); return f == reporter.realMicroseconds.end() ? -1.0 : f->second; };
-    auto cpu = [&](const std::string& name) { const auto f = reporter.cpuMicroseconds.find(name); return f == reporter.cpuMicroseconds.end() ? -1.0 : f->second; };
+    auto real = [&](const std::string& name) { return reporter.find(reporter.real, name); };
+    auto cpu = [&](const std::string& name) { return reporter.find(reporter.cpu, name); };
     // On a software rasteriser the submission time includes vertex processing done in the draw calls.
     std::printf("\n%8s %12s %10s %12s %22s\n", "count", "frame (ms)", "draws", "triangles", "cull+submit CPU (us)");
     for(const char* count: {"1000", "10000", "60000"}) {
-        const double ms = real(std::string{"Frame/"} + count + "/min_time:1.000/real_time");
+        const double ms = real(std::string{"Frame/"} + count + "/min_time:1.000");
         const Summary& s = summaries[count];
         if(ms < 0) continue;
         std::printf("%8s %12.2f %10.0f %12.0f %22.1f\n", count, ms, s.drawCalls, s.triangles, s.cullSubmitMicroseconds);
     }
-    const double f10 = real("Frame/10000/min_time:1.000/real_time"), f60 = real("Frame/60000/min_time:1.000/real_time");
+    const double f10 = real("Frame/10000/min_time:1.000"), f60 = real("Frame/60000/min_time:1.000");
     if(f10 > 0 && f60 > 0)
         std::printf("\nframe at 60k vs 10k instances, equal triangles: %.2fx (goal <= 1.3x%s)\n", f60/f10,
                     f60/f10 <= 1.3 ? ", met" : ", missed");

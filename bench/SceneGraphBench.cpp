@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchReporter.h"
 #include "Engine/SceneGraph.h"
 
 using namespace ArdentisEngine;
@@ -89,23 +90,6 @@ void moveOnePercent(benchmark::State& state, Shape shape, Pick pick) {
     state.counters["recomputed"] = double(recomputed);
 }
 
-// Collects mean real time per benchmark so that main() can print the ratios of this run.
-class RatioReporter: public benchmark::ConsoleReporter {
-public:
-    // CPU time: the machines these run on are shared, and wall time picks up other processes.
-    std::map<std::string, double> microseconds;
-    std::map<std::string, double> recomputed;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for(const Run& r: runs) {
-            if(!r.iterations) continue;
-            microseconds[r.benchmark_name()] = r.GetAdjustedCPUTime();
-            const auto c = r.counters.find("recomputed");
-            if(c != r.counters.end()) recomputed[r.benchmark_name()] = c->second;
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 }
 
 int main(int argc, char** argv) {
@@ -115,16 +99,16 @@ int main(int argc, char** argv) {
     benchmark::RegisterBenchmark("Deep/MoveOnePercentLeaves", moveOnePercent, Shape::Deep, Pick::Leaves)->Unit(benchmark::kMicrosecond);
     benchmark::RegisterBenchmark("Deep/MoveOnePercentAny", moveOnePercent, Shape::Deep, Pick::Any)->Unit(benchmark::kMicrosecond);
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    TimesReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
 
-    const auto& t = reporter.microseconds;
+    const auto& t = reporter.cpu;
     auto ratio = [&](const char* moved, const char* full) {
         const auto m = t.find(moved), f = t.find(full);
         if(m == t.end() || f == t.end() || f->second <= 0.0) return;
         const double percent = 100.0*m->second/f->second;
-        const double objects = reporter.recomputed.count(moved) ? reporter.recomputed.at(moved) : 0.0;
+        const double objects = reporter.counter(moved, "recomputed");
         std::printf("%-26s %8.1f us vs full %8.1f us = %5.2f%% (target <= 5%%%s); %.0f objects recomputed\n",
                     moved, m->second, f->second, percent, percent <= 5.0 ? ", met" : ", missed", objects);
     };
