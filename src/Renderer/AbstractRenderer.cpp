@@ -595,6 +595,10 @@ void AbstractRenderer::updateShadows(const Data::LightManager& lights) {
         _state.bindTexture(Shaders::MorphTargetsUnit, RendererState::TextureTarget::Texture2DArray, _morphTexture);
         _morphWeights.bind(_state, Shaders::MorphWeightsUnit);
     }
+    // Meshes that cast no shadow are left out as culled ones are from the main pass; all-clear
+    // words draw nothing, while an empty span would draw everything.
+    std::span<const std::uint64_t> casters;
+    if(_meshes) casters = {_meshes->shadowCasters().words(), _meshes->shadowCasters().wordCount()};
     _statistics.shadowDrawCalls = _shadows->render(_state, views, [&]() {
         UnsignedInt calls = 0;
         for(UnsignedInt b = 0; b != _componentBatchCount; ++b) {
@@ -610,7 +614,7 @@ void AbstractRenderer::updateShadows(const Data::LightManager& lights) {
             if(idOffset != -1) glUniform1ui(idOffset, batch.idOffset());
             const int viewIndex = program->uniformLocation("viewIndex");
             if(viewIndex != -1) glUniform1ui(viewIndex, 0u);
-            calls += batch.draw(_state, {}, false).drawCalls;
+            calls += batch.draw(_state, casters, false).drawCalls;
         }
         return calls;
     });
