@@ -189,11 +189,7 @@ TEST_F(CanvasGLTest, OutlineAroundSelectionOnly) {
         return p.r > 100 && p.g < 8 && std::abs(int(p.b) - int(p.r)*53/90) < 10;
     };
     const auto read = [&] { return canvas->framebuffer().read(Range2Di{{0, 0}, Size}, PixelFormat::RGBA8); };
-    const auto count = [&](const Image& image) {
-        int n = 0;
-        for(int y = 0; y != Size.y; ++y) for(int x = 0; x != Size.x; ++x) n += isOutline(image.pixel<AT::Rgba8>(x, y));
-        return n;
-    };
+    const auto count = [&](const Image& image) { return AT::countPixelsIf(image, isOutline); };
     EXPECT_EQ(count(read()), 0) << "outline without a selection";
 
     canvas->selectObjects(std::span{&cube, 1}, false, false);

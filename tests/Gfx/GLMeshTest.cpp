@@ -184,13 +184,7 @@ TEST_F(MeshGLTest, MultisampledEdgeResolvesToIntermediateValues) {
     shader.draw(mesh);
 
     const auto intermediates = [](const Image& image) {
-        int n = 0;
-        for(int y = 0; y != image.size().y; ++y)
-            for(int x = 0; x != image.size().x; ++x) {
-                const int v = image.pixel<Rgba8>(x, y).r;
-                if(v > 20 && v < 235) ++n;
-            }
-        return n;
+        return countPixelsIf(image, [](Rgba8 p) { return p.r > 20 && p.r < 235; });
     };
     const Image smooth = resolved.read(), hard = aliased.read();
     EXPECT_EQ(intermediates(hard), 0);

@@ -15,6 +15,7 @@
 #include "Gfx/GL/Texture.h"
 #include "Gfx/HeadlessContext.h"
 #include "Gfx/Image.h"
+#include "Math/Range.h"
 
 namespace ArdentisEngine::Test {
 
@@ -106,13 +107,19 @@ inline Rgba8 toRgba8(const Color4& c) {
     return Rgba8{glm::u8vec4{s}};
 }
 
-// Number of pixels within `tolerance` of `color`.
-inline int countPixels(const Image& image, Rgba8 color, int tolerance = 2) {
+// Number of RGBA8 pixels in `region` (the whole image by default) for which `matches` holds.
+template<class F> int countPixelsIf(const Image& image, F matches, std::optional<Range2Di> region = {}) {
+    const Range2Di r = region.value_or(Range2Di{{0, 0}, image.size()});
     int n = 0;
-    for(int y = 0; y != image.size().y; ++y)
-        for(int x = 0; x != image.size().x; ++x)
-            if(channelDifference(image.pixel<Rgba8>(x, y), color) <= tolerance) ++n;
+    for(int y = r.min.y; y != r.max.y; ++y)
+        for(int x = r.min.x; x != r.max.x; ++x)
+            if(matches(image.pixel<Rgba8>(x, y))) ++n;
     return n;
+}
+
+// Number of pixels within `tolerance` of `color`.
+inline int countPixels(const Image& image, Rgba8 color, int tolerance = 2, std::optional<Range2Di> region = {}) {
+    return countPixelsIf(image, [&](Rgba8 p) { return channelDifference(p, color) <= tolerance; }, region);
 }
 
 }

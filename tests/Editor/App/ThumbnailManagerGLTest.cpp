@@ -122,10 +122,7 @@ TEST_F(EditorShellGLTest, AssetPanelShowsThumbnailsOfCompiledResources) {
     }
     const Image image = target.read();
     // The meshes tab is the first; its one tile sits in the asset panel at the bottom middle.
-    int redPixels = 0;
-    for(int y = 0; y != 200; ++y)
-        for(int x = 256; x != 1024; ++x)
-            if(ArdentisEngine::Test::channelDifference(image.pixel<Rgba8>(x, y), Rgba8{255, 0, 0, 255}) <= 2) ++redPixels;
+    const int redPixels = ArdentisEngine::Test::countPixels(image, Rgba8{255, 0, 0, 255}, 2, Range2Di{{256, 0}, {1024, 200}});
     // A 72-pixel tile, less nothing: the thumbnail fills it.
     EXPECT_GT(redPixels, 60*60);
     EXPECT_LT(redPixels, 80*80);
