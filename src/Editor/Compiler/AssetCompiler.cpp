@@ -64,6 +64,15 @@ std::optional<MeshData> primitiveMesh(std::string_view name) {
     return {};
 }
 
+// Names of a file's objects as the animation preview shows them, each followed by its ancestors'
+// ("Hand<Arm<Root"); root-motion targets picked there are stored so.
+std::vector<std::string> chainNames(const ImportedSceneCache& file) {
+    std::vector<std::string> names = file.names;
+    for(const ImportedSceneCache::HierarchyEntry& e: file.hierarchy)
+        if(e.object < names.size() && e.parent < names.size()) names[e.object] = file.names[e.object] + "<" + names[e.parent];
+    return names;
+}
+
 }
 
 std::vector<Record> CompilerDetail::sectionRecords(const ProjectFile& project, std::string_view section) {
@@ -688,8 +697,10 @@ void AssetCompiler::compileAnimations(bool force) {
         source.name = name;
         Data::AnimationData data = animation;
         const std::string rootMotion = read(record, Model::Animation::RootMotionTarget);
-        if(!removeRootMotion(data, file->names, rootMotion, read(record, Model::Animation::RootMotionTranslationAxes),
-                             read(record, Model::Animation::RootMotionRotationAxes)))
+        const std::uint32_t translationAxes = read(record, Model::Animation::RootMotionTranslationAxes);
+        const std::uint32_t rotationAxes = read(record, Model::Animation::RootMotionRotationAxes);
+        if(!removeRootMotion(data, file->names, rootMotion, translationAxes, rotationAxes) &&
+           !removeRootMotion(data, chainNames(*file), rootMotion, translationAxes, rotationAxes))
             Log::error("{}: root-motion target {} is not animated by it; playing it as it is", who, rootMotion);
         source.data = std::make_shared<const Data::AnimationData>(std::move(data));
         // Tracks name objects of the file by index; keep the names (and their parents') that the

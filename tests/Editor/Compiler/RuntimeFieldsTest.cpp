@@ -191,5 +191,43 @@ TEST(RootMotion, RemovesTheChosenAxesOfTheTarget) {
     }
 }
 
+// The record names its target as the preview lists it (the object's name followed by its
+// ancestors') or by the plain name; anything else is reported and the clip plays unchanged.
+TEST(RootMotion, RecordTargetsAreFoundByEitherName) {
+    const fs::path model = fs::path{ARDENTIS_TESTDATA_DIR}/"gltf/RiggedSimple/RiggedSimple.glb";
+    ASSERT_TRUE(fs::exists(model)) << model;
+    ProjectFile project;
+    ASSERT_TRUE(project.create(scratchFolder().string()));
+    ChangeManager changes{project};
+    ASSERT_TRUE(loadFile(model.string(), changes));
+    auto files = project.section<FileRecord>();
+    const ImportedSceneCache* cache = files.resolveData(files.ids().at(0));
+    ASSERT_TRUE(cache);
+    // The deepest track target, so that its preview name has ancestors.
+    const Data::AnimationData& animation = cache->animations.at(0);
+    std::uint32_t target = animation.tracks.at(0).target;
+    std::vector<std::uint32_t> parent(cache->objectCount(), ImportedSceneCache::NoParent);
+    for(const auto& e: cache->hierarchy) parent[e.object] = e.parent;
+    auto depth = [&](std::uint32_t o) { int d = 0; while(parent[o] != ImportedSceneCache::NoParent) { o = parent[o]; ++d; } return d; };
+    for(const auto& track: animation.tracks) if(depth(track.target) > depth(target)) target = track.target;
+    std::string chain = cache->names[target];
+    for(std::uint32_t o = parent[target]; o != ImportedSceneCache::NoParent; o = parent[o]) chain += "<" + cache->names[o];
+    ASSERT_GT(depth(target), 0);
+
+    const ResourceId record = project.section<AnimationRecord>().ids().at(0);
+    for(const std::string& name: {cache->names[target], chain, std::string{"Nobody"}}) {
+        SCOPED_TRACE(name);
+        changes.pushChange(project.section<AnimationRecord>()[record].access(Model::Animation::RootMotionTarget.name), name);
+        changes.pushChange(project.section<AnimationRecord>()[record].access(Model::Animation::RootMotionTranslationAxes.name), 7u);
+        changes.commit();
+        Data::Scene scene;
+        AssetCompiler compiler{project, scene};
+        Log::Capture errors{Log::Channel::Error};
+        compiler.compile();
+        EXPECT_EQ(errors.text().find("root-motion target") != std::string::npos, name == "Nobody") << errors.text();
+        EXPECT_EQ(compiler.animationInstances().size(), 1u);
+    }
+}
+
 }
 }
