@@ -36,11 +36,11 @@ TEST(DemoAssets, CommittedFilesAreWhatTheGeneratorWritesEveryTime) {
     for(const std::string& file: DemoAssets::demoAssetFiles()) {
         SCOPED_TRACE(file);
         ASSERT_TRUE(fs::exists(demoFolder()/file)) << "not committed; run make-demo-assets examples/DemoProject";
-        const std::string fresh = readText(out/file), committed = readText(demoFolder()/file);
+        const std::string fresh = readFile(out/file), committed = readFile(demoFolder()/file);
         EXPECT_FALSE(fresh.empty());
         EXPECT_TRUE(fresh == committed) << "differs from a fresh run (" << fresh.size() << " against " << committed.size()
             << " bytes); run make-demo-assets examples/DemoProject and commit the result";
-        EXPECT_TRUE(fresh == readText(again/file)) << "a second run differs";
+        EXPECT_TRUE(fresh == readFile(again/file)) << "a second run differs";
     }
     // Nothing left over from an older generator either.
     std::set<std::string> committed, listed(DemoAssets::demoAssetFiles().begin(), DemoAssets::demoAssetFiles().end());
@@ -60,7 +60,7 @@ struct GltfFile {
 };
 
 bool readGltf(const fs::path& path, GltfFile& out, std::string& error) {
-    const std::string bytes = readText(path);
+    const std::string bytes = readFile(path);
     std::string text = bytes;
     if(path.extension() == ".glb") {
         // Header, JSON chunk header, JSON, binary chunk header, binary.
@@ -73,7 +73,7 @@ bool readGltf(const fs::path& path, GltfFile& out, std::string& error) {
         out.buffer = bytes.substr(20 + jsonLength + 8, binaryLength);
     }
     if(!parseJson(text, out.json, error)) return false;
-    if(path.extension() == ".gltf") out.buffer = readText(path.parent_path()/out.json["buffers"][0]["uri"].GetString());
+    if(path.extension() == ".gltf") out.buffer = readFile(path.parent_path()/out.json["buffers"][0]["uri"].GetString());
     return true;
 }
 

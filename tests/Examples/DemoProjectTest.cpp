@@ -55,7 +55,7 @@ bool DemoProject::loaded = false;
 TEST_F(DemoProject, IsStoredInCanonicalForm) {
     // Otherwise the first save in the editor rewrites the whole file.
     const std::string canonical = project->text();
-    if(canonical != readText(demoFolder()/ProjectFile::FileName)) {
+    if(canonical != readFile(demoFolder()/ProjectFile::FileName)) {
         const char* base = std::getenv("ARDENTIS_TEST_TMP");
         const fs::path out = fs::path{base ? base : "/tmp"}/"DemoProject.canonical.json";
         std::ofstream{out, std::ios::binary} << canonical;

@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 
 #include "Editor/Project/ProjectFile.h"
+#include "Editor/Project/TestProject.h"
 #include "Editor/Ui/Fonts.h"
 #include "Gfx/ImagePlugins.h"
 
@@ -87,13 +88,6 @@ struct Layout {
     }
 };
 
-std::string readText(const std::filesystem::path& path) {
-    std::ifstream file{path};
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
 TEST(EditorAppGLTest, HeadlessScreenshotShowsTheProject) {
     const std::filesystem::path project = makeProject("screenshot");
     const std::filesystem::path png = project.parent_path()/"editor.png";
@@ -156,7 +150,7 @@ TEST(EditorAppGLTest, ScriptedEditUndoRedoAndSave) {
         const EditorRun run = runEditor(quoted(project) + " --headless --size 1280x720 --frames 29 --input " + quoted(script) +
                                   " --screenshot " + quoted(project.parent_path()/"undo.png"));
         ASSERT_EQ(run.status, 0) << run.output;
-        EXPECT_EQ(readText(project/ProjectFile::FileName), original.text());
+        EXPECT_EQ(ArdentisEngine::Test::readFile(project/ProjectFile::FileName), original.text());
     }
 }
 
@@ -228,16 +222,16 @@ TEST(EditorAppGLTest, WindowedEditorTakesRealInput) {
                                 quoted(folder/"xvfb.log") + " 2>&1";
     std::system(command.c_str());
 
-    EXPECT_EQ(readText(title), "Ardentis Editor - Project *\n") << "the deletion was not seen as an unsaved change; log:\n"
-        << readText(log) << "\nX server and script:\n" << readText(folder/"xvfb.log");
+    EXPECT_EQ(ArdentisEngine::Test::readFile(title), "Ardentis Editor - Project *\n") << "the deletion was not seen as an unsaved change; log:\n"
+        << ArdentisEngine::Test::readFile(log) << "\nX server and script:\n" << ArdentisEngine::Test::readFile(folder/"xvfb.log");
     ProjectFile saved;
     ASSERT_TRUE(saved.load(project.string()));
-    EXPECT_FALSE(saved.section<ObjectRecord>().contains(ResourceId{1})) << readText(log);
+    EXPECT_FALSE(saved.section<ObjectRecord>().contains(ResourceId{1})) << ArdentisEngine::Test::readFile(log);
     EXPECT_FALSE(saved.section<ObjectRecord>().contains(ResourceId{2})) << "children go with their parent";
     EXPECT_TRUE(saved.section<ObjectRecord>().contains(ResourceId{3}));
     // Terminated by a signal, it still shut down cleanly and remembered the window layout.
-    EXPECT_EQ(readText(folder/"status.txt"), "0\n") << readText(log);
-    EXPECT_NE(readText(folder/"config"/"ardentis"/"layout.ini").find("[Window][Outliner]"), std::string::npos);
+    EXPECT_EQ(ArdentisEngine::Test::readFile(folder/"status.txt"), "0\n") << ArdentisEngine::Test::readFile(log);
+    EXPECT_NE(ArdentisEngine::Test::readFile(folder/"config"/"ardentis"/"layout.ini").find("[Window][Outliner]"), std::string::npos);
 }
 
 }
