@@ -26,6 +26,12 @@ TEST(RuntimeFields, ShadowsMeshLinksAndPipelineFeatures) {
     const Data::Id one = compiler.objectInstance(ResourceId{1}), two = compiler.objectInstance(ResourceId{2});
     auto mesh = [&](Data::Id o) { return scene.graph().componentsOfType(o, Data::ComponentType::Mesh).at(0); };
     auto features = [&](std::uint32_t p) { return scene.pipelines[compiler.pipelineInstance(ResourceId{p})].enabledFeatures; };
+    // The set the shadow pass draws with follows the dense order.
+    auto checkCasters = [&] {
+        for(std::size_t i = 0; i != scene.meshes().size(); ++i)
+            EXPECT_EQ(scene.meshes().shadowCasters().isSet(i), scene.meshes().castsShadows(scene.meshes().component(i))) << i;
+    };
+    checkCasters();
     const Data::Id light = scene.graph().componentsOfType(two, Data::ComponentType::Light).at(0);
     EXPECT_FALSE(scene.lights().castsShadows(light));
     EXPECT_FLOAT_EQ(scene.lights().shadowBias(light), 0.02f);
@@ -42,6 +48,7 @@ TEST(RuntimeFields, ShadowsMeshLinksAndPipelineFeatures) {
     changes.commit();
     compiler.compile();
     EXPECT_TRUE(scene.meshes().castsShadows(mesh(two)));
+    checkCasters();
     EXPECT_EQ(scene.secondIds().nameOf(one), 0u);
     EXPECT_EQ(features(1), AssetCompiler::FeatureTextureCoordinates);
     EXPECT_EQ(features(2), 0u);
