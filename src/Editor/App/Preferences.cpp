@@ -6,10 +6,10 @@
 #include <system_error>
 
 #include <rapidjson/document.h>
-#include <rapidjson/error/en.h>
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
 
+#include "Editor/Project/Json.h"
 #include "Gfx/Log.h"
 
 namespace ArdentisEngine {
@@ -49,11 +49,10 @@ Preferences loadPreferences(const std::filesystem::path& path) {
     text << file.rdbuf();
     const std::string content = text.str();
 
-    rapidjson::Document document;
-    document.Parse(content.c_str(), content.size());
-    if(document.HasParseError()) {
-        Log::error("{}: not valid JSON at offset {}: {}; using default preferences", path.string(),
-                   document.GetErrorOffset(), rapidjson::GetParseError_En(document.GetParseError()));
+    JsonDocument document;
+    std::string parseError;
+    if(!parseJson(content, document, parseError)) {
+        Log::error("{}: not valid JSON at {}; using default preferences", path.string(), parseError);
         return preferences;
     }
     if(!document.IsObject()) {

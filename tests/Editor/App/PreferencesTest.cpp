@@ -46,7 +46,7 @@ struct BrokenCase {
 };
 
 const BrokenCase Broken[]{
-    {"NotJson", "{ \"cameraRotationSensitivity\": ", "not valid JSON at offset", 0.4f},
+    {"NotJson", "{ \"cameraRotationSensitivity\": ", "not valid JSON at line 1, column 32", 0.4f},
     {"NotAnObject", "[1, 2]", "expected a JSON object", 0.4f},
     {"WrongType", "{\"cameraRotationSensitivity\": \"fast\"}", "\"cameraRotationSensitivity\" must be a number", 0.4f},
     {"OutOfRange", "{\"cameraRotationSensitivity\": -1}", "is outside", 0.4f},
