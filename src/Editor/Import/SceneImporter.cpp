@@ -227,11 +227,14 @@ bool importSceneFile(const std::string& path, ImportedFile& out, std::string& er
     }
     out = {};
     Builder builder{*scene, out, {}, {}};
-    // For a glTF scene with several roots the importer adds a root of its own; the file does not
-    // have it, so its children become the roots.
+    // For a glTF scene with several roots, and for every FBX scene, the importer adds a root of its
+    // own; the file does not have it, so its children become the roots. A root that carries a unit
+    // or axis conversion is kept, since dropping it would move the objects.
     const aiNode& root = *scene->mRootNode;
     const std::string extension = lowerExtension(path);
-    const bool addedRoot = (extension == ".gltf" || extension == ".glb") && std::string_view{root.mName.C_Str()} == "ROOT" &&
+    const std::string_view rootName = root.mName.C_Str();
+    const bool addedRoot = (((extension == ".gltf" || extension == ".glb") && rootName == "ROOT") ||
+                            (extension == ".fbx" && rootName == "RootNode")) &&
         root.mNumMeshes == 0 && root.mTransformation.IsIdentity();
     if(addedRoot) for(unsigned i = 0; i != root.mNumChildren; ++i) builder.addNode(*root.mChildren[i], ImportedSceneCache::NoParent);
     else builder.addNode(root, ImportedSceneCache::NoParent);

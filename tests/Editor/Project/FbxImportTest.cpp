@@ -74,8 +74,8 @@ TEST(ImportFbx, SceneWrittenByAssimpComesBackWhole) {
     ASSERT_TRUE(loadFile((models/"quad.fbx").string(), changes));
     EXPECT_EQ(changes.undoCount(), 1u);
 
-    // Objects by name with their parents' names. The FBX importer's own scene root, "RootNode",
-    // stands where the exported root was; the rest of the hierarchy survives as written.
+    // Objects by name with their parents' names: the importer's own scene root is not an object,
+    // so the file's top-level node is a root again.
     auto objects = project.section<ObjectRecord>();
     std::map<std::string, std::string> parentOf;
     std::map<std::string, ResourceId> objectNamed;
@@ -84,7 +84,7 @@ TEST(ImportFbx, SceneWrittenByAssimpComesBackWhole) {
         const ResourceId parent = objects[id].access("parent").exists() ? objects[id].access("parent").as<ResourceId>() : ResourceId{};
         parentOf[name] = parent ? std::string{objects[parent][Model::Object::Name].value()} : "";
     }
-    EXPECT_EQ(parentOf, (std::map<std::string, std::string>{{"RootNode", ""}, {"Parent", "RootNode"}, {"Body", "Parent"}, {"Lamp", "Parent"}}));
+    EXPECT_EQ(parentOf, (std::map<std::string, std::string>{{"Parent", ""}, {"Body", "Parent"}, {"Lamp", "Parent"}}));
     const Vector3 translation = objects[objectNamed["Parent"]].access("translation").as<Vector3>();
     EXPECT_NEAR(glm::distance(translation, Vector3{1.0f, 2.0f, 3.0f}), 0.0f, 1e-5f);
 
