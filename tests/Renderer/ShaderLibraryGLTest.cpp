@@ -41,8 +41,6 @@ std::vector<ExpressionCase> expressionCases() {
         {"dual quaternion point transform matches the engine",
             fmt::format("vec4(dualQuatTransformPoint({}, {}, {}), 0.0)", real, dual, glsl(point)),
             Vector4{transform.transformPoint(point), 0.0f}, 1e-5f},
-        {"dual quaternion translation", fmt::format("vec4(dualQuatTranslation({}, {}), 0.0)", real, dual),
-            Vector4{translation, 0.0f}, 1e-5f},
         {"dual quaternion matrix with scaling matches the engine",
             fmt::format("dualQuatToMatrix({}, {}, {})*vec4({}, 1.0)", real, dual, glsl(scaling), glsl(point)),
             toMatrix(transform, scaling)*Vector4{point, 1.0f}, 1e-5f},
@@ -56,7 +54,6 @@ std::vector<ExpressionCase> expressionCases() {
             Vector4{0.3f, 0.7f, 0, 0}, 2e-4f},
         {"equirect poles and front", "vec4(directionToEquirect(vec3(0.0, 0.0, -1.0)), directionToEquirect(vec3(0.0, 1.0, 0.0)).y, "
                                      "directionToEquirect(vec3(0.0, -1.0, 0.0)).y)", Vector4{0.5f, 0.5f, 1.0f, 0.0f}, 2e-4f},
-        {"equirect +X is a quarter turn", "vec4(directionToEquirect(vec3(1.0, 0.0, 0.0)), 0.0, 0.0)", Vector4{0.75f, 0.5f, 0, 0}, 2e-4f},
         {"snorm pair round trip keeps signs", "vec4(unpackSnorm2x16Portable(packSnorm2x16Portable(vec2(-0.5, 0.25))), "
                                               "unpackSnorm2x16Portable(packSnorm2x16Portable(vec2(1.0, -1.0))))",
             Vector4{-0.5f, 0.25f, 1.0f, -1.0f}, 1e-4f},
@@ -76,8 +73,6 @@ std::vector<ExpressionCase> expressionCases() {
         {"tangent frame is orthonormal near +Z",
             "mat3 f = tangentFrame(normalize(vec3(0.01, 0.0, 1.0))); "
             "result = vec4(dot(f[0], f[1]), dot(f[1], f[2]), dot(f[0], f[2]), determinant(f))", Vector4{0, 0, 0, 1}, 1e-5f},
-        {"tangent frame keeps the normal", "vec4(tangentFrame(normalize(vec3(1.0, 2.0, -3.0)))[2], 0.0)",
-            Vector4{glm::normalize(Vector3{1, 2, -3}), 0.0f}, 1e-6f},
         {"sRGB round trip and luminance", "vec4(linearToSrgb(srgbToLinear(vec3(0.02, 0.5, 0.9))), luminance(vec3(1.0)))",
             Vector4{0.02f, 0.5f, 0.9f, 1.0f}, 1e-5f},
         {"sRGB mid grey", "vec4(srgbToLinear(vec3(0.5)), 0.0)", Vector4{0.21404114f, 0.21404114f, 0.21404114f, 0}, 1e-5f},

@@ -39,7 +39,6 @@ struct ReserveCase {
 const ReserveCase ReserveCases[]{
     {"exactly the layer with padding", {64, 64}, 1, {{60, 60}, {1, 1}}, {true, false}},
     {"wider than the layer", {64, 64}, 4, {{61, 4}}, {false}},
-    {"taller than the layer", {64, 64}, 4, {{4, 100}}, {false}},
     {"empty size", {64, 64}, 1, {{0, 4}, {4, -1}}, {false, false}},
     {"a full layer spills into the next", {64, 64}, 2, {{60, 60}, {60, 60}, {60, 60}}, {true, true, false}},
     // Four padded 16x16 images fill a shelf, the fifth opens a second one; then 49 texels of height
