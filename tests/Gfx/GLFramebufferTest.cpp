@@ -86,10 +86,6 @@ const IncompleteCase IncompleteCases[]{
             fb.attachRenderbuffer(GL::Framebuffer::Attachment::color(0), a)
               .attachRenderbuffer(GL::Framebuffer::DepthStencil, b);
         }, GL::FramebufferStatus::IncompleteMultisample, "GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE"},
-    {"DepthFormatAsColor", [](GL::Framebuffer& fb, GL::Renderbuffer& a, GL::Renderbuffer&) {
-            a.setStorage(GL::TextureFormat::Depth24Stencil8, {8, 8});
-            fb.attachRenderbuffer(GL::Framebuffer::Attachment::color(0), a);
-        }, GL::FramebufferStatus::IncompleteAttachment, "GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT"},
 };
 
 class FramebufferIncompleteGLTest: public GLTestFixtureWithParam<IncompleteCase> {};
@@ -110,13 +106,6 @@ TEST_P(FramebufferIncompleteGLTest, StatusIsReportedWithLabel) {
 INSTANTIATE_TEST_SUITE_P(, FramebufferIncompleteGLTest, ::testing::ValuesIn(IncompleteCases),
     [](const auto& info) { return std::string{info.param.name}; });
 
-TEST_F(FramebufferGLTest, CompleteFramebufferLogsNothing) {
-    RenderTarget target{{4, 4}};
-    Log::Capture errors{Log::Channel::Error};
-    EXPECT_TRUE(Gfx::checkFramebufferComplete(target.framebuffer));
-    EXPECT_TRUE(errors.text().empty()) << errors.text();
-}
-
 // Every pixel gets a distinct value so that an offset or flipped row shows up.
 Image patternImage(Vector2i size) {
     Image image{PixelFormat::RGBA8, size};
@@ -134,7 +123,6 @@ struct ReadRangeCase {
 
 const ReadRangeCase ReadRangeCases[]{
     {"Whole", {{0, 0}, {7, 5}}, PixelFormat::RGBA8},
-    {"InteriorRange", {{2, 1}, {5, 4}}, PixelFormat::RGBA8},
     {"SingleCorner", {{6, 4}, {7, 5}}, PixelFormat::RGBA8},
     // RGB8 rows of 3 pixels are 9 bytes, padded to 12 by the 4-byte alignment.
     {"PaddedRowsRgb", {{1, 1}, {4, 4}}, PixelFormat::RGB8},
@@ -239,18 +227,6 @@ TEST_F(ObjectGLTest, WrappedNamesSurviveTheWrapper) {
     EXPECT_FALSE(glIsTexture(id));
 }
 
-TEST_F(ObjectGLTest, LabelsReachTheDriver) {
-    if(!GL::hasDebugLabels()) {
-        ADD_FAILURE() << "labels need KHR_debug, which every context we support has";
-        return;
-    }
-    GL::Renderbuffer r;
-    r.setLabel("SceneView FB MSAA depth");
-    char label[64]{};
-    glGetObjectLabel(GL_RENDERBUFFER, r.id(), sizeof(label), nullptr, label);
-    EXPECT_STREQ(label, "SceneView FB MSAA depth");
-}
-
 TEST_F(ObjectGLTest, BufferRoundTripsAndRejectsOutOfRange) {
     GL::Buffer buffer;
     const std::array<UnsignedInt, 4> values{1, 2, 3, 4};
@@ -281,13 +257,8 @@ struct TextureFormatCase {
 
 const TextureFormatCase TextureFormatCases[]{
     {"R8", GL::TextureFormat::R8, PixelFormat::R8},
-    {"RG8", GL::TextureFormat::RG8, PixelFormat::RG8},
     {"RGB8", GL::TextureFormat::RGB8, PixelFormat::RGB8},
-    {"RGBA8", GL::TextureFormat::RGBA8, PixelFormat::RGBA8},
-    {"R16F", GL::TextureFormat::R16F, PixelFormat::R16F},
-    {"RG16F", GL::TextureFormat::RG16F, PixelFormat::RG16F},
     {"RGBA16F", GL::TextureFormat::RGBA16F, PixelFormat::RGBA16F},
-    {"R32F", GL::TextureFormat::R32F, PixelFormat::R32F},
     {"RGBA32F", GL::TextureFormat::RGBA32F, PixelFormat::RGBA32F},
     {"RG16UI", GL::TextureFormat::RG16UI, PixelFormat::RG16UI},
     {"R32UI", GL::TextureFormat::R32UI, PixelFormat::R32UI},

@@ -70,9 +70,7 @@ struct PngCase {
 
 const PngCase PngCases[]{
     {"R8OddWidthPadded", PixelFormat::R8, {5, 3}, 4},
-    {"RG8", PixelFormat::RG8, {7, 4}, 1},
     {"RGB8OddWidthPadded", PixelFormat::RGB8, {3, 5}, 8},
-    {"RGBA8", PixelFormat::RGBA8, {16, 9}, 4},
     {"RGBA8SinglePixel", PixelFormat::RGBA8, {1, 1}, 4},
 };
 
@@ -132,7 +130,6 @@ struct HdrCase {
 
 const HdrCase HdrCases[]{
     {"RGB32FThroughAnyImporter", PixelFormat::RGB32F, "AnyImageImporter"},
-    {"RGBA32FDropsAlpha", PixelFormat::RGBA32F, "HdrImporter"},
     {"RGB16F", PixelFormat::RGB16F, "HdrImporter"},
     {"RGBA16F", PixelFormat::RGBA16F, "AnyImageImporter"},
 };
@@ -239,10 +236,6 @@ const BrokenFileCase BrokenFileCases[]{
      "not a PNG, JPEG, TGA, BMP or Radiance HDR image"},
     {"TruncatedPng", "AnyImageImporter", [](auto& png, auto&) {
          return std::vector<std::byte>(png.begin(), png.begin() + std::ptrdiff_t(png.size() / 2)); }, "as PNG"},
-    {"PngSignatureOnly", "AnyImageImporter", [](auto& png, auto&) {
-         return std::vector<std::byte>(png.begin(), png.begin() + 8); }, "as PNG"},
-    {"TruncatedHdr", "HdrImporter", [](auto&, auto& hdr) {
-         return std::vector<std::byte>(hdr.begin(), hdr.begin() + std::ptrdiff_t(hdr.size() - 40)); }, "as Radiance HDR"},
     // The decoder would spin forever on the zero run lengths it reads past the end.
     {"HdrCutInsideAScanline", "AnyImageImporter", [](auto&, auto& hdr) {
          return std::vector<std::byte>(hdr.begin(), hdr.begin() + std::ptrdiff_t(hdr.size() / 2)); }, "is truncated"},
@@ -303,9 +296,7 @@ struct RefusedWriteCase {
 
 const RefusedWriteCase RefusedWriteCases[]{
     {"PngOfFloats", "PngImageConverter", PixelFormat::RGB32F, {2, 2}, "", "RGB32F pixels aren't supported"},
-    {"PngOfIds", "PngImageConverter", PixelFormat::R32UI, {2, 2}, "", "R32UI pixels aren't supported"},
     {"HdrOf8Bit", "HdrImageConverter", PixelFormat::RGBA8, {2, 2}, "", "RGBA8 pixels aren't supported"},
-    {"HdrOfOneChannel", "HdrImageConverter", PixelFormat::R32F, {2, 2}, "", "R32F pixels aren't supported"},
     {"PngEmpty", "PngImageConverter", PixelFormat::RGBA8, {0, 4}, "", "the image is empty"},
     {"MissingFolder", "PngImageConverter", PixelFormat::RGBA8, {2, 2}, "no/such/folder", "No such file or directory"},
     {"ResizerWritesNoFiles", "StbResizeImageConverter", PixelFormat::RGBA8, {2, 2}, "", "only converts images to images"},
@@ -353,7 +344,6 @@ struct ResizeCase {
 };
 
 const ResizeCase ResizeCases[]{
-    {"RGBA8Down", PixelFormat::RGBA8, {64, 32}, "16 8", {16, 8}},
     {"RGB8PaddedRowsUp", PixelFormat::RGB8, {5, 3}, "20 12", {20, 12}},
     {"R8ExtraSpaces", PixelFormat::R8, {32, 32}, "  8   4 ", {8, 4}},
     {"RGB32FEnvironment", PixelFormat::RGB32F, {128, 64}, "32 16", {32, 16}},
@@ -404,9 +394,7 @@ TEST(ImagePluginsTest, ResizeRefusesBadSizesAndIdImages) {
     } cases[]{
         {nullptr, PixelFormat::RGBA8, "the size \"\" isn't two positive integers"},
         {"64", PixelFormat::RGBA8, "the size \"64\" isn't"},
-        {"64 0", PixelFormat::RGBA8, "the size \"64 0\" isn't"},
         {"-4 4", PixelFormat::RGBA8, "the size \"-4 4\" isn't"},
-        {"a b", PixelFormat::RGBA8, "the size \"a b\" isn't"},
         {"64 64 64", PixelFormat::RGBA8, "the size \"64 64 64\" isn't"},
         {"64x64", PixelFormat::RGBA8, "the size \"64x64\" isn't"},
         {"4 4", PixelFormat::R32UI, "R32UI pixels hold ids"},

@@ -32,18 +32,13 @@ struct SolidCase {
 
 const SolidCase SolidCases[]{
     {"SphereMinimal", [] { return uvSphereSolid(2, 3); }, 5, 18, Surface::Sphere, 1.0f, true, false, false},
-    {"Sphere", [] { return uvSphereSolid(3, 4); }, 10, 48, Surface::Sphere, 1.0f, true, false, false},
     {"SphereTextured", [] { return uvSphereSolid(16, 32, UVSphereFlag::TextureCoordinates | UVSphereFlag::Tangents); },
      2 + 15 * 33, 6 * 32 * 15, Surface::Sphere, 1.0f, true, true, true},
     {"Cylinder", [] { return cylinderSolid(2, 5, 1.5f); }, 15, 60, Surface::Cylinder, 1.5f, false, false, false},
-    {"CylinderCapped", [] { return cylinderSolid(1, 8, 0.5f, CylinderFlag::CapEnds); }, 16 + 18, 48 + 48,
-     Surface::Cylinder, 0.5f, true, false, false},
     {"CylinderCappedTextured", [] { return cylinderSolid(3, 12, 2.0f,
          CylinderFlag::CapEnds | CylinderFlag::TextureCoordinates | CylinderFlag::Tangents); },
      4 * 13 + 26, 6 * 3 * 12 + 72, Surface::Cylinder, 2.0f, true, true, true},
     {"Cone", [] { return coneSolid(1, 6, 1.0f); }, 6 + 6, 18, Surface::Cone, 1.0f, false, false, false},
-    {"ConeCapped", [] { return coneSolid(3, 8, 0.75f, ConeFlag::CapEnd); }, 24 + 8 + 9, 6 * 2 * 8 + 24 + 24,
-     Surface::Cone, 0.75f, true, false, false},
     {"ConeCappedTextured", [] { return coneSolid(2, 10, 1.25f, ConeFlag::CapEnd | ConeFlag::TextureCoordinates | ConeFlag::Tangents); },
      22 + 10 + 11, 60 + 30 + 30, Surface::Cone, 1.25f, true, true, true},
     {"Cube", [] { return cubeSolid(); }, 24, 36, Surface::Cube, 1.0f, true, false, false},
@@ -201,8 +196,6 @@ struct WireframeCase {
 };
 
 const WireframeCase WireframeCases[]{
-    {"Sphere", [] { return uvSphereWireframe(4, 8); }, 26, 24 + 16,
-     [](const Vector3& p) { EXPECT_NEAR(glm::length(p), 1.0f, Epsilon); }},
     {"SphereMinimal", [] { return uvSphereWireframe(2, 4); }, 6, 4 + 8,
      [](const Vector3& p) { EXPECT_NEAR(glm::length(p), 1.0f, Epsilon); }},
     {"Cylinder", [] { return cylinderWireframe(2, 12, 0.5f); }, 36, 36 + 8,
