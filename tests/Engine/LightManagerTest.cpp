@@ -67,7 +67,6 @@ struct CascadeCase {
 
 const CascadeCase CascadeCases[]{
     {"OneCascade", 1, 1, false},
-    {"ThreeCascades", 3, 3, false},
     {"SettingAboveMaximum", 9, LightManager::MaxCascades, false},
     {"FourCascadesZeroToOne", 4, 4, true},
 };

@@ -95,7 +95,6 @@ using H = Data::HorizontalAlignment;
 using V = Data::VerticalAlignment;
 
 const LayoutCase LayoutCases[]{
-    {"LeftBaseline", "ABC", H::Left, V::Baseline, 3, {0.0f, 0.0f}, {1.4f, 0.7f}},
     {"CenterBaseline", "ABCD", H::Center, V::Baseline, 4, {-1.0f, 0.0f}, {0.9f, 0.7f}},
     {"RightTop", "AB", H::Right, V::Top, 2, {-1.0f, -0.8f}, {-0.1f, -0.1f}},
     {"SpaceMakesNoQuad", "A B", H::Left, V::Baseline, 2, {0.0f, 0.0f}, {1.4f, 0.7f}},

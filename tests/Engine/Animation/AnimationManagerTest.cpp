@@ -49,7 +49,6 @@ struct PlaybackCase {
 void PrintTo(const PlaybackCase& c, std::ostream* os) { *os << c.name; }
 
 const PlaybackCase PlaybackCases[] = {
-    {"Advances", true, 1.0f, {0.25, 0.5}, 0.75f, true},
     {"LoopWraps", true, 1.0f, {1.5, 1.0}, 0.5f, true},
     {"LoopWrapsBackwards", true, -1.0f, {0.5}, 1.5f, true},
     {"HalfSpeed", true, 0.5f, {1.0}, 0.5f, true},

@@ -54,9 +54,7 @@ void PrintTo(const DropCase& c, std::ostream* os) { *os << c.name; }
 const DropCase DropCases[] = {
     {"BoxOnBox", CollisionShape::box({5, 0.5f, 5}), at({0, -0.5f, 0}), CollisionShape::box(Vector3{0.5f}), Vector3{1}, 0.5f},
     {"ScaledBoxOnBox", CollisionShape::box({5, 0.5f, 5}), at({0, -0.5f, 0}), CollisionShape::box(Vector3{0.5f}), Vector3{2}, 1.0f},
-    {"SphereOnBox", CollisionShape::box({5, 0.5f, 5}), at({0, -0.5f, 0}), CollisionShape::sphere(0.25f), Vector3{1}, 0.25f},
     {"HullOnBox", CollisionShape::box({5, 0.5f, 5}), at({0, -0.5f, 0}), CollisionShape::convexHull(cubePoints(0.5f)), Vector3{1}, 0.5f},
-    {"BoxOnTriangleMesh", floorMesh(), at({0, 0, 0}), CollisionShape::box(Vector3{0.5f}), Vector3{1}, 0.5f},
     {"SphereOnRaisedMesh", floorMesh(), at({0, 2, 0}), CollisionShape::sphere(0.5f), Vector3{1}, 2.5f},
 };
 
@@ -280,8 +278,6 @@ struct LinesCase {
 void PrintTo(const LinesCase& c, std::ostream* os) { *os << c.name; }
 
 const LinesCase LinesCases[] = {
-    {"Box", BodyType::Static, CollisionShape::box({1, 2, 3}), Vector3{1},
-        [](const Vector3& p) { return boxDistance(p, {1, 2, 3}); }, PhysicsWorld::StaticColor},
     {"ScaledBox", BodyType::Dynamic, CollisionShape::box({1, 2, 3}), Vector3{2, 1, 0.5f},
         [](const Vector3& p) { return boxDistance(p, {2, 2, 1.5f}); }, PhysicsWorld::DynamicColor},
     {"Sphere", BodyType::Kinematic, CollisionShape::sphere(1.5f), Vector3{1},
@@ -290,8 +286,6 @@ const LinesCase LinesCases[] = {
         [](const Vector3& p) { return std::abs(segmentDistance(p, {0, -1, 0}, {0, 1, 0}) - 0.5f); }, PhysicsWorld::DynamicColor},
     {"ConvexHull", BodyType::Dynamic, CollisionShape::convexHull(Tetrahedron), Vector3{1},
         tetrahedronDistance, PhysicsWorld::DynamicColor},
-    {"ScaledConvexHull", BodyType::Dynamic, CollisionShape::convexHull(Tetrahedron), Vector3{2},
-        [](const Vector3& p) { return 2.0f*tetrahedronDistance(p/2.0f); }, PhysicsWorld::DynamicColor},
     {"TriangleMesh", BodyType::Static, CollisionShape::triangleMesh(Tetrahedron, TetrahedronFaces), Vector3{1},
         tetrahedronDistance, PhysicsWorld::StaticColor},
     {"ScaledTriangleMesh", BodyType::Static, CollisionShape::triangleMesh(Tetrahedron, TetrahedronFaces), Vector3{3},
