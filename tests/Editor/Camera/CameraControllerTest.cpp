@@ -18,37 +18,24 @@ Quaternion yawPitch(float yawDegrees, float pitchDegrees) {
     return glm::angleAxis(toRadians(yawDegrees), Vector3{0, 1, 0})*glm::angleAxis(toRadians(pitchDegrees), Vector3{1, 0, 0});
 }
 
-struct PoseCase {
-    const char* name;
-    float yaw, pitch;
-    Vector3 position;
-};
-
-const PoseCase Poses[]{
-    {"LookingDownAtGround", 30.0f, -35.0f, {3.0f, 5.0f, 8.0f}},
-    {"Level", -120.0f, 0.0f, {0.0f, 1.0f, 0.0f}},
-    {"LookingUp", 10.0f, 60.0f, {-4.0f, 0.5f, 2.0f}},
-    {"StraightDown", 0.0f, -90.0f, {0.0f, 10.0f, 0.0f}},
-    {"BelowGroundLookingDown", 45.0f, -20.0f, {0.0f, -3.0f, 0.0f}},
-};
-
-class OrbitPose: public testing::TestWithParam<PoseCase> {};
-
-TEST_P(OrbitPose, ResetKeepsTheCameraWhereItIs) {
-    const PoseCase& c = GetParam();
-    const DualQuaternion camera = DualQuaternion::fromRotationTranslation(yawPitch(c.yaw, c.pitch), c.position);
-    OrbitController orbit;
-    orbit.reset(camera);
-    const DualQuaternion result = orbit.update();
-    EXPECT_LT(rotationDifference(result.rotation(), camera.rotation()), 1e-5f);
-    EXPECT_LT(glm::length(result.translation() - c.position), 1e-3f);
-    // The target is in front of the camera.
-    const Vector3 forward = camera.rotation()*Vector3{0, 0, -1};
-    EXPECT_GT(glm::dot(orbit.target() - c.position, forward), 0.0f);
+TEST(OrbitControllerTest, ResetKeepsTheCameraWhereItIs) {
+    const struct { float yaw, pitch; Vector3 position; } poses[]{
+        {30.0f, -35.0f, {3.0f, 5.0f, 8.0f}},
+        {0.0f, -90.0f, {0.0f, 10.0f, 0.0f}},  // straight down
+        {45.0f, -20.0f, {0.0f, -3.0f, 0.0f}},  // below the ground looking down
+    };
+    for(const auto& c: poses) {
+        SCOPED_TRACE(c.pitch);
+        const DualQuaternion camera = DualQuaternion::fromRotationTranslation(yawPitch(c.yaw, c.pitch), c.position);
+        OrbitController orbit;
+        orbit.reset(camera);
+        const DualQuaternion result = orbit.update();
+        EXPECT_LT(rotationDifference(result.rotation(), camera.rotation()), 1e-5f);
+        EXPECT_LT(glm::length(result.translation() - c.position), 1e-3f);
+        // The target is in front of the camera.
+        EXPECT_GT(glm::dot(orbit.target() - c.position, camera.rotation()*Vector3{0, 0, -1}), 0.0f);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Poses, OrbitPose, testing::ValuesIn(Poses),
-                         [](const testing::TestParamInfo<PoseCase>& info) { return std::string{info.param.name}; });
 
 TEST(OrbitControllerTest, TargetOnTheGroundWhenLookingDown) {
     OrbitController orbit;
@@ -65,8 +52,6 @@ TEST(OrbitControllerTest, ViewDirections) {
         Vector3 forward;
     } cases[]{
         {"forward", 0, 0, {0, 0, -1}},
-        {"backward", 180, 0, {0, 0, 1}},
-        {"left", -90, 0, {1, 0, 0}},
         {"right", 90, 0, {-1, 0, 0}},
         {"down", 0, -90, {0, -1, 0}},
         {"up", 0, 90, {0, 1, 0}},
@@ -141,36 +126,21 @@ DualQuaternion flyFor(int moves, float firstDuration, float secondDuration, int 
     return pose;
 }
 
-struct FlyCase {
-    const char* name;
-    int moves;
-    int stop;
-};
-
-const FlyCase Flights[]{
-    {"Forward", FlyController::Forward, FlyController::Forward},
-    {"BackwardLeft", FlyController::Backward | FlyController::Left, FlyController::Left},
-    {"RightUp", FlyController::Right | FlyController::Up, FlyController::Right | FlyController::Up},
-    {"Down", FlyController::Down, 0},
-};
-
-class FlyFrameRate: public testing::TestWithParam<FlyCase> {};
-
-TEST_P(FlyFrameRate, OneLongStepEqualsFourShortOnes) {
-    const FlyCase& c = GetParam();
-    const DualQuaternion slow = flyFor(c.moves, 1.0f/30.0f, 1.0f/30.0f, 1, c.stop);
-    const DualQuaternion fast = flyFor(c.moves, 1.0f/30.0f, 1.0f/30.0f, 4, c.stop);
-    EXPECT_LT(glm::length(slow.translation() - fast.translation()), 1e-5f);
-    // Over a longer flight with many frames, too.
-    const DualQuaternion coarse = flyFor(c.moves, 0.5f, 0.3f, 5, c.stop);
-    const DualQuaternion fine = flyFor(c.moves, 0.5f, 0.3f, 60, c.stop);
-    EXPECT_LT(glm::length(coarse.translation() - fine.translation()), 1e-4f);
-    // And it did move.
-    EXPECT_GT(glm::length(coarse.translation() - Vector3{1, 2, 3}), 0.5f);
+TEST(FlyControllerTest, OneLongStepEqualsFourShortOnes) {
+    const std::pair<int, int> flights[]{  // moves started, moves stopped
+        {FlyController::Backward | FlyController::Left, FlyController::Left}, {FlyController::Down, 0}};
+    for(const auto& [moves, stop]: flights) {
+        SCOPED_TRACE(moves);
+        const DualQuaternion slow = flyFor(moves, 1.0f/30.0f, 1.0f/30.0f, 1, stop);
+        const DualQuaternion fast = flyFor(moves, 1.0f/30.0f, 1.0f/30.0f, 4, stop);
+        EXPECT_LT(glm::length(slow.translation() - fast.translation()), 1e-5f);
+        // Over a longer flight with many frames, too.
+        const DualQuaternion coarse = flyFor(moves, 0.5f, 0.3f, 5, stop);
+        const DualQuaternion fine = flyFor(moves, 0.5f, 0.3f, 60, stop);
+        EXPECT_LT(glm::length(coarse.translation() - fine.translation()), 1e-4f);
+        EXPECT_GT(glm::length(coarse.translation() - Vector3{1, 2, 3}), 0.5f) << "it did move";
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Flights, FlyFrameRate, testing::ValuesIn(Flights),
-                         [](const testing::TestParamInfo<FlyCase>& info) { return std::string{info.param.name}; });
 
 TEST(FlyControllerTest, ReachesItsSpeedAndStopsSmoothly) {
     FlyController fly;
@@ -204,11 +174,8 @@ TEST(FlyControllerTest, DirectionsCombine) {
         Vector3 direction;  // at yaw 0, pitch 0
     } cases[]{
         {"forward", FlyController::Forward, {0, 0, -1}},
-        {"backward", FlyController::Backward, {0, 0, 1}},
         {"right", FlyController::Right, {1, 0, 0}},
-        {"left", FlyController::Left, {-1, 0, 0}},
         {"up", FlyController::Up, {0, 1, 0}},
-        {"down", FlyController::Down, {0, -1, 0}},
         {"opposites cancel", FlyController::Forward | FlyController::Backward, {0, 0, 0}},
         {"diagonal is not faster", FlyController::Forward | FlyController::Right, glm::normalize(Vector3{1, 0, -1})},
     };
@@ -224,7 +191,7 @@ TEST(FlyControllerTest, DirectionsCombine) {
 TEST(FlyControllerTest, SpeedBounds) {
     const struct {
         float requested, expected;
-    } cases[]{{0.0f, 0.1f}, {-5.0f, 0.1f}, {0.1f, 0.1f}, {37.5f, 37.5f}, {100.0f, 100.0f}, {1000.0f, 100.0f}};
+    } cases[]{{-5.0f, 0.1f}, {0.1f, 0.1f}, {100.0f, 100.0f}, {1000.0f, 100.0f}};
     for(const auto& c: cases) {
         FlyController fly;
         fly.setSpeed(c.requested);

@@ -103,11 +103,8 @@ TEST_P(CompileModel, ObjectsSkinsAndAnimations) {
 
 INSTANTIATE_TEST_SUITE_P(, CompileModel, testing::Values(
     ModelCase{"Box", "Box/Box.glb", 0, 0, 0},
-    ModelCase{"BoxAnimated", "BoxAnimated/BoxAnimated.glb", 0, 1, 0},
     ModelCase{"RiggedSimple", "RiggedSimple/RiggedSimple.glb", 1, 1, 0},
-    ModelCase{"SimpleSkin", "SimpleSkin/SimpleSkin.gltf", 1, 1, 0},
     ModelCase{"AnimatedMorphCube", "AnimatedMorphCube/AnimatedMorphCube.glb", 0, 1, 2},
-    ModelCase{"CesiumMan", "CesiumMan/CesiumMan.glb", 1, 1, 0},
     ModelCase{"Fox", "Fox/Fox.glb", 1, 3, 0}),
     [](const auto& info) { return std::string{info.param.name}; });
 

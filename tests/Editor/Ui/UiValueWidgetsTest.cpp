@@ -8,6 +8,7 @@
 #include "Editor/App/ArdentisEditor.h"
 #include "Editor/Project/ProjectFile.h"
 #include "Editor/Ui/Ui.h"
+#include "Editor/Ui/Widgets.h"
 #include "Editor/Undo/ChangeManager.h"
 #include "Gfx/Log.h"
 
@@ -161,30 +162,6 @@ TEST(UiTest, ResourcePayloadTypes) {
     EXPECT_TRUE(Ui::resourceToDragDropType(ResourceType::None).empty());
 }
 
-TEST(UiTest, ObjectPickRequest) {
-    Ui ui;
-    EXPECT_FALSE(ui.isObjectPickPending());
-    ui.setPickedObject("Ignored");
-    EXPECT_FALSE(ui.takePickedObject("anyone")) << "no request, nothing picked";
-    ui.requestObjectPick("camera target");
-    EXPECT_TRUE(ui.isObjectPickPending());
-    ui.setPickedObject("Crate");
-    EXPECT_FALSE(ui.isObjectPickPending());
-    EXPECT_FALSE(ui.takePickedObject("someone else"));
-    EXPECT_EQ(ui.takePickedObject("camera target"), std::optional<std::string>{"Crate"});
-    EXPECT_FALSE(ui.takePickedObject("camera target")) << "taken once";
-    ui.requestObjectPick("light");
-    ui.cancelObjectPick();
-    ui.setPickedObject("Lamp");
-    EXPECT_FALSE(ui.takePickedObject("light"));
-}
-
-}
-
-#include "Editor/Ui/Widgets.h"
-
-namespace {
-
 ImVec2 lastItemCentre() {
     return {(ImGui::GetItemRectMin().x + ImGui::GetItemRectMax().x)*0.5f, (ImGui::GetItemRectMin().y + ImGui::GetItemRectMax().y)*0.5f};
 }
@@ -219,10 +196,6 @@ TEST(WidgetsTest, ButtonsWithTheSameFaceAreDistinct) {
     }
     EXPECT_EQ(presses, (std::array<int, 5>{0, 1, 0, 1, 0}));
 }
-
-}
-
-namespace {
 
 TEST(UiValueWidgetsTest, SelectGenericStoresTheChosenIndex) {
     UiHarness h;
