@@ -69,29 +69,6 @@ TEST(ShaderSourceTest, EmbeddedGroup) {
     EXPECT_TRUE(errors.contains("unknown shader group \"NoSuchGroup\"")) << errors.text();
 }
 
-TEST(ShaderSourceTest, DefaultPipelines) {
-    // Their order and names are checked through the registry's indices.
-    const auto& pipelines = Shaders::defaultPipelines();
-    for(std::size_t i = 0; i != pipelines.size(); ++i) {
-        SCOPED_TRACE(pipelines[i].name);
-        EXPECT_EQ(Shaders::findDefaultPipeline(pipelines[i].name), &pipelines[i]);
-        EXPECT_TRUE(Data::isValid(pipelines[i].pipeline));
-        const auto source = Shaders::loadPipelineShader(pipelines[i]);
-        ASSERT_TRUE(source);
-        EXPECT_EQ(Shaders::parseShaderHeader(source->fragment).type, ShaderType::Forward);
-        // A blended pipeline must not write depth, or it hides what lies behind it.
-        const Data::Pipeline& p = pipelines[i].pipeline;
-        if(p.blend) {
-            EXPECT_EQ(p.type, Data::PipelineType::Transparent);
-            EXPECT_FALSE(p.depthWrite);
-            EXPECT_EQ(UnsignedByte(p.sourceColor), 4);
-            EXPECT_EQ(UnsignedByte(p.destinationColor), 6);
-        }
-    }
-    EXPECT_EQ(Shaders::findDefaultPipeline("Phong"), nullptr);
-    EXPECT_EQ(Shaders::findDefaultPipeline("Sky")->pipeline.type, Data::PipelineType::Sky);
-}
-
 struct PipelineValidityCase {
     const char* name;
     Data::Pipeline pipeline;
