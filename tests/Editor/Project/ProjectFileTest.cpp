@@ -59,8 +59,6 @@ const std::pair<std::string_view, std::vector<std::string>> BrokenCases[]{
     {R"({"format": "ardentis-project", "version": 1, "objects": {"1": {}, "1": {}}})", {"/objects/1", "twice"}},
     {R"({"format": "ardentis-project", "version": 1, "objects": {"4": {"translation": [1, 2]}}})",
         {"/objects/4/translation", "3 numbers"}},
-    {R"({"format": "ardentis-project", "version": 1, "objects": {"1": {"components": [{"mesh": 1}]}}})",
-        {"/objects/1/components/0", "type"}},
     {R"({"format": "ardentis-project", "version": 1, "objects": {"1": {"parent": 5}}})",
         {"/objects/1/parent", "object 5 does not exist"}},
     {R"({"format": "ardentis-project", "version": 1, "objects": {"1": {"parent": 2}, "2": {"parent": 1}}})",
@@ -69,8 +67,6 @@ const std::pair<std::string_view, std::vector<std::string>> BrokenCases[]{
         {"/images/1/file", "outside the project folder"}},
     {R"({"format": "ardentis-project", "version": 1, "settings": {"images": {"textureAtlasSize": -4}}})",
         {"/settings/images/textureAtlasSize", "unsigned"}},
-    {R"({"format": "ardentis-project", "version": 1, "fonts": {"1": {"file": {"file": "dejavu/DejaVuSans.ttf", "resource": "system"}}}})",
-        {"/fonts/1/file", "without folders"}},
     {R"({"format": "ardentis-project", "version": 1, "fonts": {"1": {"file": {"file": "Sans.ttf", "resource": "bold"}}}})",
         {"/fonts/1/file", "unknown resource \"bold\""}},
 };
