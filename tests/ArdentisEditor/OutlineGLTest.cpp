@@ -49,13 +49,7 @@ TEST_P(OutlineSpacings, HalveDownToOne) {
     EXPECT_EQ(Shaders::Outline::stepSpacings(c.size, c.width), c.spacings);
 }
 
-std::string caseName(std::string name) {
-    for(char& ch: name) if(!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(, OutlineSpacings, ::testing::ValuesIn(SpacingCases),
-                         [](const auto& info) { return caseName(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(, OutlineSpacings, ::testing::ValuesIn(SpacingCases), AT::caseName);
 
 TEST(SelectionOutlineWidth, FollowsTheLargerScale) {
     EXPECT_EQ(SelectionOutline::outlineWidth({1.0f, 2.0f}), 8.0f);
@@ -191,8 +185,7 @@ TEST_P(OutlineWidthGLTest, LiesOutsideWithinTheWidth) {
     EXPECT_TRUE(AT::pixelNear(image, {Size.x - 2, Size.y - 2}, background, 1));
 }
 
-INSTANTIATE_TEST_SUITE_P(, OutlineWidthGLTest, ::testing::ValuesIn(WidthCases),
-                         [](const auto& info) { return caseName(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(, OutlineWidthGLTest, ::testing::ValuesIn(WidthCases), AT::caseName);
 
 TEST_F(OutlineGLTest, NothingSelectedTouchesNothing) {
     ASSERT_TRUE(runRectangle({1.0f, 1.0f}));
@@ -303,8 +296,7 @@ TEST_P(OutlineBoundsGLTest, GiveTheSameImage) {
     EXPECT_GT(AT::countPixels(bounded, outlined(Background), 2), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(, OutlineBoundsGLTest, ::testing::ValuesIn(BoundsCases),
-                         [](const auto& info) { return caseName(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(, OutlineBoundsGLTest, ::testing::ValuesIn(BoundsCases), AT::caseName);
 
 TEST_F(OutlineGLTest, BuffersFollowTheSize) {
     Shaders::Outline& set = outline->outline();

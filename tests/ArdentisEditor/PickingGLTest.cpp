@@ -144,12 +144,7 @@ TEST_P(PickingRangeGLTest, ReturnsDistinctLiveObjects) {
     EXPECT_EQ(objectsInRange(target.framebuffer, c.range, scene.graph, bones), expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(, PickingRangeGLTest, ::testing::ValuesIn(RangeCases),
-                         [](const auto& info) {
-                             std::string name = info.param.name;
-                             for(char& ch: name) if(!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(, PickingRangeGLTest, ::testing::ValuesIn(RangeCases), AT::caseName);
 
 // The picking shader drawn for real: a quad covering the left half, one component per draw.
 class ComponentIdGLTest: public AT::GLTestFixture {

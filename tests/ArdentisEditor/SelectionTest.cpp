@@ -53,12 +53,7 @@ TEST_P(SelectObjects, FollowsAddAndToggle) {
     EXPECT_EQ(setBits(selection), c.after);
 }
 
-INSTANTIATE_TEST_SUITE_P(, SelectObjects, ::testing::ValuesIn(SelectCases),
-                         [](const auto& info) {
-                             std::string name = info.param.name;
-                             for(char& ch: name) if(!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(, SelectObjects, ::testing::ValuesIn(SelectCases), AT::caseName);
 
 TEST(SelectObjectsGrowth, GrowsFromEmptyAndOnlyWhenNeeded) {
     Data::SceneGraph graph{64};

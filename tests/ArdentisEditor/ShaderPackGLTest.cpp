@@ -63,13 +63,7 @@ TEST_P(ShaderPackHeader, DeclaresItsType) {
     EXPECT_EQ(errors.text(), "");
 }
 
-std::string caseName(std::string name) {
-    for(char& ch: name) if(!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(, ShaderPackHeader, ::testing::ValuesIn(HeaderCases),
-                         [](const auto& info) { return caseName(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(, ShaderPackHeader, ::testing::ValuesIn(HeaderCases), AT::caseName);
 
 // Every program the engine builds from the pack, with the variants its defines select.
 struct CompileCase {
@@ -130,7 +124,6 @@ TEST_P(ShaderPackCompileGLTest, CompilesAndLinks) {
     EXPECT_TRUE(program.isReady());
 }
 
-INSTANTIATE_TEST_SUITE_P(, ShaderPackCompileGLTest, ::testing::ValuesIn(CompileCases),
-                         [](const auto& info) { return caseName(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(, ShaderPackCompileGLTest, ::testing::ValuesIn(CompileCases), AT::caseName);
 
 }

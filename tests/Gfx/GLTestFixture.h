@@ -2,6 +2,7 @@
 // Shared base for every *GLTest suite: one headless context per suite, a GL error check after
 // each case, and helpers to render into an offscreen target and compare pixels with tolerances.
 // A missing context fails every case; GL tests never skip.
+#include <cctype>
 #include <cmath>
 #include <concepts>
 #include <ostream>
@@ -51,6 +52,13 @@ protected:
 // namespace pull this in with `using Test::PrintTo;` so that argument lookup finds it.
 template<class T> requires requires(const T& t) { { t.name } -> std::convertible_to<const char*>; }
 void PrintTo(const T& value, std::ostream* out) { *out << value.name; }
+
+// Names a parameterised case after its `name`, with what GoogleTest refuses in names turned to '_'.
+inline const auto caseName = [](const auto& info) {
+    std::string name = info.param.name;
+    for(char& ch: name) if(!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
+    return name;
+};
 
 template<class T> class GLTestFixtureWithParam: public GLTestFixture, public ::testing::WithParamInterface<T> {};
 
