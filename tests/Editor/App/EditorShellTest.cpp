@@ -197,16 +197,6 @@ TEST(EditorShellTest, UnsavedChangesAreOfferedOnQuit) {
     EXPECT_FALSE(edited.shell.hasUnsavedChanges());
 }
 
-TEST(EditorShellTest, BrokenProjectKeepsTheOpenOne) {
-    ShellDriver driver{makeProject("broken-keep")};
-    const std::filesystem::path broken = makeProject("broken");
-    std::ofstream{broken/ProjectFile::FileName} << "{ \"format\": \"something else\" }";
-    Log::Capture errors{Log::Channel::Error};
-    EXPECT_FALSE(driver.shell.openProject(broken.string()));
-    EXPECT_TRUE(errors.contains(ProjectFile::FileName)) << errors.text();
-    EXPECT_TRUE(driver.shell.project().section<ObjectRecord>().contains(ResourceId{3}));
-}
-
 // A view that records what the host does to it.
 class RecordingView: public EditorView {
 public:
