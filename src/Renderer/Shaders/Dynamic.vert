@@ -21,10 +21,18 @@
 uniform sampler2D transformations;
 uniform uint idOffset;
 
-vec4 objectTexel(uint object, int k) {
-    int i = int(object)*3 + k;
+// The three texels of an object: one size query and one division for all of them.
+void objectTexels(uint object, out vec4 rotation, out vec4 dual, out vec4 scalingMaterial) {
     int w = textureSize(transformations, 0).x;
-    return texelFetch(transformations, ivec2(i % w, i/w), 0);
+    int i = int(object)*3;
+    ivec2 p = ivec2(i % w, i/w);
+    rotation = texelFetch(transformations, p, 0);
+    p.x += 1;
+    if(p.x == w) p = ivec2(0, p.y + 1);
+    dual = texelFetch(transformations, p, 0);
+    p.x += 1;
+    if(p.x == w) p = ivec2(0, p.y + 1);
+    scalingMaterial = texelFetch(transformations, p, 0);
 }
 
 void main() {
@@ -52,9 +60,8 @@ void main() {
     vec4 dual = instanceDual;
     vec4 scalingMaterial = instanceScaling;
 #else
-    vec4 rotation = objectTexel(object, 0);
-    vec4 dual = objectTexel(object, 1);
-    vec4 scalingMaterial = objectTexel(object, 2);
+    vec4 rotation, dual, scalingMaterial;
+    objectTexels(object, rotation, dual, scalingMaterial);
 #endif
 #ifdef PRETRANSFORMED
     vec3 world = position;
