@@ -131,7 +131,10 @@ TEST_F(EditorDataTest, DeleteSelectionTakesChildren) {
     deleteSelectedObjects(data, changes);
     EXPECT_FALSE(project.section<ObjectRecord>().contains(ResourceId{2}));
     EXPECT_FALSE(project.section<ObjectRecord>().contains(ResourceId{3}));
+    EXPECT_TRUE(project.section<ObjectRecord>().contains(ResourceId{1}));
+    EXPECT_FALSE(validateProject(project.document()));
     EXPECT_EQ(data.selectedCount(), 0u);
+    EXPECT_EQ(changes.undoCount(), 1u);
     changes.undo();
     EXPECT_EQ(project.text(), before);
 }
