@@ -46,11 +46,7 @@ TEST(OrbitControllerTest, TargetOnTheGroundWhenLookingDown) {
 
 TEST(OrbitControllerTest, ViewDirections) {
     // yaw, pitch in degrees, and where the camera then looks.
-    const struct {
-        const char* name;
-        float yaw, pitch;
-        Vector3 forward;
-    } cases[]{
+    const struct { const char* name; float yaw, pitch; Vector3 forward; } cases[]{
         {"forward", 0, 0, {0, 0, -1}},
         {"right", 90, 0, {-1, 0, 0}},
         {"down", 0, -90, {0, -1, 0}},
@@ -168,11 +164,8 @@ TEST(FlyControllerTest, ReachesItsSpeedAndStopsSmoothly) {
 }
 
 TEST(FlyControllerTest, DirectionsCombine) {
-    const struct {
-        const char* name;
-        int moves;
-        Vector3 direction;  // at yaw 0, pitch 0
-    } cases[]{
+    // Directions at yaw 0, pitch 0.
+    const struct { const char* name; int moves; Vector3 direction; } cases[]{
         {"forward", FlyController::Forward, {0, 0, -1}},
         {"right", FlyController::Right, {1, 0, 0}},
         {"up", FlyController::Up, {0, 1, 0}},
@@ -189,9 +182,7 @@ TEST(FlyControllerTest, DirectionsCombine) {
 }
 
 TEST(FlyControllerTest, SpeedBounds) {
-    const struct {
-        float requested, expected;
-    } cases[]{{-5.0f, 0.1f}, {0.1f, 0.1f}, {100.0f, 100.0f}, {1000.0f, 100.0f}};
+    const struct { float requested, expected; } cases[]{{-5.0f, 0.1f}, {0.1f, 0.1f}, {100.0f, 100.0f}, {1000.0f, 100.0f}};
     for(const auto& c: cases) {
         FlyController fly;
         fly.setSpeed(c.requested);
