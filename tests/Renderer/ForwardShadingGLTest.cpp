@@ -153,11 +153,7 @@ protected:
     Shaders::FrameUniforms frame;
 };
 
-struct LightSideCase {
-    const char* name;
-    const char* pipeline;
-    LightUniforms light;
-};
+struct LightSideCase { const char* name; const char* pipeline; LightUniforms light; };
 
 const LightSideCase LightSideCases[]{
     {"point light on the left", "Physical Opaque", LightUniforms::point({-1.0f, 0.0f, 0.4f}, {1, 1, 1}, 1.0f)},
@@ -394,12 +390,7 @@ TEST_F(ForwardShadingGLTest, ViewIndexPicksTheView) {
     }
 }
 
-struct ShadowCase {
-    const char* name;
-    const char* pipeline;
-    LightUniforms light;
-    bool leftShadowed;
-};
+struct ShadowCase { const char* name; const char* pipeline; LightUniforms light; bool leftShadowed; };
 
 // A hand-made shadow map over the quad: its left half holds an occluder close to the light, its
 // right half nothing. Drawn from the camera's own position, so the map lines up with the view.

@@ -9,12 +9,7 @@ using Shaders::MaterialParamType;
 
 namespace {
 
-struct ParamExpectation {
-    const char* name;
-    MaterialParamType type;
-    UnsignedInt components, offset;
-    Vector4 defaults;
-};
+struct ParamExpectation { const char* name; MaterialParamType type; UnsignedInt components, offset; Vector4 defaults; };
 
 const char* const PhysicalLike =
     "#define SHADER_TYPE_FORWARD\n"
@@ -86,11 +81,7 @@ TEST(MaterialDefinitionTest, SettingAValueKeepsItsNeighbours) {
     EXPECT_EQ(d->getInteger(m, 5), 0xffffffffu);
 }
 
-struct BadLineCase {
-    const char* name;
-    const char* source;
-    const char* error;
-};
+struct BadLineCase { const char* name; const char* source; const char* error; };
 
 const BadLineCase BadLineCases[]{
     {"unknown type", "\n#pragma material mat4 m\n", "Test.frag:2: unknown material parameter type \"mat4\""},

@@ -104,11 +104,7 @@ TEST_F(RendererStateGLTest, ApplyIssuesOnlyTheCallsThatDiffer) {
     }
 }
 
-struct BindCase {
-    const char* name;
-    void (*change)(RendererState&, GLuint object);
-    const char* call;
-};
+struct BindCase { const char* name; void (*change)(RendererState&, GLuint object); const char* call; };
 
 const BindCase BindCases[]{
     {"program", [](RendererState& s, GLuint o) { s.useProgram(o); }, "glUseProgram"},

@@ -64,12 +64,7 @@ const char* const LibraryFragment =
     "  color = vec4(c + viewDirection(surfacePosition) + worldToClip(c).xyz, 1.0);\n"
     "}\n";
 
-struct VariantCase {
-    const char* name;
-    const char* vertex;
-    std::string fragment;
-    std::vector<std::string> defines;
-};
+struct VariantCase { const char* name; const char* vertex; std::string fragment; std::vector<std::string> defines; };
 
 std::vector<VariantCase> variantCases() {
     const std::string flat = internalFile("Flat.frag");

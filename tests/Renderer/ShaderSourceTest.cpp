@@ -10,13 +10,7 @@ using Shaders::ShaderType;
 
 namespace {
 
-struct HeaderCase {
-    const char* name;
-    const char* source;
-    ShaderType type;
-    bool internal;
-    const char* error;
-};
+struct HeaderCase { const char* name; const char* source; ShaderType type; bool internal; const char* error; };
 
 const HeaderCase HeaderCases[]{
     {"none", "void main() {}\n", ShaderType::Unknown, false, nullptr},
@@ -69,11 +63,7 @@ TEST(ShaderSourceTest, EmbeddedGroup) {
     EXPECT_TRUE(errors.contains("unknown shader group \"NoSuchGroup\"")) << errors.text();
 }
 
-struct PipelineValidityCase {
-    const char* name;
-    Data::Pipeline pipeline;
-    bool valid;
-};
+struct PipelineValidityCase { const char* name; Data::Pipeline pipeline; bool valid; };
 
 TEST(ShaderSourceTest, PipelineRecordValidity) {
     auto with = [](auto change) { Data::Pipeline p; change(p); return p; };
