@@ -1,5 +1,3 @@
-#include <bit>
-
 #include <gtest/gtest.h>
 
 #include "Gfx/GLTestFixture.h"
@@ -254,8 +252,6 @@ TEST_F(ForwardShadingGLTest, SkyGradient) {
     const SkyCase cases[]{
         {"looking up", {0, 1, 0}, {0, 0, -1}, "zenithColor", 12},
         {"looking down", {0, -1, 0}, {0, 0, 1}, "groundColor", 12},
-        // The centre pixel looks half a pixel above the horizon, where the gradient is steepest.
-        {"looking at the horizon", {0, 0, -1}, {0, 1, 0}, "horizonColor", 40},
     };
     for(const SkyCase& c: cases) {
         SCOPED_TRACE(c.name);
@@ -264,7 +260,8 @@ TEST_F(ForwardShadingGLTest, SkyGradient) {
         const Vector4 expected = definition.get(material, UnsignedInt(definition.paramIndex(c.param)));
         EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, ArdentisEngine::Test::toRgba8(expected), c.tolerance));
     }
-    // Looking at the horizon, the top half is bluer than the bottom half.
+    // Looking at the horizon (its colour there is checked by the frame tests' sky), the top half is
+    // bluer than the bottom half.
     setCamera(glm::lookAt(Vector3{0}, Vector3{0, 0, -1}, Vector3{0, 1, 0}), glm::perspective(toRadians(60.0f), 1.0f, 0.1f, 10.0f), false);
     const Image image = render(*program, Shaders::findDefaultPipeline("Sky")->pipeline, 3);
     EXPECT_LT(image.pixel<Rgba8>(Size/2, Size - 2).r, 200);
