@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "Editor/Compiler/FontLoader.h"
-#include "Engine/Scene.h"
-#include "Engine/SceneGraph.h"
 #include "Gfx/GLTestFixture.h"
 #include "Gfx/Log.h"
-#include "Renderer/WebGL2Renderer.h"
+#include "Renderer/RenderStage.h"
 
 using namespace ArdentisEngine;
 using ArdentisEngine::Test::Rgba8;
@@ -21,24 +19,10 @@ constexpr const char* DejaVu = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"
 
 enum class Expect { Background, Text, Outline };
 
-// A camera at (0, 0, 5) with a 90° field of view (the z = 0 plane shows -5..5) over one text object
-// at Origin, laid out from its baseline, drawn in red on black.
-struct Stage {
-    Stage(std::span<const Data::FontData> fonts, const char* text, bool outline): renderer{state}, target{Vector2i{Size}} {
-        renderer.addDefaultPipelines();
-        renderer.pipelines().compileAll(true);
-        auto& graph = scene.graph();
-        const Data::Id camera = graph.addObject();
-        graph.setLocalTransformation(camera, DualQuaternion::translation({0.0f, 0.0f, 5.0f}));
-        view = scene.views().addComponent(camera);
-        scene.views().activate(view);
-        scene.views().fov(view) = 90.0f;
-        scene.views().far(view) = 20.0f;
-        scene.views().viewport(view) = Range2Di{{0, 0}, Vector2i{Size}};
-        scene.views().targetFramebuffer(view) = target.framebuffer.id();
-        renderer.setTargetView(scene.views(), view);
-        renderer.setViewportSize(0, Vector2i{Size}, false);
-
+// One text object at Origin, laid out from its baseline, drawn in red on black in front of the
+// shared stage's camera (the z = 0 plane shows -5..5).
+struct Stage: Test::Stage {
+    Stage(std::span<const Data::FontData> fonts, const char* text, bool outline): Test::Stage{Size} {
         const Shaders::MaterialDefinition& d = renderer.shader(renderer.pipelineIndex("Text"))->materialDefinition();
         Data::Material m = d.defaults();
         d.set(m, UnsignedInt(d.paramIndex("color")), Vector4{0.9f, 0.1f, 0.1f, 1.0f});
@@ -48,6 +32,7 @@ struct Stage {
         }
         renderer.updateMaterial(1, m);
 
+        auto& graph = scene.graph();
         const Data::Id object = graph.addObject();
         graph.setLocalTransformation(object, DualQuaternion::translation(Vector3{Origin, 0.0f}));
         const Data::Id t = scene.texts().addComponent(object);
@@ -58,33 +43,8 @@ struct Stage {
         graph.activate();
 
         renderer.updateFonts(fonts);
-        renderer.prepareBatches(scene.meshes(), scene.texts());
-        renderer.updateMeshes(scene.meshes(), scene.meshData);
-        renderer.updateTexts(scene.texts());
+        prepare();
     }
-
-    Image frame() {
-        scene.graph().computeAbsoluteTransformations();
-        scene.views().update(0.0);
-        renderer.updateTransforms();
-        renderer.updateCulling();
-        renderer.updateMeshVisibility(scene.views().cullingMatrix(view));
-        renderer.updateLights(scene.lights());
-        renderer.compileRenderGraph(scene.lights(), scene.meshes(), scene.texts());
-        const RenderData data{&scene.views(), view};
-        renderer.updateRenderGraph(data);
-        renderer.uploadRenderData(data);
-        target.clear();
-        state.resync();
-        renderer.render();
-        return target.read();
-    }
-
-    Data::Scene scene{16};
-    RendererState state;
-    WebGL2Renderer renderer;
-    Test::RenderTarget target;
-    Data::Id view = 0;
 };
 
 class FontRenderGLTest: public Test::GLTestFixture {};
