@@ -6,24 +6,13 @@
 #include <epoxy/gl.h>
 
 #include "Gfx/Assert.h"
+#include "Gfx/GL/Mesh.h"
 #include "Gfx/Log.h"
 #include "Renderer/RendererState.h"
 
 namespace ArdentisEngine {
 
 namespace {
-
-GLenum glPrimitive(MeshPrimitive primitive) {
-    switch(primitive) {
-        case MeshPrimitive::Points: return GL_POINTS;
-        case MeshPrimitive::Lines: return GL_LINES;
-        case MeshPrimitive::LineStrip: return GL_LINE_STRIP;
-        case MeshPrimitive::Triangles: return GL_TRIANGLES;
-        case MeshPrimitive::TriangleStrip: return GL_TRIANGLE_STRIP;
-        case MeshPrimitive::TriangleFan: return GL_TRIANGLE_FAN;
-    }
-    AE_UNREACHABLE();
-}
 
 std::uint64_t triangleCount(GLenum primitive, UnsignedInt indices) {
     if(primitive == GL_TRIANGLES) return indices/3;
@@ -142,7 +131,7 @@ UnsignedInt MeshBatch::addMeshes(std::span<const PackedMesh> meshes) {
         m.firstIndex = UnsignedInt(_indices.size());
         m.indexCount = UnsignedInt(mesh.indices.size());
         m.baseVertex = UnsignedInt(_vertices.size()/vertexStride(_kind));
-        m.primitive = glPrimitive(mesh.primitive);
+        m.primitive = GL::glPrimitive(mesh.primitive);
         m.bounds = mesh.bounds;
         if(!_meshes.empty() && _meshes[0].primitive != m.primitive) _samePrimitive = false;
         _meshes.push_back(m);
@@ -177,7 +166,7 @@ void MeshBatch::updateMesh(UnsignedInt index, const PackedMesh& mesh) {
             vertices.insert(vertices.end(), mesh.vertices.begin(), mesh.vertices.end());
             indices.insert(indices.end(), mesh.indices.begin(), mesh.indices.end());
             m.indexCount = UnsignedInt(mesh.indices.size());
-            m.primitive = glPrimitive(mesh.primitive);
+            m.primitive = GL::glPrimitive(mesh.primitive);
             m.bounds = mesh.bounds;
         } else {
             vertices.insert(vertices.end(), _vertices.begin() + vb, _vertices.begin() + ve);

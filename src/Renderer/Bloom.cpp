@@ -91,11 +91,7 @@ void BloomPass::apply(RendererState& state, GLuint target, const Vector2i& offse
     if(!_bright || !_blur || !_composite || !_bright->compile() || !_blur->compile() || !_composite->compile()) return;
 
     state.save();
-    Data::Pipeline record;
-    record.depthTest = false;
-    record.depthWrite = false;
-    record.doubleSided = true;
-    state.apply(record);
+    state.apply(Data::Pipeline::fullScreen());
     const Vector2i half = glm::max(_size/2, Vector2i{1});
     auto texture = [&](UnsignedInt unit, GLuint t) { state.bindTexture(unit, RendererState::TextureTarget::Texture2D, t); };
 

@@ -74,11 +74,7 @@ void OverdrawPass::renderHeat(RendererState& state, GLuint target, const Vector2
     }
     if(!_heat->asyncCompile(true)) return;
     state.save();
-    Data::Pipeline record;
-    record.depthTest = false;
-    record.depthWrite = false;
-    record.doubleSided = true;
-    state.apply(record);
+    state.apply(Data::Pipeline::fullScreen());
     state.bindFramebuffer(target);
     state.setViewport(Range2Di{offset, offset + _size});
     state.bindTexture(0, RendererState::TextureTarget::Texture2D, _texture);

@@ -24,6 +24,14 @@ Pipeline Pipeline::alphaBlended() {
     return p;
 }
 
+Pipeline Pipeline::fullScreen() {
+    Pipeline p;
+    p.depthTest = false;
+    p.depthWrite = false;
+    p.doubleSided = true;
+    return p;
+}
+
 GLenum glBlendFactor(BlendFactor factor) {
     AE_ASSERT(UnsignedByte(factor) < BlendFactorCount);
     return BlendFactors[UnsignedByte(factor)];

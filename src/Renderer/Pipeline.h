@@ -109,6 +109,8 @@ struct Pipeline {
 
     // Standard alpha blending ("over") for colour and alpha, codes 4 / 6.
     static Pipeline alphaBlended();
+    // Full-screen and image passes: no depth test or writes, no culling.
+    static Pipeline fullScreen();
 };
 
 // GL enums for the engine codes. Out-of-range codes are a broken invariant (records are validated

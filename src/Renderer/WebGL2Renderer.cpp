@@ -188,11 +188,7 @@ void WebGL2Renderer::drawTextureOverlays(GLuint target, const Range2Di& viewport
     }
     if(!_overlayShader->compile()) return;
     _state.save();
-    Data::Pipeline record;
-    record.depthTest = false;
-    record.depthWrite = false;
-    record.doubleSided = true;
-    _state.apply(record);
+    _state.apply(Data::Pipeline::fullScreen());
     _state.bindFramebuffer(target);
     // Squares a quarter of the viewport's height, side by side from the bottom-left corner.
     const int side = std::max((viewport.max.y - viewport.min.y)/4, 1);
@@ -256,10 +252,7 @@ void WebGL2Renderer::countOverdraw() {
     Shaders::ShaderProgram* count = _overdraw->countProgram();
     if(!count) return;
     _state.save();
-    Data::Pipeline record;
-    record.depthTest = false;
-    record.depthWrite = false;
-    record.doubleSided = true;
+    Data::Pipeline record = Data::Pipeline::fullScreen();
     record.blend = true;
     record.sourceColor = record.destinationColor = Data::BlendFactor::One;
     record.sourceAlpha = record.destinationAlpha = Data::BlendFactor::One;

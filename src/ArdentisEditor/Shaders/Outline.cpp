@@ -179,10 +179,7 @@ void Outline::draw(RendererState& state, GL::Framebuffer& target) {
     const Range2Di &drawRegion = limits.draw, &floodRegion = limits.flood;
 
     // The flood passes overwrite every texel: no blending, no depth.
-    Data::Pipeline overwrite;
-    overwrite.depthTest = false;
-    overwrite.depthWrite = false;
-    overwrite.doubleSided = true;
+    const Data::Pipeline overwrite = Data::Pipeline::fullScreen();
     state.apply(overwrite);
 
     state.bindFramebuffer(_offscreenFb[0].id());

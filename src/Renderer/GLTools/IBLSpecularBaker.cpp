@@ -60,11 +60,7 @@ std::vector<Image> IBLSpecularBaker::bake(const ImageView& image, UnsignedInt le
     if(sampler != -1) glUniform1i(sampler, GLint(EnvironmentUnit));
     if(!_perBake.id()) _perBake = GL::Buffer{};
 
-    Data::Pipeline pass;
-    pass.depthTest = false;
-    pass.depthWrite = false;
-    pass.doubleSided = true;
-    _state.apply(pass);
+    _state.apply(Data::Pipeline::fullScreen());
 
     std::vector<Image> levels;
     for(UnsignedInt level = 0; level != levelCount; ++level) {
