@@ -1,0 +1,181 @@
+#pragma once
+// The editor's 3D viewport. It owns a Canvas on the edited scene, keeps the canvas renderer in step
+// with the compiled scene (reloadRuntime), renders the frame with its debug passes (renderScene),
+// shows it in its window, moves the camera with the orbit and fly controllers, and renders the
+// thumbnails of meshes, fonts and materials for the asset panel.
+//
+// Host call order per frame: update(), renderScene(), draw(); events go to the view in between.
+//
+// The implementation is split by concern:
+//   SceneView.cpp            construction, init, update, draw, focus, shortcuts
+//   SceneViewNavigation.cpp  keymap modes, orbit/fly input, view directions
+//   SceneViewRuntime.cpp     reloadRuntime and the mesh layout
+//   SceneViewRender.cpp      renderScene, drawScene and the debug passes
+//   SceneViewThumbnails.cpp  mesh, font and material thumbnails
+#include <cstdint>
+#include <limits>
+#include <memory>
+
+#include "Editor/Camera/FlyController.h"
+#include "Editor/Camera/OrbitController.h"
+#include "Editor/View/EditorView.h"
+#include "Engine/Id.h"
+#include "Engine/Scene.h"
+#include "Gfx/GL/Framebuffer.h"
+#include "Gfx/GL/Mesh.h"
+#include "Gfx/GL/Renderbuffer.h"
+#include "Gfx/GL/Texture.h"
+#include "Gfx/Shaders/PhongGL.h"
+#include "Math/Types.h"
+
+namespace ArdentisEngine {
+
+class Canvas;
+
+class SceneView: public EditorView {
+public:
+    static constexpr Vector2i ThumbnailSize{128, 128};
+    static constexpr int GridSize = 100;
+    static constexpr float LightScale = 0.1f;
+    static constexpr float ViewScale = 0.25f;
+
+    // Registered shortcut table, in this order.
+    enum class Shortcuts: int {
+        SimulatePhysics, TranslateGizmo, RotateGizmo, ScaleGizmo,
+        ResetTranslation, ResetRotation, ResetScaling,
+        ToggleOrthographic, ViewForward, ViewBackward, ViewLeft, ViewRight, ViewDown, ViewUp,
+        FocusObjects, FocusHierarchy, BoxSelect,
+        CopyObjects, CopyHierarchies, PasteChild, PasteSibling, DuplicateObjects, DuplicateHierarchies,
+        Count
+    };
+
+    enum class KeyMapMode: std::uint8_t { Idle = 0, Fly = 1, Orbit = 2 };
+    enum class GizmoOperation: std::uint8_t { Translate, Rotate, Scale };
+    enum class GizmoMode: std::uint8_t { Local = 0, World = 1 };
+
+    SceneView();
+    ~SceneView() override;
+
+    void init(ImGuiContext* context, EditorData* data, ArdentisEditorApplication* application) override;
+    const char* title() const override { return "Scene View"; }
+    void draw() override;
+    void focusEvent(bool focused) override;
+    void pointerMoveEvent(PointerMoveEvent& event) override;
+    void pointerPressEvent(PointerEvent& event) override;
+    void pointerReleaseEvent(PointerEvent& event) override;
+    void scrollEvent(ScrollEvent& event) override;
+    void keyPressEvent(KeyEvent& event) override;
+    void keyReleaseEvent(KeyEvent& event) override;
+    void update() override;
+    void renderScene() override;
+
+    // [runtime] Brings the canvas renderer up to date with the categories of the edited scene
+    // whose stamps moved since the last call.
+    void reloadRuntime();
+    // Sets the renderer's vertex layout from the scene's mesh flags; true when it changed.
+    bool updateMeshLayout();
+    // Schedules an environment bake `delay` seconds from now (a later request replaces it).
+    void requestEnvironmentBake(double delay);
+
+    // [rendering] Toolbars and legend over the image; fly-mode cursor handling.
+    void drawScene();
+
+    // [thumbnails] Render into the thumbnail framebuffer and hand each picture to the host.
+    void renderMeshThumbnails();
+    void renderFontThumbnails();
+    void renderMaterialThumbnails();
+
+    // [navigation]
+    void setKeymap(KeyMapMode mode);
+    static bool isMiddleMouseOrEmulated(const PointerEvent& event);
+    // Turns the orbit camera to `rotation` and moves the canvas camera there.
+    void focus(const Quaternion& rotation);
+    // Centre of the view's window in screen pixels.
+    Vector2i windowCenter() const;
+
+    // [shortcuts] Acts on the view's shortcuts that fired this frame.
+    void handleShortcuts();
+
+    // [state]
+    Canvas& canvas();
+    bool hasCanvas() const { return _canvas != nullptr; }
+    KeyMapMode keymap() const { return _keymap; }
+    GizmoOperation gizmoOperation() const { return _gizmoOperation; }
+    GizmoMode gizmoMode() const { return _gizmoMode; }
+    bool isBoxSelectArmed() const { return _boxSelectArmed; }
+    Vector2i viewSize() const { return _viewSize; }
+    FlyController& flyController() { return _fly; }
+    OrbitController& orbitController() { return _orbit; }
+    float flySpeedMultiplier() const { return _flySpeedMultiplier; }
+    // Seconds since init, and the delta of the last update (reload time excluded).
+    double elapsed() const { return _lastFrameTime; }
+    double frameDelta() const { return _frameDelta; }
+    // How often reloadRuntime() ran; lets tests see that an unchanged frame does not reload.
+    std::uint64_t reloadCount() const { return _reloadCount; }
+    double environmentBakeDeadline() const { return _environmentBakeDeadline; }
+    Data::Id thumbnailView() const { return _thumbnailView; }
+    GL::Framebuffer& thumbnailFramebuffer() { return _thumbnailFramebuffer; }
+
+    // Frozen culling frustum: while set, culling uses the stored matrix.
+    bool isCullingFrustumFrozen() const { return _frustumFrozen; }
+    void freezeCullingFrustum(bool frozen);
+
+private:
+    // SceneViewRender.cpp
+    void gridPass();
+    void frustumCullingDebugPass();
+    void drawWireBox(const Matrix4& transformation, const Color4& color);
+
+    // SceneViewThumbnails.cpp: the material preview's sphere, made on first use.
+    GL::Mesh& thumbnailSphere();
+
+    // [GPU objects]
+    GL::Framebuffer _thumbnailFramebuffer;
+    GL::Renderbuffer _thumbnailColor, _thumbnailDepth;
+    GL::Mesh _sphereMesh, _wireSphereMesh, _wireCubeMesh, _gridMesh;
+    std::unique_ptr<Shaders::PhongGL> _phong;
+    std::unique_ptr<GL::Mesh> _thumbnailSphere;
+
+    // [interaction state]
+    GizmoOperation _gizmoOperation = GizmoOperation::Translate;
+    GizmoMode _gizmoMode = GizmoMode::World;
+    KeyMapMode _keymap = KeyMapMode::Idle;
+    bool _hovered = false;
+    bool _boxSelectArmed = false;
+    bool _boxSelecting = false;
+    bool _manipulating = false;
+    bool _frustumFrozen = false;
+    Matrix4 _frozenCullingMatrix{1.0f};
+    float _flySpeedMultiplier = 1.0f;
+    Vector2 _flyPressPosition{0.0f};
+    Vector2i _viewSize{1, 1};
+    Vector2 _imageOrigin{0.0f};
+    float _cameraDistance = 0.0f;
+
+    // [timing] seconds since init
+    std::int64_t _startTime = 0;
+    double _lastFrameTime = 0.0;
+    double _frameDelta = 0.0;
+    double _environmentBakeDeadline = std::numeric_limits<double>::infinity();
+
+    // [runtime reload]
+    std::uint32_t _lastVersion = std::numeric_limits<std::uint32_t>::max();
+    std::uint32_t _lastRevision = std::numeric_limits<std::uint32_t>::max();
+    std::size_t _builtMeshCount = 0;
+    UnsignedInt _colliderPipeline = 0;
+    Data::Draw _debugDraw{};
+    bool _debugDrawEnabled = false;
+    std::uint64_t _reloadCount = 0;
+
+    // [controllers and owned objects]
+    FlyController _fly;
+    OrbitController _orbit;
+    std::unique_ptr<Canvas> _canvas;
+    // The two custom material slots init registers: collider visualisation, thumbnail previews.
+    UnsignedShort _colliderMaterial = 0, _thumbnailMaterial = 0;
+
+    // [thumbnails]
+    Data::Id _thumbnailObject = 0, _thumbnailView = 0;
+};
+
+}
