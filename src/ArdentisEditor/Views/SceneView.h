@@ -96,6 +96,14 @@ public:
     // [shortcuts] Acts on the view's shortcuts that fired this frame.
     void handleShortcuts();
 
+    // [selection] The one-pixel framebuffer range under the pointer, and selection (or the pending
+    // object pick) from the objects seen in a range.
+    Range2Di mouseRange() const;
+    void selectObjectsInBox(const Range2Di& range, bool extend, bool click);
+
+    // [physics] Starts or stops the live simulation; stopping puts the scene back as edited.
+    void setSimulatePhysics(bool simulate);
+
     // [state]
     Canvas& canvas();
     bool hasCanvas() const { return _canvas != nullptr; }
@@ -150,6 +158,8 @@ private:
     Vector2 _flyPressPosition{0.0f};
     Vector2i _viewSize{1, 1};
     Vector2 _imageOrigin{0.0f};
+    // Box selection start, relative to the image origin (window pixels).
+    Vector2 _boxStart{0.0f};
     float _cameraDistance = 0.0f;
 
     // [timing] seconds since init
