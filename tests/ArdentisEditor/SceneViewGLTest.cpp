@@ -1,1 +1,216 @@
-#include "ArdentisEditor/Views/SceneView.h"
+// The scene view driven through the headless editor shell: its shortcut table and what the
+// shortcuts do, camera navigation by pointer, scroll and keys, and its per-frame bookkeeping.
+#include <imgui.h>
+
+#include "ArdentisEditor/Canvas.h"
+#include "Editor/Data/ObjectCommands.h"
+#include "SceneViewFixture.h"
+
+using namespace ArdentisEngine;
+using Shortcuts = SceneView::Shortcuts;
+
+namespace {
+
+using SceneViewGLTest = Test::SceneViewFixture;
+
+KeyChord chordOf(SceneView& view, Shortcuts s) { return view.shortcuts()[std::size_t(s)].chord(); }
+
+TEST_F(SceneViewGLTest, ShortcutTableHasEveryEntryWithItsChord) {
+    // The chords as numbers, in the key numbering the table is written against.
+    struct Row { const char* name; KeyChord chord; };
+    const Row rows[]{
+        {"Simulate physics", 0x6234}, {"Translate with gizmo", 0x228}, {"Rotate with gizmo", 0x233},
+        {"Scale with gizmo", 0x234}, {"Reset translation", 0x4228}, {"Reset rotation", 0x4233},
+        {"Reset scaling", 0x4234}, {"Toggle orthographic view", 0x269}, {"View forward", 0x265},
+        {"View backward", 0x2265}, {"View left", 0x267}, {"View right", 0x2267}, {"View down", 0x26b},
+        {"View up", 0x226b}, {"Focus objects", 0x2227}, {"Focus object hierarchy", 0x227},
+        {"Box select", 0x223}, {"Copy objects", 0x3224}, {"Copy object hierarchies", 0x1224},
+        {"Paste objects as child", 0x3237}, {"Paste objects as sibling", 0x1237},
+        {"Duplicate objects", 0x3225}, {"Duplicate object hierarchies", 0x1225},
+    };
+    const std::span<const Shortcut> table = view().shortcuts();
+    ASSERT_EQ(table.size(), std::size(rows));
+    ASSERT_EQ(table.size(), std::size_t(Shortcuts::Count));
+    for(std::size_t i = 0; i != table.size(); ++i) {
+        EXPECT_EQ(table[i].name(), rows[i].name) << i;
+        EXPECT_EQ(table[i].defaultChord(), rows[i].chord) << rows[i].name << ": " << chordName(table[i].chord());
+        EXPECT_EQ(table[i].scope(), ShortcutScope(2)) << rows[i].name;
+        EXPECT_EQ(table[i].flags(), ShortcutFlags{3}) << rows[i].name;
+    }
+    EXPECT_EQ(table[0].chordName(), "Shift+Alt+S");
+}
+
+TEST_F(SceneViewGLTest, GizmoShortcutsSwitchOperationAndMode) {
+    using Op = SceneView::GizmoOperation;
+    using Mode = SceneView::GizmoMode;
+    struct Case { const char* name; std::vector<Shortcuts> presses; Op operation; Mode mode; };
+    // Every case starts with Scale, which always gives scale in local space.
+    const Case cases[]{
+        {"scale is local only", {Shortcuts::ScaleGizmo, Shortcuts::ScaleGizmo}, Op::Scale, Mode::Local},
+        {"scale then translate is world", {Shortcuts::ScaleGizmo, Shortcuts::TranslateGizmo}, Op::Translate, Mode::World},
+        {"translate twice toggles", {Shortcuts::ScaleGizmo, Shortcuts::TranslateGizmo, Shortcuts::TranslateGizmo}, Op::Translate, Mode::Local},
+        {"three times is back", {Shortcuts::ScaleGizmo, Shortcuts::TranslateGizmo, Shortcuts::TranslateGizmo,
+                                 Shortcuts::TranslateGizmo}, Op::Translate, Mode::World},
+        {"rotate twice toggles", {Shortcuts::ScaleGizmo, Shortcuts::RotateGizmo, Shortcuts::RotateGizmo}, Op::Rotate, Mode::Local},
+    };
+    focusView();
+    for(const Case& c: cases) {
+        for(Shortcuts s: c.presses) chord(chordOf(view(), s));
+        EXPECT_EQ(view().gizmoOperation(), c.operation) << c.name;
+        EXPECT_EQ(view().gizmoMode(), c.mode) << c.name;
+    }
+}
+
+TEST_F(SceneViewGLTest, FlyingBlocksShortcutsAndKeysMoveTheCamera) {
+    focusView();
+    const ResourceId crate[]{ResourceId{1}};
+    selectObjects(data(), crate, false, false);
+    ImGui::SetClipboardText("untouched");
+
+    move(viewCenter());
+    frame();
+    press(PointerButton::Right, viewCenter());
+    frame();
+    ASSERT_EQ(view().keymap(), SceneView::KeyMapMode::Fly);
+
+    // Idle, G would toggle to local space and Ctrl+C would copy the crate.
+    chord(chordOf(view(), Shortcuts::TranslateGizmo));
+    chord(chordOf(view(), Shortcuts::CopyHierarchies));
+    EXPECT_EQ(view().gizmoMode(), SceneView::GizmoMode::World);
+    EXPECT_STREQ(ImGui::GetClipboardText(), "untouched");
+
+    // Direction of travel in the camera's own frame (-Z ahead).
+    struct Case { const char* name; int key; Vector3 direction; };
+    const Case cases[]{
+        {"W forward", GLFW_KEY_W, {0, 0, -1}}, {"S backward", GLFW_KEY_S, {0, 0, 1}},
+        {"D right", GLFW_KEY_D, {1, 0, 0}}, {"A left", GLFW_KEY_A, {-1, 0, 0}},
+        {"E up", GLFW_KEY_E, {0, 1, 0}}, {"Q down", GLFW_KEY_Q, {0, -1, 0}},
+    };
+    for(const Case& c: cases) {
+        const DualQuaternion before = view().canvas().cameraTransform();
+        keyDown(c.key);
+        frames(6);
+        EXPECT_NE(view().flyController().movement(), 0) << c.name;
+        keyUp(c.key);
+        EXPECT_EQ(view().flyController().movement(), 0) << c.name;
+        const Vector3 moved = view().canvas().cameraTransform().translation() - before.translation();
+        ASSERT_GT(glm::length(moved), 1.0e-5f) << c.name;
+        const Vector3 local = glm::inverse(before.rotation())*moved;
+        EXPECT_GT(glm::dot(glm::normalize(local), c.direction), 0.7f) << c.name;
+        // Let it come to rest before the next key.
+        frames(30);
+    }
+
+    release(PointerButton::Right, viewCenter());
+    frame();
+    EXPECT_EQ(view().keymap(), SceneView::KeyMapMode::Idle);
+}
+
+TEST_F(SceneViewGLTest, OrbitDragFollowsModifiers) {
+    enum Effect { Nothing, Rotates, Pans, Zooms };
+    struct Case { const char* name; int button, modifiers; SceneView::KeyMapMode mode; Effect effect; };
+    const Case cases[]{
+        {"middle rotates", PointerButton::Middle, 0, SceneView::KeyMapMode::Orbit, Rotates},
+        {"Alt+left rotates like middle", PointerButton::Left, EventMod::Alt, SceneView::KeyMapMode::Orbit, Rotates},
+        {"Shift pans", PointerButton::Middle, EventMod::Shift, SceneView::KeyMapMode::Orbit, Pans},
+        {"Ctrl zooms", PointerButton::Middle, EventMod::Ctrl, SceneView::KeyMapMode::Orbit, Zooms},
+        {"Ctrl+Shift does nothing", PointerButton::Middle, EventMod::Ctrl|EventMod::Shift, SceneView::KeyMapMode::Orbit, Nothing},
+        {"Alt+right flies", PointerButton::Right, EventMod::Alt, SceneView::KeyMapMode::Fly, Nothing},
+        {"left alone selects", PointerButton::Left, 0, SceneView::KeyMapMode::Idle, Nothing},
+    };
+    const Vector2 from = viewCenter(), to = from + Vector2{30.0f, 20.0f};
+    float middleYaw = 0.0f;
+    for(const Case& c: cases) {
+        move(from);
+        frame();
+        press(c.button, from, c.modifiers);
+        EXPECT_EQ(view().keymap(), c.mode) << c.name;
+        const OrbitController before = view().orbitController();
+        move(to, c.modifiers);
+        const OrbitController& after = view().orbitController();
+        const float yaw = after.yaw() - before.yaw();
+        EXPECT_EQ(c.effect == Rotates, yaw != 0.0f || after.pitch() != before.pitch()) << c.name;
+        EXPECT_EQ(c.effect == Pans, after.target() != before.target()) << c.name;
+        EXPECT_EQ(c.effect == Zooms, after.distance() != before.distance()) << c.name;
+        if(c.button == PointerButton::Middle && c.effect == Rotates) {
+            middleYaw = yaw;
+        } else if(c.effect == Rotates) {
+            EXPECT_FLOAT_EQ(yaw, middleYaw) << c.name;
+        }
+        release(c.button, to, c.modifiers);
+        EXPECT_EQ(view().keymap(), SceneView::KeyMapMode::Idle) << c.name;
+    }
+}
+
+TEST_F(SceneViewGLTest, ScrollWhileFlyingClampsTheSpeed) {
+    struct Case { const char* name; float offset, speed; };
+    const Case cases[]{{"up", 5.0f, 1.5f}, {"past the top", 5000.0f, 100.0f}, {"past the bottom", -5000.0f, 0.1f}};
+    move(viewCenter());
+    frame();
+    press(PointerButton::Right, viewCenter());
+    ASSERT_EQ(view().keymap(), SceneView::KeyMapMode::Fly);
+    ASSERT_FLOAT_EQ(view().flyController().speed(), 1.0f);
+    for(const Case& c: cases) {
+        scroll(c.offset);
+        EXPECT_FLOAT_EQ(view().flyController().speed(), c.speed) << c.name;
+    }
+    release(PointerButton::Right, viewCenter());
+
+    // Idle, scrolling over the view zooms the orbit camera instead.
+    const float distance = view().orbitController().distance();
+    scroll(1.0f);
+    EXPECT_LT(view().orbitController().distance(), distance);
+}
+
+TEST_F(SceneViewGLTest, ResetClearsOnlyTheTopmostSelectedObjects) {
+    focusView();
+    const std::string original = project().text();
+    const ResourceId both[]{ResourceId{1}, ResourceId{2}};
+    selectObjects(data(), both, false, false);
+    ASSERT_TRUE(data().isSelected(instance(1)) && data().isSelected(instance(2)));
+
+    chord(chordOf(view(), Shortcuts::ResetTranslation));
+    EXPECT_FALSE(object(1)[Model::Object::Translation].isSet()) << "the parent's goes";
+    EXPECT_TRUE(object(2)[Model::Object::Translation].isSet()) << "the child follows its parent";
+    EXPECT_EQ(changes().undoCount(), 1u);
+
+    // The parent has no scaling of its own: nothing to do, and the child's stays.
+    chord(chordOf(view(), Shortcuts::ResetScaling));
+    EXPECT_TRUE(object(2)[Model::Object::Scaling].isSet());
+    EXPECT_EQ(changes().undoCount(), 1u);
+
+    ASSERT_TRUE(changes().undo());
+    EXPECT_EQ(project().text(), original);
+}
+
+TEST_F(SceneViewGLTest, ZeroSizeWindowStillHasAOnePixelView) {
+    // Dear ImGui keeps a minimum window size that leaves no room below the title bar.
+    ImGui::SetCurrentContext(shell->imguiContext());
+    ImGui::SetWindowSize(view().title(), ImVec2{1.0f, 1.0f});
+    frames(2);
+    EXPECT_EQ(view().viewSize().y, 1);
+    EXPECT_GE(view().viewSize().x, 1);
+}
+
+TEST_F(SceneViewGLTest, SceneChangeReloadsOnceAndKeepsReloadOutOfTheFrameDelta) {
+    // The first frame after init always reloads.
+    ASSERT_GE(view().reloadCount(), 1u);
+    const std::uint64_t reloads = view().reloadCount();
+    auto unaccounted = [&](double before) { return view().elapsed() - before - view().frameDelta(); };
+
+    double before = view().elapsed();
+    frame();
+    EXPECT_EQ(view().reloadCount(), reloads) << "nothing changed";
+    EXPECT_NEAR(unaccounted(before), 0.0, 1.0e-9) << "without a reload the clock is read once";
+
+    edit(object(1), Model::Object::Translation, Vector3{4.0f, 0.0f, 0.0f});
+    before = view().elapsed();
+    frame();
+    EXPECT_EQ(view().reloadCount(), reloads + 1);
+    // The clock is read again after reloading, so the reload's time is in no frame delta.
+    EXPECT_GT(unaccounted(before), 0.0);
+    frames(2);
+    EXPECT_EQ(view().reloadCount(), reloads + 1);
+}
+
+}
