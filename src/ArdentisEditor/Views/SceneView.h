@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include "Editor/Camera/FlyController.h"
 #include "Editor/Camera/OrbitController.h"
@@ -25,6 +26,7 @@
 #include "Gfx/GL/Mesh.h"
 #include "Gfx/GL/Renderbuffer.h"
 #include "Gfx/GL/Texture.h"
+#include "Gfx/Shaders/FlatGL.h"
 #include "Gfx/Shaders/PhongGL.h"
 #include "Math/Types.h"
 
@@ -133,6 +135,13 @@ private:
     void gridPass();
     void frustumCullingDebugPass();
     void drawWireBox(const Matrix4& transformation, const Color4& color);
+    // Draw state of the debug passes: the canvas's multisampled target, depth tested, blended.
+    void bindDebugPassTarget();
+
+    // SceneViewRuntime.cpp
+    void reloadPipelines();
+    // Marks every category of the scene as seen by this view.
+    void stampReloaded(Data::Scene& scene);
 
     // SceneViewThumbnails.cpp: the material preview's sphere, made on first use.
     GL::Mesh& thumbnailSphere();
@@ -176,6 +185,10 @@ private:
     Data::Draw _debugDraw{};
     bool _debugDrawEnabled = false;
     std::uint64_t _reloadCount = 0;
+    // The renderer batch collider shapes go to, while the "MeshVisualizer" pipeline exists.
+    std::optional<UnsignedInt> _colliderBatch;
+    // Debug pass shader (grid, wire boxes), made on first use.
+    std::unique_ptr<Shaders::FlatGL> _flat;
 
     // [controllers and owned objects]
     FlyController _fly;

@@ -149,6 +149,8 @@ struct Settings {
     static inline const Field<float> Near{"render/near", 0.1f};
     static inline const Field<float> Far{"render/far", 1000.0f};
     static inline const Field<float> FieldOfView{"render/fov", 60.0f};
+    // 0 no shadows; n > 0 gives directional lights up to n cascades
+    static inline const Field<std::uint32_t> Shadows{"render/shadows", 0};
     static inline const Field<std::uint32_t> ShadowMapSize{"render/shadowMapSize", 2048};
     static inline const Field<bool> PreZ{"render/preZ", true};
     static inline const Field<bool> MultiDraw{"render/multiDraw", true};

@@ -176,7 +176,7 @@ std::optional<std::string> checkRecord(std::string_view section, const JsonValue
 const std::vector<FieldCheck>& settingsChecks() {
     using S = Model::Settings;
     static const std::vector<FieldCheck> checks{check(S::PhysicsEnabled), check(S::Gravity), check(S::ClearColor),
-        check(S::Near), check(S::Far), check(S::FieldOfView), check(S::ShadowMapSize), check(S::PreZ), check(S::MultiDraw),
+        check(S::Near), check(S::Far), check(S::FieldOfView), check(S::Shadows), check(S::ShadowMapSize), check(S::PreZ), check(S::MultiDraw),
         check(S::FrustumCulling), check(S::Skinning), check(S::EnvironmentLighting), check(S::AmbientIntensity),
         check(S::AmbientTint), check(S::BloomEnabled), check(S::BloomFilterPasses), check(S::BloomThreshold),
         check(S::BloomIntensity), check(S::BloomExposure), check(S::BloomTonemapping), check(S::BloomWidth),
