@@ -12,14 +12,6 @@ TEST(AssertDeathTest, MessageNamesExpressionAndShortPath) {
     EXPECT_DEATH(AE_UNREACHABLE(), "^Reached unreachable code at Gfx/AssertLogTest:[0-9]+\n");
 }
 
-TEST(AssertTest, ShortPathStripsPrefixAndExtension) {
-    char buffer[64];
-    EXPECT_STREQ(Implementation::shortSourcePath("/home/x/src/ardentis/src/ArdentisEditor/Canvas.cpp", buffer, 64),
-        "ArdentisEditor/Canvas");
-    EXPECT_STREQ(Implementation::shortSourcePath("Canvas.h", buffer, 64), "Canvas");
-    EXPECT_STREQ(Implementation::shortSourcePath("/a/src/Dir.v2/File", buffer, 64), "Dir.v2/File");
-}
-
 TEST(LogTest, CaptureCollectsLinesPerChannelAndNests) {
     Log::Capture errors{Log::Channel::Error};
     {

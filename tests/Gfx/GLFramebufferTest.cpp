@@ -10,101 +10,27 @@ namespace {
 
 using Test::PrintTo;
 
-class ContextGLTest: public GLTestFixture {};
+class PlatformOverrideGLTest: public GLTestFixture {};
+class FramebufferGLTest: public GLTestFixture {};
 
-TEST_F(ContextGLTest, ReportsACoreContextOfAtLeast33) {
-    const Gfx::HeadlessContext& c = *context();
-    EXPECT_TRUE(c.platform() == "surfaceless" || c.platform() == "device") << c.platform();
-    EXPECT_TRUE(Gfx::isVersionAtLeast(3, 3)) << c.description();
-    EXPECT_FALSE(Gfx::isVersionAtLeast(99, 0));
-    EXPECT_FALSE(Gfx::hasExtension("GL_ARDENTIS_no_such_extension"));
-    GLint profile = 0;
-    glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &profile);
-    EXPECT_TRUE(profile & GL_CONTEXT_CORE_PROFILE_BIT);
-}
-
-struct PlatformCase {
-    const char* name;
-    const char* value;
-    // Either a context on this platform comes out, or creation fails with this message. Which
-    // one depends on the machine: "device" works only where a hardware EGL device exists.
-    const char* platform;
-    const char* error;
-};
-
-const PlatformCase PlatformCases[]{
-    {"Surfaceless", "surfaceless", "surfaceless", nullptr},
-    {"Device", "device", "device", "no hardware EGL device available"},
-    {"Unknown", "teapot", nullptr, "unknown ARDENTIS_EGL_PLATFORM value teapot"},
-};
-
-class PlatformOverrideGLTest: public GLTestFixtureWithParam<PlatformCase> {};
-
-TEST_P(PlatformOverrideGLTest, PicksThePlatformOrSaysWhy) {
-    const PlatformCase& data = GetParam();
-    ::setenv("ARDENTIS_EGL_PLATFORM", data.value, 1);
+TEST_F(PlatformOverrideGLTest, UnknownPlatformIsReported) {
+    ::setenv("ARDENTIS_EGL_PLATFORM", "teapot", 1);
     Log::Capture errors{Log::Channel::Error};
-    const auto other = Gfx::HeadlessContext::create();
+    EXPECT_FALSE(Gfx::HeadlessContext::create());
     ::unsetenv("ARDENTIS_EGL_PLATFORM");
-    if(other) {
-        ASSERT_NE(data.platform, nullptr) << "made a context for " << data.value;
-        EXPECT_EQ(other->platform(), data.platform);
-        EXPECT_TRUE(Gfx::isVersionAtLeast(3, 3)) << other->description();
-        if(other->platform() == "device") {
-            EXPECT_EQ(other->renderer().find("llvmpipe"), std::string::npos) << other->description();
-        }
-    } else {
-        ASSERT_NE(data.error, nullptr) << errors.text();
-        EXPECT_TRUE(errors.contains(data.error)) << errors.text();
-    }
+    EXPECT_TRUE(errors.contains("unknown ARDENTIS_EGL_PLATFORM value teapot")) << errors.text();
     ASSERT_TRUE(context()->makeCurrent());
 }
 
-INSTANTIATE_TEST_SUITE_P(, PlatformOverrideGLTest, ::testing::ValuesIn(PlatformCases),
-    [](const auto& info) { return std::string{info.param.name}; });
-
-class FramebufferGLTest: public GLTestFixture {};
-
-struct IncompleteCase {
-    const char* name;
-    // Builds a framebuffer that is incomplete in one specific way.
-    void(*build)(GL::Framebuffer&, GL::Renderbuffer&, GL::Renderbuffer&);
-    GL::FramebufferStatus expected;
-    const char* statusName;
-};
-
-const IncompleteCase IncompleteCases[]{
-    {"NoAttachments", [](GL::Framebuffer&, GL::Renderbuffer&, GL::Renderbuffer&) {},
-        GL::FramebufferStatus::IncompleteMissingAttachment, "GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT"},
-    {"ZeroSizedAttachment", [](GL::Framebuffer& fb, GL::Renderbuffer& a, GL::Renderbuffer&) {
-            // A renderbuffer without storage is an incomplete attachment.
-            fb.attachRenderbuffer(GL::Framebuffer::Attachment::color(0), a);
-        }, GL::FramebufferStatus::IncompleteAttachment, "GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT"},
-    {"MixedSampleCounts", [](GL::Framebuffer& fb, GL::Renderbuffer& a, GL::Renderbuffer& b) {
-            a.setStorageMultisample(4, GL::TextureFormat::RGBA8, {8, 8});
-            b.setStorage(GL::TextureFormat::Depth24Stencil8, {8, 8});
-            fb.attachRenderbuffer(GL::Framebuffer::Attachment::color(0), a)
-              .attachRenderbuffer(GL::Framebuffer::DepthStencil, b);
-        }, GL::FramebufferStatus::IncompleteMultisample, "GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE"},
-};
-
-class FramebufferIncompleteGLTest: public GLTestFixtureWithParam<IncompleteCase> {};
-
-TEST_P(FramebufferIncompleteGLTest, StatusIsReportedWithLabel) {
-    const IncompleteCase& data = GetParam();
-    GL::Renderbuffer a, b;
+TEST_F(FramebufferGLTest, IncompleteStatusIsReportedWithLabel) {
     GL::Framebuffer fb{Range2Di{{0, 0}, {8, 8}}};
     fb.setLabel("Probe FB");
-    data.build(fb, a, b);
-    EXPECT_EQ(fb.checkStatus(), data.expected) << GL::framebufferStatusName(fb.checkStatus());
+    EXPECT_EQ(fb.checkStatus(), GL::FramebufferStatus::IncompleteMissingAttachment);
     Log::Capture errors{Log::Channel::Error};
     EXPECT_FALSE(Gfx::checkFramebufferComplete(fb));
     EXPECT_TRUE(errors.contains("Probe FB")) << errors.text();
-    EXPECT_TRUE(errors.contains(data.statusName)) << errors.text();
+    EXPECT_TRUE(errors.contains("GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT")) << errors.text();
 }
-
-INSTANTIATE_TEST_SUITE_P(, FramebufferIncompleteGLTest, ::testing::ValuesIn(IncompleteCases),
-    [](const auto& info) { return std::string{info.param.name}; });
 
 // Every pixel gets a distinct value so that an offset or flipped row shows up.
 Image patternImage(Vector2i size) {
@@ -122,11 +48,9 @@ struct ReadRangeCase {
 };
 
 const ReadRangeCase ReadRangeCases[]{
-    {"Whole", {{0, 0}, {7, 5}}, PixelFormat::RGBA8},
     {"SingleCorner", {{6, 4}, {7, 5}}, PixelFormat::RGBA8},
     // RGB8 rows of 3 pixels are 9 bytes, padded to 12 by the 4-byte alignment.
     {"PaddedRowsRgb", {{1, 1}, {4, 4}}, PixelFormat::RGB8},
-    {"PaddedRowsRed", {{3, 0}, {6, 5}}, PixelFormat::R8},
 };
 
 class FramebufferReadGLTest: public GLTestFixtureWithParam<ReadRangeCase> {};
@@ -151,37 +75,7 @@ TEST_P(FramebufferReadGLTest, SubRangeReturnsThoseBytes) {
         }
 }
 
-INSTANTIATE_TEST_SUITE_P(, FramebufferReadGLTest, ::testing::ValuesIn(ReadRangeCases),
-    [](const auto& info) { return std::string{info.param.name}; });
-
-TEST_F(FramebufferGLTest, ClearsEachAttachmentKind) {
-    GL::Texture2D color, ids;
-    color.setStorage(1, GL::TextureFormat::RGBA8, {4, 4});
-    ids.setStorage(1, GL::TextureFormat::R32UI, {4, 4});
-    GL::Renderbuffer depth;
-    depth.setStorage(GL::TextureFormat::DepthComponent32F, {4, 4});
-    GL::Framebuffer fb{Range2Di{{0, 0}, {4, 4}}};
-    fb.attachTexture(GL::Framebuffer::Attachment::color(0), color)
-      .attachTexture(GL::Framebuffer::Attachment::color(1), ids)
-      .attachRenderbuffer(GL::Framebuffer::Depth, depth)
-      .mapForDraw({0, 1});
-    ASSERT_TRUE(Gfx::checkFramebufferComplete(fb));
-    fb.clearColor(0, Color4{1.0f, 0.5f, 0.0f, 1.0f})
-      .clearColor(1, glm::uvec4{0xdeadbeefu, 0, 0, 0})
-      .clearDepth(0.25f);
-
-    const Image c = color.image();
-    EXPECT_TRUE(pixelNear(c, {3, 3}, Rgba8{255, 128, 0, 255}, 1));
-    const Image i = ids.image();
-    ASSERT_EQ(i.format(), PixelFormat::R32UI);
-    EXPECT_EQ(i.pixel<UnsignedInt>(2, 1), 0xdeadbeefu);
-
-    // Depth has no CPU image format; read the one value directly.
-    fb.bind(GL::FramebufferTarget::Read);
-    float value = 0.0f;
-    glReadPixels(1, 1, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &value);
-    EXPECT_NEAR(value, 0.25f, 1e-6f);
-}
+INSTANTIATE_TEST_SUITE_P(, FramebufferReadGLTest, ::testing::ValuesIn(ReadRangeCases), caseName);
 
 class ObjectGLTest: public GLTestFixture {};
 
@@ -190,20 +84,14 @@ TEST_F(ObjectGLTest, MovesDeleteEachNameOnce) {
     {
         GL::Texture2D a;
         textureId = a.id();
-        GL::Texture2D b = std::move(a);
+        GL::Texture2D b{GL::NoCreate};
+        b = std::move(a);
         EXPECT_EQ(a.id(), 0u);
         EXPECT_EQ(b.id(), textureId);
-        GL::Texture2D c{GL::NoCreate};
-        c = std::move(b);
-        EXPECT_EQ(c.id(), textureId);
 
         GL::Buffer buffer;
         bufferId = buffer.id();
-        std::vector<GL::Buffer> buffers;
-        buffers.push_back(std::move(buffer));
-        buffers.emplace_back();
-        buffers.emplace_back(); // reallocation moves the earlier ones
-
+        GL::Buffer movedBuffer = std::move(buffer);
         GL::Framebuffer fb{Range2Di{{0, 0}, {1, 1}}};
         fbId = fb.id();
         GL::Framebuffer other{GL::NoCreate};
@@ -217,36 +105,20 @@ TEST_F(ObjectGLTest, MovesDeleteEachNameOnce) {
     EXPECT_FALSE(glIsFramebuffer(fbId));
 }
 
-TEST_F(ObjectGLTest, WrappedNamesSurviveTheWrapper) {
-    GLuint id;
-    glGenTextures(1, &id);
-    glBindTexture(GL_TEXTURE_2D, id);
-    { GL::Texture2D borrowed = GL::Texture2D::wrap(id); }
-    EXPECT_TRUE(glIsTexture(id));
-    { GL::Texture2D owned = GL::Texture2D::wrap(id, GL::ObjectOwnership::Owned); }
-    EXPECT_FALSE(glIsTexture(id));
-}
-
-TEST_F(ObjectGLTest, BufferRoundTripsAndRejectsOutOfRange) {
+TEST_F(ObjectGLTest, BufferSubDataRoundTripsAndRejectsOutOfRange) {
     GL::Buffer buffer;
     const std::array<UnsignedInt, 4> values{1, 2, 3, 4};
     buffer.setData(std::span<const UnsignedInt>{values});
     EXPECT_EQ(buffer.size(), 16u);
     const std::array<UnsignedInt, 1> patch{99};
     buffer.setSubData(8, std::span<const UnsignedInt>{patch});
-    auto* mapped = static_cast<UnsignedInt*>(buffer.map(4, 8, GL::MapAccess::Read));
-    ASSERT_NE(mapped, nullptr);
-    EXPECT_EQ(mapped[0], 2u);
-    EXPECT_EQ(mapped[1], 99u);
-    EXPECT_TRUE(buffer.unmap());
-
     Log::Capture errors{Log::Channel::Error};
     buffer.setSubData(12, std::span<const UnsignedInt>{values});
-    EXPECT_EQ(buffer.map(8, 16, GL::MapAccess::Read), nullptr);
     EXPECT_TRUE(errors.contains("outside")) << errors.text();
-    const std::vector<std::byte> bytes = buffer.subData(12, 4);
-    ASSERT_EQ(bytes.size(), 4u);
-    EXPECT_EQ(int(bytes[0]), 4);
+    const std::vector<std::byte> bytes = buffer.subData(8, 8);
+    ASSERT_EQ(bytes.size(), 8u);
+    EXPECT_EQ(int(bytes[0]), 99);
+    EXPECT_EQ(int(bytes[4]), 4);
 }
 
 struct TextureFormatCase {
@@ -259,8 +131,6 @@ const TextureFormatCase TextureFormatCases[]{
     {"R8", GL::TextureFormat::R8, PixelFormat::R8},
     {"RGB8", GL::TextureFormat::RGB8, PixelFormat::RGB8},
     {"RGBA16F", GL::TextureFormat::RGBA16F, PixelFormat::RGBA16F},
-    {"RGBA32F", GL::TextureFormat::RGBA32F, PixelFormat::RGBA32F},
-    {"RG16UI", GL::TextureFormat::RG16UI, PixelFormat::RG16UI},
     {"R32UI", GL::TextureFormat::R32UI, PixelFormat::R32UI},
 };
 
@@ -286,8 +156,7 @@ TEST_P(TextureFormatGLTest, SubImageRoundTripsThroughStorage) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, TextureFormatGLTest, ::testing::ValuesIn(TextureFormatCases),
-    [](const auto& info) { return std::string{info.param.name}; });
+INSTANTIATE_TEST_SUITE_P(, TextureFormatGLTest, ::testing::ValuesIn(TextureFormatCases), caseName);
 
 class TextureGLTest: public GLTestFixture {};
 
@@ -318,24 +187,16 @@ TEST_F(TextureGLTest, MutableImageCanChangeSize) {
     EXPECT_TRUE(pixelNear(texture.image(), {4, 3}, Rgba8{40, 30, 7, 255}, 0));
 }
 
-TEST_F(TextureGLTest, ArrayLayersAndCubeFacesAreSeparate) {
+TEST_F(TextureGLTest, ArrayLayersAreSeparateAndRenderable) {
     GL::Texture2DArray array;
     array.setStorage(1, GL::TextureFormat::RGBA8, {2, 2, 3});
-    GL::CubeMapTexture cube;
-    cube.setStorage(1, GL::TextureFormat::RGBA8, {2, 2});
     for(int layer = 0; layer != 3; ++layer) {
         Image image{PixelFormat::RGBA8, {2, 2}};
         for(int i = 0; i != 4; ++i) image.setPixel(i % 2, i/2, Rgba8{layer*50, i, 7, 255});
         array.setSubImage(0, layer, {0, 0}, image);
-        cube.setSubImage(GL::CubeMapFace(GL_TEXTURE_CUBE_MAP_POSITIVE_X + layer), 0, {0, 0}, image);
     }
-    for(int layer = 0; layer != 3; ++layer) {
+    for(int layer = 0; layer != 3; ++layer)
         EXPECT_TRUE(pixelNear(array.image(0, layer), {1, 1}, Rgba8{layer*50, 3, 7, 255}, 0)) << layer;
-        EXPECT_TRUE(pixelNear(cube.image(GL::CubeMapFace(GL_TEXTURE_CUBE_MAP_POSITIVE_X + layer)), {1, 0},
-            Rgba8{layer*50, 1, 7, 255}, 0)) << layer;
-    }
-
-    // A layer can be a render target of its own.
     GL::Framebuffer fb{Range2Di{{0, 0}, {2, 2}}};
     fb.attachTextureLayer(GL::Framebuffer::Attachment::color(0), array, 1);
     ASSERT_TRUE(Gfx::checkFramebufferComplete(fb));

@@ -29,12 +29,14 @@ fs::path testFolder() {
     return folder;
 }
 
+std::vector<std::byte> bytesOf(std::string_view text) {
+    const auto bytes = std::as_bytes(std::span{text});
+    return {bytes.begin(), bytes.end()};
+}
+
 std::vector<std::byte> fileBytes(const fs::path& path) {
     std::ifstream in{path, std::ios::binary};
-    std::vector<char> chars{std::istreambuf_iterator<char>{in}, {}};
-    std::vector<std::byte> out(chars.size());
-    std::memcpy(out.data(), chars.data(), chars.size());
-    return out;
+    return bytesOf(std::string{std::istreambuf_iterator<char>{in}, {}});
 }
 
 void writeBytes(const fs::path& path, std::span<const std::byte> data) {
@@ -60,6 +62,7 @@ void appendTo(void* context, void* data, int size) {
 }
 
 const ImagePluginManager Manager;
+const auto Named = [](const auto& info) { return std::string{info.param.name}; };
 
 struct PngCase {
     const char* name;
@@ -69,7 +72,6 @@ struct PngCase {
 };
 
 const PngCase PngCases[]{
-    {"R8OddWidthPadded", PixelFormat::R8, {5, 3}, 4},
     {"RGB8OddWidthPadded", PixelFormat::RGB8, {3, 5}, 8},
     {"RGBA8SinglePixel", PixelFormat::RGBA8, {1, 1}, 4},
 };
@@ -80,11 +82,13 @@ TEST_P(PngRoundTripTest, FileAndDataRoundTripsAreExact) {
     const PngCase& c = GetParam();
     const Image source = pattern(c.format, c.size, c.alignment);
     const fs::path path = testFolder() / "out.png";
+    writeBytes(path, bytesOf("old"));
     auto converter = Manager.loadConverter("PngImageConverter");
     auto importer = Manager.loadImporter("AnyImageImporter");
     ASSERT_TRUE(converter && importer);
 
     ASSERT_TRUE(converter->convertToFile(source, path.string()));
+    EXPECT_EQ(std::distance(fs::directory_iterator{path.parent_path()}, fs::directory_iterator{}), 1) << "a temporary is left";
     ASSERT_TRUE(importer->openFile(path.string()));
     std::optional<Image> fromFile = importer->image2D(0, 0);
     ASSERT_TRUE(fromFile);
@@ -104,8 +108,7 @@ TEST_P(PngRoundTripTest, FileAndDataRoundTripsAreExact) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, PngRoundTripTest, testing::ValuesIn(PngCases),
-    [](const testing::TestParamInfo<PngCase>& info) { return std::string{info.param.name}; });
+INSTANTIATE_TEST_SUITE_P(Cases, PngRoundTripTest, testing::ValuesIn(PngCases), Named);
 
 TEST(ImagePluginsTest, FilesStoreTheTopRowFirst) {
     // Our row 0 is the bottom of the picture; in the file it must come last.
@@ -130,8 +133,7 @@ struct HdrCase {
 
 const HdrCase HdrCases[]{
     {"RGB32FThroughAnyImporter", PixelFormat::RGB32F, "AnyImageImporter"},
-    {"RGB16F", PixelFormat::RGB16F, "HdrImporter"},
-    {"RGBA16F", PixelFormat::RGBA16F, "AnyImageImporter"},
+    {"RGBA16F", PixelFormat::RGBA16F, "HdrImporter"},
 };
 
 class HdrRoundTripTest: public testing::TestWithParam<HdrCase> {};
@@ -139,8 +141,14 @@ class HdrRoundTripTest: public testing::TestWithParam<HdrCase> {};
 TEST_P(HdrRoundTripTest, RoundTripWithinRgbePrecision) {
     const HdrCase& c = GetParam();
     const Image source = pattern(c.format, {9, 5});
-    const fs::path path = testFolder() / "out.hdr";
-    ASSERT_TRUE(Manager.loadConverter("HdrImageConverter")->convertToFile(source, path.string()));
+    const auto data = Manager.loadConverter("HdrImageConverter")->convertToData(source);
+    ASSERT_TRUE(data);
+    // Writers use "#?RADIANCE"; files from other tools start with "#?RGBE", whatever their name.
+    std::string text(reinterpret_cast<const char*>(data->data()), data->size());
+    ASSERT_EQ(text.rfind("#?RADIANCE\n", 0), 0u);
+    text.replace(0, 11, "#?RGBE\n");
+    const fs::path path = testFolder() / "environment.png";
+    writeBytes(path, bytesOf(text));
     auto importer = Manager.loadImporter(c.importer);
     ASSERT_TRUE(importer->openFile(path.string()));
     const std::optional<Image> imported = importer->image2D();
@@ -157,23 +165,7 @@ TEST_P(HdrRoundTripTest, RoundTripWithinRgbePrecision) {
         }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, HdrRoundTripTest, testing::ValuesIn(HdrCases),
-    [](const testing::TestParamInfo<HdrCase>& info) { return std::string{info.param.name}; });
-
-TEST(ImagePluginsTest, HdrImporterAcceptsTheShortSignatureWhateverTheName) {
-    const Image source = pattern(PixelFormat::RGB32F, {4, 2});
-    auto data = Manager.loadConverter("HdrImageConverter")->convertToData(source);
-    ASSERT_TRUE(data);
-    // Writers use "#?RADIANCE"; files from other tools start with "#?RGBE".
-    std::string text(reinterpret_cast<const char*>(data->data()), data->size());
-    ASSERT_EQ(text.rfind("#?RADIANCE\n", 0), 0u);
-    text.replace(0, 11, "#?RGBE\n");
-    const fs::path path = testFolder() / "environment.png";
-    writeBytes(path, std::as_bytes(std::span{text}));
-    auto importer = Manager.loadImporter("HdrImporter");
-    ASSERT_TRUE(importer->openFile(path.string()));
-    EXPECT_EQ(importer->image2D()->size(), (Vector2i{4, 2}));
-}
+INSTANTIATE_TEST_SUITE_P(Cases, HdrRoundTripTest, testing::ValuesIn(HdrCases), Named);
 
 struct DetectCase {
     const char* name;
@@ -184,8 +176,6 @@ struct DetectCase {
 const DetectCase DetectCases[]{
     {"Bmp", [](std::vector<std::byte>& out, int w, int h, int comp, const void* data) {
          return stbi_write_bmp_to_func(appendTo, &out, w, h, comp, data); }, false},
-    {"Tga", [](std::vector<std::byte>& out, int w, int h, int comp, const void* data) {
-         return stbi_write_tga_to_func(appendTo, &out, w, h, comp, data); }, false},
     {"Jpeg", [](std::vector<std::byte>& out, int w, int h, int comp, const void* data) {
          return stbi_write_jpg_to_func(appendTo, &out, w, h, comp, data, 100); }, true},
 };
@@ -213,8 +203,7 @@ TEST_P(DetectTest, AnyImporterDecodesByContent) {
     EXPECT_NEAR(image->pixel<glm::u8vec3>(2, 2).g, 40, tolerance);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, DetectTest, testing::ValuesIn(DetectCases),
-    [](const testing::TestParamInfo<DetectCase>& info) { return std::string{info.param.name}; });
+INSTANTIATE_TEST_SUITE_P(Cases, DetectTest, testing::ValuesIn(DetectCases), Named);
 
 struct BrokenFileCase {
     const char* name;
@@ -224,14 +213,8 @@ struct BrokenFileCase {
     const char* reason;
 };
 
-std::vector<std::byte> bytesOf(std::string_view text) {
-    const auto bytes = std::as_bytes(std::span{text});
-    return {bytes.begin(), bytes.end()};
-}
-
 const BrokenFileCase BrokenFileCases[]{
     {"Missing", "AnyImageImporter", nullptr, "No such file or directory"},
-    {"Empty", "AnyImageImporter", [](auto&, auto&) { return std::vector<std::byte>{}; }, "empty"},
     {"Garbage", "AnyImageImporter", [](auto&, auto&) { return bytesOf("this is not an image at all\n"); },
      "not a PNG, JPEG, TGA, BMP or Radiance HDR image"},
     {"TruncatedPng", "AnyImageImporter", [](auto& png, auto&) {
@@ -239,8 +222,6 @@ const BrokenFileCase BrokenFileCases[]{
     // The decoder would spin forever on the zero run lengths it reads past the end.
     {"HdrCutInsideAScanline", "AnyImageImporter", [](auto&, auto& hdr) {
          return std::vector<std::byte>(hdr.begin(), hdr.begin() + std::ptrdiff_t(hdr.size() / 2)); }, "is truncated"},
-    {"HdrHeaderOnly", "HdrImporter", [](auto&, auto& hdr) {
-         return std::vector<std::byte>(hdr.begin(), hdr.begin() + 20); }, "the header is truncated"},
     {"PngGivenToHdrImporter", "HdrImporter", [](auto& png, auto&) { return png; }, "not a Radiance HDR image"},
 };
 
@@ -266,8 +247,7 @@ TEST_P(BrokenFileTest, OneMessageNamingTheFileAndNoImage) {
     EXPECT_EQ(infos.text(), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, BrokenFileTest, testing::ValuesIn(BrokenFileCases),
-    [](const testing::TestParamInfo<BrokenFileCase>& info) { return std::string{info.param.name}; });
+INSTANTIATE_TEST_SUITE_P(Cases, BrokenFileTest, testing::ValuesIn(BrokenFileCases), Named);
 
 TEST(ImagePluginsTest, OnlyImageZeroLevelZeroOfAnOpenFileExists) {
     auto importer = Manager.loadImporter("AnyImageImporter");
@@ -296,8 +276,6 @@ struct RefusedWriteCase {
 
 const RefusedWriteCase RefusedWriteCases[]{
     {"PngOfFloats", "PngImageConverter", PixelFormat::RGB32F, {2, 2}, "", "RGB32F pixels aren't supported"},
-    {"HdrOf8Bit", "HdrImageConverter", PixelFormat::RGBA8, {2, 2}, "", "RGBA8 pixels aren't supported"},
-    {"PngEmpty", "PngImageConverter", PixelFormat::RGBA8, {0, 4}, "", "the image is empty"},
     {"MissingFolder", "PngImageConverter", PixelFormat::RGBA8, {2, 2}, "no/such/folder", "No such file or directory"},
     {"ResizerWritesNoFiles", "StbResizeImageConverter", PixelFormat::RGBA8, {2, 2}, "", "only converts images to images"},
 };
@@ -323,17 +301,7 @@ TEST_P(RefusedWriteTest, OneMessageAndTheOldFileStaysIntact) {
     EXPECT_EQ(std::distance(fs::directory_iterator{folder}, fs::directory_iterator{}), *c.folder ? 0 : 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, RefusedWriteTest, testing::ValuesIn(RefusedWriteCases),
-    [](const testing::TestParamInfo<RefusedWriteCase>& info) { return std::string{info.param.name}; });
-
-TEST(ImagePluginsTest, SuccessfulWriteReplacesTheFileAndLeavesNoTemporary) {
-    const fs::path folder = testFolder();
-    const fs::path path = folder / "environment-mip-0.png";
-    writeBytes(path, bytesOf("old"));
-    ASSERT_TRUE(Manager.loadConverter("PngImageConverter")->convertToFile(pattern(PixelFormat::RGB8, {4, 4}), path.string()));
-    EXPECT_EQ(fileBytes(path).size() > 8 && fileBytes(path)[1] == std::byte{'P'}, true);
-    EXPECT_EQ(std::distance(fs::directory_iterator{folder}, fs::directory_iterator{}), 1);
-}
+INSTANTIATE_TEST_SUITE_P(Cases, RefusedWriteTest, testing::ValuesIn(RefusedWriteCases), Named);
 
 struct ResizeCase {
     const char* name;
@@ -344,9 +312,7 @@ struct ResizeCase {
 };
 
 const ResizeCase ResizeCases[]{
-    {"RGB8PaddedRowsUp", PixelFormat::RGB8, {5, 3}, "20 12", {20, 12}},
-    {"R8ExtraSpaces", PixelFormat::R8, {32, 32}, "  8   4 ", {8, 4}},
-    {"RGB32FEnvironment", PixelFormat::RGB32F, {128, 64}, "32 16", {32, 16}},
+    {"RGB8PaddedRowsUpExtraSpaces", PixelFormat::RGB8, {5, 3}, "  20   12 ", {20, 12}},
     {"RGBA16FStaysHalf", PixelFormat::RGBA16F, {16, 16}, "8 8", {8, 8}},
 };
 
@@ -383,8 +349,7 @@ TEST_P(ResizeTest, GivesTheRequestedSizeAndKeepsContent) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, ResizeTest, testing::ValuesIn(ResizeCases),
-    [](const testing::TestParamInfo<ResizeCase>& info) { return std::string{info.param.name}; });
+INSTANTIATE_TEST_SUITE_P(Cases, ResizeTest, testing::ValuesIn(ResizeCases), Named);
 
 TEST(ImagePluginsTest, ResizeRefusesBadSizesAndIdImages) {
     const struct {
@@ -394,9 +359,6 @@ TEST(ImagePluginsTest, ResizeRefusesBadSizesAndIdImages) {
     } cases[]{
         {nullptr, PixelFormat::RGBA8, "the size \"\" isn't two positive integers"},
         {"64", PixelFormat::RGBA8, "the size \"64\" isn't"},
-        {"-4 4", PixelFormat::RGBA8, "the size \"-4 4\" isn't"},
-        {"64 64 64", PixelFormat::RGBA8, "the size \"64 64 64\" isn't"},
-        {"64x64", PixelFormat::RGBA8, "the size \"64x64\" isn't"},
         {"4 4", PixelFormat::R32UI, "R32UI pixels hold ids"},
     };
     for(const auto& c: cases) {
@@ -416,11 +378,8 @@ TEST(ImagePluginsTest, ManagerHandsOutKnownNamesOnly) {
     Log::Capture errors{Log::Channel::Error};
     EXPECT_FALSE(Manager.loadImporter("PngImageConverter"));
     EXPECT_FALSE(Manager.loadConverter("JpegImageConverter"));
-    EXPECT_FALSE(Manager.loadImporter(""));
-    EXPECT_EQ(errors.text(),
-        "ImagePluginManager: there is no image importer named \"PngImageConverter\"\n"
-        "ImagePluginManager: there is no image converter named \"JpegImageConverter\"\n"
-        "ImagePluginManager: there is no image importer named \"\"\n");
+    EXPECT_EQ(errors.text(), "ImagePluginManager: there is no image importer named \"PngImageConverter\"\n"
+        "ImagePluginManager: there is no image converter named \"JpegImageConverter\"\n");
 }
 
 }

@@ -36,8 +36,7 @@ TEST(ImageTest, FormatPropertiesAreConsistent) {
         EXPECT_FALSE(isFloatingPoint(format) && isInteger(format));
     }
     EXPECT_EQ(pixelFormatFor(ComponentType::UnsignedInt, 4), std::nullopt);
-    EXPECT_FALSE(isValidAlignment(3));
-    EXPECT_FALSE(isValidAlignment(16));
+    EXPECT_FALSE(isValidAlignment(3) || isValidAlignment(16));
 }
 
 TEST(ImageTest, RowsSkipPaddingAndPixelsLandInTheirRow) {
@@ -53,56 +52,13 @@ TEST(ImageTest, RowsSkipPaddingAndPixelsLandInTheirRow) {
     EXPECT_EQ(image.view().pixel<glm::u8vec3>(1, 1), (glm::u8vec3{0, 0, 0}));
 }
 
-TEST(ImageTest, MoveLeavesAnEmptyImageAndCopyOfIsIndependent) {
-    Image a{PixelFormat::R8, {4, 4}};
-    a.setPixel(1, 1, std::uint8_t{7});
-    Image copy = Image::copyOf(a);
-    Image b = std::move(a);
-    EXPECT_TRUE(a.isEmpty());
-    EXPECT_TRUE(a.data().empty());
-    b.setPixel(1, 1, std::uint8_t{9});
-    EXPECT_EQ(copy.pixel<std::uint8_t>(1, 1), 7);
-    const std::vector<std::byte> data = b.release();
-    EXPECT_EQ(data.size(), 16u);
-    EXPECT_TRUE(b.isEmpty());
+TEST(ImageTest, HalfFloatsPackAndUnpackExactly) {
+    const std::pair<float, std::uint16_t> cases[]{{-2.0f, 0xc000}, {65504.0f, 0x7bff}, {6.103515625e-05f, 0x0400}};
+    for(const auto& [value, bits]: cases) {
+        EXPECT_EQ(packHalf(value), bits) << value;
+        EXPECT_EQ(unpackHalf(bits), value) << value;
+    }
 }
-
-TEST(ImageTest, ViewOverLargerBufferUsesOnlyItsRows) {
-    std::vector<std::byte> buffer(64, std::byte{0xff});
-    buffer[4] = std::byte{5};
-    const ImageView view{PixelFormat::R8, {3, 2}, buffer};
-    EXPECT_EQ(view.stride(), 4u);
-    EXPECT_EQ(view.pixel<std::uint8_t>(0, 1), 5);
-    const Image copy = Image::copyOf(view);
-    EXPECT_EQ(copy.data().size(), 8u);
-}
-
-namespace {
-
-struct HalfCase {
-    const char* name;
-    float value;
-    std::uint16_t bits;
-};
-
-const HalfCase HalfCases[]{
-    {"MinusTwo", -2.0f, 0xc000},
-    {"LargestFinite", 65504.0f, 0x7bff},
-    {"SmallestNormal", 6.103515625e-05f, 0x0400},
-};
-
-class HalfTest: public testing::TestWithParam<HalfCase> {};
-
-}
-
-TEST_P(HalfTest, PacksAndUnpacksExactly) {
-    const HalfCase& c = GetParam();
-    EXPECT_EQ(packHalf(c.value), c.bits);
-    EXPECT_EQ(unpackHalf(c.bits), c.value);
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, HalfTest, testing::ValuesIn(HalfCases),
-    [](const testing::TestParamInfo<HalfCase>& info) { return std::string{info.param.name}; });
 
 TEST(ImageConversionTest, ReadAndWritePixelAcrossComponentTypes) {
     Image rgba8{PixelFormat::RGBA8, {2, 1}};
@@ -117,22 +73,6 @@ TEST(ImageConversionTest, ReadAndWritePixelAcrossComponentTypes) {
     Image half{PixelFormat::RGB16F, {1, 1}};
     writePixel(half, 0, 0, {2.5f, -0.25f, 1000.0f, 0.0f});
     EXPECT_EQ(readPixel(half, 0, 0), (Vector4{2.5f, -0.25f, 1000.0f, 1.0f}));
-}
-
-TEST(ImageConversionTest, ConvertKeepsValuesAndChangesAlignment) {
-    Image source{PixelFormat::RGB8, {3, 2}, 1};
-    for(int y = 0; y != 2; ++y)
-        for(int x = 0; x != 3; ++x)
-            source.setPixel(x, y, glm::u8vec3{std::uint8_t(x * 50), std::uint8_t(y * 100), 255});
-    const std::optional<Image> floats = convertPixelFormat(source, PixelFormat::RGBA32F, 8);
-    ASSERT_TRUE(floats);
-    EXPECT_EQ(floats->alignment(), 8);
-    EXPECT_EQ(floats->pixel<Vector4>(2, 1), (Vector4{100.0f / 255.0f, 100.0f / 255.0f, 1.0f, 1.0f}));
-    const std::optional<Image> back = convertPixelFormat(*floats, PixelFormat::RGB8, 4);
-    ASSERT_TRUE(back);
-    for(int y = 0; y != 2; ++y)
-        for(int x = 0; x != 3; ++x)
-            EXPECT_EQ(back->pixel<glm::u8vec3>(x, y), source.pixel<glm::u8vec3>(x, y));
 }
 
 TEST(ImageConversionTest, IntegerFormatsCopyExactlyAndRefuseColour) {
@@ -152,21 +92,6 @@ TEST(ImageConversionTest, IntegerFormatsCopyExactlyAndRefuseColour) {
     EXPECT_FALSE(convertPixelFormat(ids, PixelFormat::RGBA8));
     EXPECT_FALSE(convertPixelFormat(Image{PixelFormat::RGBA8, {1, 1}}, PixelFormat::R32UI));
     EXPECT_TRUE(errors.contains("Can't convert a R32UI image to RGBA8"));
-}
-
-TEST(ImageConversionTest, FlipAndRepackKeepPixels) {
-    Image source{PixelFormat::RG8, {3, 3}, 4};
-    for(int y = 0; y != 3; ++y)
-        for(int x = 0; x != 3; ++x) source.setPixel(x, y, glm::u8vec2{std::uint8_t(x), std::uint8_t(y)});
-    const Image flipped = flippedVertically(source, 1);
-    const Image tight = repacked(source, 1);
-    EXPECT_EQ(tight.stride(), 6u);
-    EXPECT_EQ(tight.data().size(), 18u);
-    for(int y = 0; y != 3; ++y)
-        for(int x = 0; x != 3; ++x) {
-            EXPECT_EQ(flipped.pixel<glm::u8vec2>(x, y), (glm::u8vec2{x, 2 - y}));
-            EXPECT_EQ(tight.pixel<glm::u8vec2>(x, y), (glm::u8vec2{x, y}));
-        }
 }
 
 TEST(ImageDeathTest, MismatchedDataSizeIsAFaultOfTheCaller) {
