@@ -29,10 +29,10 @@ namespace {
 // always lit with the brighter one.
 constexpr float MeshAmbient = 0.75f;
 
-// The font sample's object is scaled by 10; an em of 0.1 units thus spans one unit, so two
-// characters fit the unit sphere that the camera distance frames.
+// The font sample's object is scaled by 10, so an em spans 1.3 units: two characters of up to an
+// em's advance each still fit across the view at the distance that frames the unit sphere.
 constexpr float FontSampleScale = 10.0f;
-constexpr float FontSampleEmSize = 0.1f;
+constexpr float FontSampleEmSize = 0.13f;
 
 // Whitespace and code points that draw nothing (controls, format characters, surrogates,
 // noncharacters). Code points from U+30000 on are not classified and count as non-printing.
@@ -83,14 +83,10 @@ float halfFov(const Data::ViewManager& views, Data::Id view) {
 struct PreviewResources {
     PreviewResources(WebGL2Renderer& renderer_, Data::ViewManager& views, Data::Id view):
         renderer{renderer_}, state{renderer_.state()} {
-        renderer.uploadRenderData(RenderData{});
         const Range2Di viewport = views.viewport(view);
-        ViewUniformBuffer& viewUniforms = renderer.viewUniforms();
-        viewUniforms.resize(1);
-        viewUniforms.setView(0, Shaders::ViewUniforms::from(Matrix4{1.0f},
-            views.remapProjectionMatrix(views.projectionMatrix(view)),
-            Vector4{Vector2{viewport.min}, Vector2{viewport.size()}}, views.near(view), views.far(view), false));
-        viewUniforms.upload();
+        camera = Shaders::ViewUniforms::from(Matrix4{1.0f}, views.remapProjectionMatrix(views.projectionMatrix(view)),
+            Vector4{Vector2{viewport.min}, Vector2{viewport.size()}}, views.near(view), views.far(view), false);
+        upload();
         transformations.resize(1);
         // The probe volume stays out of previews: a block of our own, which starts with it off.
         probe.upload();
@@ -104,8 +100,15 @@ struct PreviewResources {
         transformations.setTransformation(0, transformation, scaling, material);
         transformations.upload();
     }
-    // After an updateMaterial() the renderer's record must be sent again.
-    void uploadMaterials() { renderer.uploadRenderData(RenderData{}); }
+    // Sends what the renderer holds (again after an updateMaterial()); that also writes the main
+    // view into view 0, which the preview's camera then replaces.
+    void upload() {
+        renderer.uploadRenderData(RenderData{});
+        ViewUniformBuffer& viewUniforms = renderer.viewUniforms();
+        viewUniforms.resize(1);
+        viewUniforms.setView(0, camera);
+        viewUniforms.upload();
+    }
 
     void bind() {
         const ResourceViews r = renderer.mainSceneResourceViews();
@@ -135,6 +138,7 @@ struct PreviewResources {
     RendererState& state;
     TransformationsTexture transformations;
     ProbeVolumeUniformBuffer probe;
+    Shaders::ViewUniforms camera;
 };
 
 }
@@ -241,7 +245,7 @@ void SceneView::renderFontThumbnails() {
         if(text.empty()) continue;
         if(fontParam != -1) definition.setInteger(material, UnsignedInt(fontParam), std::uint32_t(i));
         renderer.updateMaterial(_thumbnailMaterial, material);
-        resources.uploadMaterials();
+        resources.upload();
 
         state.setDepthWrite(true);
         state.setColorWrite(true);
