@@ -8,6 +8,7 @@
 #include "Editor/Compiler/FontLoader.h"
 #include "Gfx/MeshTools.h"
 #include "Gfx/Primitives/Primitives.h"
+#include "Renderer/DefaultPipelines.h"
 #include "Renderer/WebGL2Renderer.h"
 #include "SceneViewFixture.h"
 
@@ -185,6 +186,10 @@ TEST_F(SceneViewThumbnailsGLTest, FontsShowTheirSampleWithTheTextPipeline) {
 
 TEST_F(SceneViewThumbnailsGLTest, MaterialsShowTheirColourOnASphere) {
     resetPipelines(true);
+    // Skinned in the vertex stage: the preview object has no skin and must stay where it is.
+    const std::optional<Shaders::ShaderSource> phong = Shaders::loadPipelineShader(*Shaders::findDefaultPipeline("Phong Opaque"));
+    ASSERT_TRUE(phong);
+    ASSERT_TRUE(renderer().addPipeline(Data::Pipeline{}, "Skinned Phong", *phong, {"NORMAL", "PRIMARY_JOINTS"}));
     const struct {
         const char* name;
         const char* pipeline;
@@ -195,6 +200,7 @@ TEST_F(SceneViewThumbnailsGLTest, MaterialsShowTheirColourOnASphere) {
         {"red Phong", "Phong Opaque", "diffuseColor", {1.0f, 0.0f, 0.0f, 1.0f}, 0},
         {"blue Physical", "Physical Opaque", "baseColor", {0.0f, 0.0f, 1.0f, 1.0f}, 2},
         {"green textured Phong without a texture", "Phong Opaque Textured", "diffuseColor", {0.0f, 1.0f, 0.0f, 1.0f}, 1},
+        {"red skinned Phong", "Skinned Phong", "diffuseColor", {1.0f, 0.0f, 0.0f, 1.0f}, 0},
     };
     scene().materials.assign(1, Data::MaterialData{});
     for(const auto& c: cases) {
@@ -210,7 +216,7 @@ TEST_F(SceneViewThumbnailsGLTest, MaterialsShowTheirColourOnASphere) {
     thumbnails().clear();
 
     view().renderMaterialThumbnails();
-    EXPECT_EQ(keys("ma"), (std::vector<std::string>{"ma1", "ma2", "ma3"}));
+    EXPECT_EQ(keys("ma"), (std::vector<std::string>{"ma1", "ma2", "ma3", "ma4"}));
     for(std::size_t i = 0; i != std::size(cases); ++i) {
         SCOPED_TRACE(cases[i].name);
         const Image image = read("ma" + std::to_string(i + 1));

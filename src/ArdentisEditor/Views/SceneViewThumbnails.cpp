@@ -1,6 +1,7 @@
 #include "ArdentisEditor/Views/SceneView.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -88,6 +89,14 @@ struct PreviewResources {
             Vector4{Vector2{viewport.min}, Vector2{viewport.size()}}, views.near(view), views.far(view), false);
         upload();
         transformations.resize(1);
+        // Pipelines with skinning or morph targets read the preview object's entries. Skinned
+        // vertices take their place from their joints alone, so the object gets a skin whose one
+        // joint holds its own transformation; it has no morph weights.
+        skin.resize(2 + 4);
+        skin.set(0, Vector4{std::bit_cast<float>(2), 0.0f, 0.0f, 0.0f});
+        skin.set(1, Vector4{std::bit_cast<float>(0), 0.0f, 0.0f, 0.0f});
+        noMorphs.resize(8);
+        noMorphs.upload();
         // The probe volume stays out of previews: a block of our own, which starts with it off.
         probe.upload();
     }
@@ -99,6 +108,9 @@ struct PreviewResources {
     void setObject(const DualQuaternion& transformation, const Vector3& scaling, UnsignedInt material) {
         transformations.setTransformation(0, transformation, scaling, material);
         transformations.upload();
+        const Matrix4 joint = toMatrix(transformation, scaling);
+        skin.set(2, std::span<const Vector4>{&joint[0], 4});
+        skin.upload();
     }
     // Sends what the renderer holds (again after an updateMaterial()); that also writes the main
     // view into view 0, which the preview's camera then replaces.
@@ -118,6 +130,8 @@ struct PreviewResources {
         if(r.textureAtlas->texture().id()) r.textureAtlas->bind(state, Shaders::TextureAtlasUnit);
         r.environment->bind(state);
         state.bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, r.shadowMaps);
+        skin.bind(state, Shaders::SkinDataUnit);
+        noMorphs.bind(state, Shaders::MorphWeightsUnit);
         renderer.frameUniforms().bind(state);
         renderer.viewUniforms().bind(state);
         renderer.lightUniforms().bind(state);
@@ -137,6 +151,7 @@ struct PreviewResources {
     WebGL2Renderer& renderer;
     RendererState& state;
     TransformationsTexture transformations;
+    Vector4Texture skin{8, "Thumbnail skin data"}, noMorphs{8, "Thumbnail morph weights"};
     ProbeVolumeUniformBuffer probe;
     Shaders::ViewUniforms camera;
 };
@@ -296,15 +311,24 @@ GL::Mesh& SceneView::thumbnailSphere() {
         VertexLayoutKind::PositionNormalUVTangent);
     const std::size_t stride = vertexStride(VertexLayoutKind::PositionNormalUVTangent);
     AE_ASSERT(stride == 48);
-    GL::Buffer vertices, indices, objects;
+    GL::Buffer vertices, indices, instance;
     vertices.setData(std::span{packed.vertices});
     indices.setData(packed.indices);
-    // One instance, object 0 of the preview's own transformation table.
-    objects.setData(std::vector<UnsignedInt>{0});
+    // One instance: object 0 of the preview's own tables, and for skinned pipelines every vertex
+    // fully on joint 0 (integer attributes left disabled read undefined values).
+    struct Instance {
+        UnsignedInt object;
+        glm::uvec4 joints;
+        Vector4 weights;
+    };
+    static_assert(sizeof(Instance) == 36);
+    const Instance one{0, glm::uvec4{0}, Vector4{1.0f, 0.0f, 0.0f, 0.0f}};
+    instance.setData(std::span{&one, 1});
     _thumbnailSphere = std::make_unique<GL::Mesh>(MeshPrimitive::Triangles);
     _thumbnailSphere->addVertexBuffer(std::move(vertices), 0, stride, {
             GL::VertexAttribute{0, 3}, GL::VertexAttribute{5, 3}, GL::VertexAttribute{1, 2}, GL::VertexAttribute{3, 4}})
-        .addVertexBuffer(std::move(objects), 0, 4, {GL::VertexAttribute{4, 1, GL::VertexType::UnsignedInt}}, 1)
+        .addVertexBuffer(std::move(instance), 0, sizeof(Instance), {GL::VertexAttribute{4, 1, GL::VertexType::UnsignedInt},
+            GL::VertexAttribute{6, 4, GL::VertexType::UnsignedInt}, GL::VertexAttribute{7, 4}}, 1)
         .setIndexBuffer(std::move(indices), 0, GL::IndexType::UnsignedInt)
         .setCount(int(packed.indices.size()))
         .setLabel("SceneView thumbnail sphere");
