@@ -96,6 +96,7 @@ protected:
     ArdentisEditor& app() { return shell->editor(); }
     ThumbnailManager& thumbnails() { return shell->editor().thumbnails(); }
     ChangeManager& changes() { return shell->changeManager(); }
+    Ui& ui() { return shell->editor().ui(); }
     ProjectFile& project() { return shell->project(); }
     RecordAccess object(std::uint32_t id) { return project().section<ObjectRecord>()[ResourceId{id}]; }
     // Scene object compiled from an object record.

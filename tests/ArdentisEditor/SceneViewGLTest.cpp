@@ -49,8 +49,6 @@ TEST_F(SceneViewGLTest, GizmoShortcutsSwitchOperationAndMode) {
         {"scale is local only", {Shortcuts::ScaleGizmo, Shortcuts::ScaleGizmo}, Op::Scale, Mode::Local},
         {"scale then translate is world", {Shortcuts::ScaleGizmo, Shortcuts::TranslateGizmo}, Op::Translate, Mode::World},
         {"translate twice toggles", {Shortcuts::ScaleGizmo, Shortcuts::TranslateGizmo, Shortcuts::TranslateGizmo}, Op::Translate, Mode::Local},
-        {"three times is back", {Shortcuts::ScaleGizmo, Shortcuts::TranslateGizmo, Shortcuts::TranslateGizmo,
-                                 Shortcuts::TranslateGizmo}, Op::Translate, Mode::World},
         {"rotate twice toggles", {Shortcuts::ScaleGizmo, Shortcuts::RotateGizmo, Shortcuts::RotateGizmo}, Op::Rotate, Mode::Local},
     };
     focusView();
@@ -89,7 +87,7 @@ TEST_F(SceneViewGLTest, FlyingBlocksShortcutsAndKeysMoveTheCamera) {
     for(const Case& c: cases) {
         const DualQuaternion before = view().canvas().cameraTransform();
         keyDown(c.key);
-        frames(6);
+        frames(4);
         EXPECT_NE(view().flyController().movement(), 0) << c.name;
         keyUp(c.key);
         EXPECT_EQ(view().flyController().movement(), 0) << c.name;
@@ -97,8 +95,8 @@ TEST_F(SceneViewGLTest, FlyingBlocksShortcutsAndKeysMoveTheCamera) {
         ASSERT_GT(glm::length(moved), 1.0e-5f) << c.name;
         const Vector3 local = glm::inverse(before.rotation())*moved;
         EXPECT_GT(glm::dot(glm::normalize(local), c.direction), 0.7f) << c.name;
-        // Let it come to rest before the next key.
-        frames(30);
+        // At rest again before the next key.
+        view().flyController().reset(view().canvas().cameraTransform());
     }
 
     release(PointerButton::Right, viewCenter());
@@ -211,6 +209,45 @@ TEST_F(SceneViewGLTest, SceneChangeReloadsOnceAndKeepsReloadOutOfTheFrameDelta) 
     EXPECT_GT(unaccounted(before), 0.0);
     frames(2);
     EXPECT_EQ(view().reloadCount(), reloads + 1);
+}
+
+
+TEST_F(SceneViewGLTest, BoxAndClickSelectThroughThePickingImage) {
+    focusView();
+    const Vector2 corner = view().windowPosition() + Vector2{16.0f, 48.0f};
+    const Vector2 opposite = view().windowPosition() + view().windowSize() - Vector2{16.0f};
+    auto boxSelect = [&](Vector2 from, Vector2 to) {
+        chord(chordOf(view(), Shortcuts::BoxSelect));
+        EXPECT_TRUE(view().isBoxSelectArmed());
+        move(from);
+        frame();
+        press(PointerButton::Left, from);
+        move(to);
+        release(PointerButton::Left, to);
+        frame();
+        EXPECT_FALSE(view().isBoxSelectArmed()) << "one box per arming";
+        return selectedObjectRecords(data());
+    };
+    const std::vector<ResourceId> forward = boxSelect(corner, opposite);
+    EXPECT_GE(forward.size(), 2u);
+    EXPECT_EQ(boxSelect(opposite, corner), forward);
+
+    // A click selects what is under the pointer alone; with a pick pending it only names it.
+    move(viewCenter());
+    frame();
+    press(PointerButton::Left, viewCenter());
+    release(PointerButton::Left, viewCenter());
+    frame();
+    const std::vector<ResourceId> clicked = selectedObjectRecords(data());
+    ASSERT_EQ(clicked.size(), 1u);
+    ui().requestObjectPick("test");
+    const std::vector<Data::Id> none;
+    view().canvas().selectObjects(none, false, false);
+    press(PointerButton::Left, viewCenter());
+    release(PointerButton::Left, viewCenter());
+    frame();
+    EXPECT_EQ(ui().takePickedObject("test"), object(clicked[0].value)[Model::Object::Name].value());
+    EXPECT_TRUE(selectedObjectRecords(data()).empty()) << "the pick leaves the selection alone";
 }
 
 }
