@@ -1,1 +1,216 @@
-#include "ArdentisEditor/Views/SceneView.h"
+// The scene view keeping its renderer in step with the project (only what changed is rebuilt, atlas
+// overflow is reported per image, the editor camera keeps its own field of view) and its own passes
+// over the canvas frame (ground and top-view grid, frozen culling frustum).
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <glm/gtc/quaternion.hpp>
+
+#include "ArdentisEditor/Canvas.h"
+#include "Gfx/ImagePlugins.h"
+#include "Renderer/WebGL2Renderer.h"
+#include "SceneViewFixture.h"
+
+using namespace ArdentisEngine;
+namespace AT = ArdentisEngine::Test;
+
+namespace {
+
+using AT::Rgba8;
+
+class SceneViewRuntimeGLTest: public AT::SceneViewFixture {
+protected:
+    // A PNG of one colour in the project folder, and an image record naming it.
+    void addImage(std::uint32_t id, Vector2i size) {
+        Image image{PixelFormat::RGBA8, size};
+        for(int y = 0; y != size.y; ++y)
+            for(int x = 0; x != size.x; ++x) image.setPixel(x, y, Rgba8{200, 100, 50, 255});
+        const std::string file = "images/" + std::to_string(id) + ".png";
+        std::filesystem::create_directories(folder/"images");
+        AbstractImageConverter* png = shell->assetCompiler().pluginManager().converter("PngImageConverter");
+        ASSERT_TRUE(png && png->convertToFile(image, (folder/file).string()));
+        changes().pushChange(project().section<ImageRecord>()[ResourceId{id}][Model::Image::File], file);
+    }
+    template<class T, class V> void setSetting(const Model::Field<T>& field, const V& value) {
+        edit(project().settings(), field, value);
+    }
+    Image canvasImage() {
+        Canvas& canvas = view().canvas();
+        return canvas.framebuffer().read(Range2Di{{0, 0}, canvas.framebufferSize()}, PixelFormat::RGBA8);
+    }
+    WebGL2Renderer& renderer() { return view().canvas().renderer(); }
+};
+
+// Thumbnails of what a reload rebuilt come back after being dropped: images ("1"), meshes ("m1"),
+// materials ("ma1"); rebuilt pipelines get new shader programs.
+struct RebuildCase {
+    const char* name;
+    // The edit as one undo step: a value of the project, and what it becomes.
+    std::function<ValueAccess<void>(ProjectFile&)> target;
+    std::function<void(ChangeManager&, const ValueAccess<void>&)> push;
+    bool reloads, images, meshes, materials, pipelines;
+};
+
+template<class T> auto pushing(T value) {
+    return [value](ChangeManager& changes, const ValueAccess<void>& target) { changes.pushChange(target, value); };
+}
+ValueAccess<void> record(ProjectFile& project, const char* section, std::uint32_t id) {
+    return RecordAccess{project, std::string{"/"} + section + "/" + std::to_string(id)};
+}
+
+TEST_F(SceneViewRuntimeGLTest, OnlyChangedCategoriesAreRebuilt) {
+    addImage(1, {8, 8});
+    changes().commit();
+    frame();
+    ASSERT_TRUE(thumbnails().contains("1"));
+
+    const RebuildCase cases[]{
+        {"nothing changed", nullptr, nullptr, false, false, false, false, false},
+        {"clear colour", [](ProjectFile& p) -> ValueAccess<void> { return p.settings()[Model::Settings::ClearColor]; },
+         pushing(Vector4{0.0f, 0.0f, 1.0f, 1.0f}), true, false, false, false, false},
+        {"image record", [](ProjectFile& p) { return record(p, "images", 1).access("name"); },
+         pushing(std::string{"Renamed"}), true, true, false, false, false},
+        {"material colour", [](ProjectFile& p) { return record(p, "materials", 1).access("Phong").access("diffuseColor"); },
+         pushing(Vector4{0.0f, 1.0f, 0.0f, 1.0f}), true, false, false, true, false},
+        {"object moved", [](ProjectFile& p) { return record(p, "objects", 1).access("translation"); },
+         pushing(Vector3{1.0f, 0.5f, 0.0f}), true, false, true, true, false},
+        {"pipeline made transparent", [](ProjectFile& p) { return record(p, "pipelines", 1).access("transparent"); },
+         pushing(true), true, false, false, true, true},
+    };
+    for(const RebuildCase& c: cases) {
+        SCOPED_TRACE(c.name);
+        for(const char* key: {"1", "m1", "ma1"}) thumbnails().remove(key);
+        const Shaders::ShaderProgram* shader = renderer().shader(1);
+        const std::uint64_t reloads = view().reloadCount();
+        if(c.push) {
+            c.push(changes(), c.target(project()));
+            changes().commit();
+        }
+        frame();
+        EXPECT_EQ(view().reloadCount(), reloads + (c.reloads ? 1 : 0));
+        EXPECT_EQ(thumbnails().contains("1"), c.images);
+        EXPECT_EQ(thumbnails().contains("m1"), c.meshes);
+        EXPECT_EQ(thumbnails().contains("ma1"), c.materials);
+        EXPECT_EQ(renderer().shader(1) != shader, c.pipelines);
+    }
+    EXPECT_EQ(renderer().clearColor(), Color4(0.0f, 0.0f, 1.0f, 1.0f));
+}
+
+TEST_F(SceneViewRuntimeGLTest, ImagesOverflowingTheAtlasAreListedThenOneHint) {
+    // With two texels of padding on each side, only the 8x8 image fits a 32x32 atlas.
+    setSetting(Model::Settings::TextureAtlasSize, 32u);
+    addImage(1, {40, 40});
+    addImage(2, {8, 8});
+    addImage(3, {48, 30});
+    changes().commit();
+    Log::Capture errors{Log::Channel::Error};
+    frame();
+
+    EXPECT_EQ(errors.text(),
+              "Insufficient uncompressed atlas size, cannot add image of size: 40x40\n"
+              "Insufficient uncompressed atlas size, cannot add image of size: 48x30\n"
+              "Increase the textureAtlasSize in project settings.\n");
+    EXPECT_EQ(renderer().textureAtlas().textureCount(), 1u);
+    EXPECT_EQ(renderer().textureAtlas().layerSize(), Vector2i{32});
+    // Every decoded image has its thumbnail, placed in the atlas or not.
+    struct Thumbnail { const char* key; Vector2i size; };
+    for(const Thumbnail& t: {Thumbnail{"1", {40, 40}}, Thumbnail{"2", {8, 8}}, Thumbnail{"3", {48, 30}}})
+        EXPECT_EQ(thumbnails().size(t.key), std::optional<Vector2i>{t.size}) << t.key;
+}
+
+TEST_F(SceneViewRuntimeGLTest, EditorCameraKeepsNinetyDegreesWhateverTheProjectSays) {
+    const float fovs[]{30.0f, 90.0f, 150.0f};
+    for(const float fov: fovs) {
+        setSetting(Model::Settings::FieldOfView, fov);
+        setSetting(Model::Settings::Near, fov/100.0f);
+        setSetting(Model::Settings::Far, fov*10.0f);
+        frame();
+        const Data::ViewManager& views = view().canvas().views();
+        EXPECT_EQ(views.fov(Canvas::MainView), 90.0f) << fov;
+        // The clip planes are the project's.
+        EXPECT_FLOAT_EQ(views.near(Canvas::MainView), fov/100.0f);
+        EXPECT_FLOAT_EQ(views.far(Canvas::MainView), fov*10.0f);
+    }
+}
+
+struct GridCase {
+    const char* name;
+    Data::ProjectionType projection;
+    DualQuaternion camera;
+};
+
+TEST_F(SceneViewRuntimeGLTest, GridDrawsBehindTheSceneOnlyWhenSwitchedOn) {
+    const Quaternion down = glm::angleAxis(-Pi/2.0f, Vector3{1.0f, 0.0f, 0.0f});
+    const GridCase cases[]{
+        {"perspective ground grid", Data::ProjectionType::Perspective,
+         DualQuaternion::translation({0.0f, 6.0f, 3.0f})*DualQuaternion::rotation(glm::angleAxis(-1.1f, Vector3{1.0f, 0.0f, 0.0f}))},
+        // Axis-aligned: the grid faces the camera beyond the far plane, clamped onto it.
+        {"orthographic top view", Data::ProjectionType::Orthographic,
+         DualQuaternion::translation({0.0f, 10.0f, 0.0f})*DualQuaternion::rotation(down)},
+    };
+    setSetting(Model::Settings::ClearColor, Vector4{0.0f, 0.0f, 0.0f, 1.0f});
+    frame();
+    for(const GridCase& c: cases) {
+        SCOPED_TRACE(c.name);
+        view().canvas().views().projectionType(Canvas::MainView) = c.projection;
+        view().canvas().cameraTransform(c.camera);
+        app().viewSwitch(ArdentisEditor::Grid) = false;
+        frame();
+        const Image off = canvasImage();
+        app().viewSwitch(ArdentisEditor::Grid) = true;
+        frame();
+        const Image on = canvasImage();
+        ASSERT_EQ(on.size(), off.size());
+
+        // The crate is in the middle of the view, and the grid does not cover it.
+        const Vector2i center = on.size()/2;
+        const Rgba8 crate = on.pixel<Rgba8>(center.x, center.y);
+        EXPECT_GT(int(crate.r), int(crate.g) + 40);
+        EXPECT_TRUE(AT::pixelNear(off, center, crate, 2));
+        // Lines are white at 20% over the black background.
+        int lines = 0;
+        for(int y = 0; y != on.size().y; ++y)
+            for(int x = 0; x != on.size().x; ++x) {
+                const Rgba8 a = on.pixel<Rgba8>(x, y), b = off.pixel<Rgba8>(x, y);
+                if(b == Rgba8{0, 0, 0, 255} && a.r > 20 && a.r < 90 && a.r == a.g && a.g == a.b) ++lines;
+            }
+        EXPECT_GT(lines, on.size().x*2) << "too few grid pixels";
+    }
+}
+
+TEST_F(SceneViewRuntimeGLTest, FrozenFrustumKeepsCullingFromWhereItWasFrozen) {
+    Canvas& canvas = view().canvas();
+    const DualQuaternion lookingAtCrate = DualQuaternion::translation({0.0f, 1.0f, 6.0f});
+    const DualQuaternion lookingAway = lookingAtCrate*DualQuaternion::rotation(glm::angleAxis(Pi, Vector3{0.0f, 1.0f, 0.0f}));
+    const DualQuaternion farBehind = DualQuaternion::translation({0.0f, 4.0f, 30.0f});
+    const Data::Id crate = instance(1);
+    canvas.selectObjects(std::span{&crate, 1}, false, false);
+    const Data::MeshManager& meshes = data().scene().main().meshes();
+    const std::size_t crateMesh = meshes.indexOf(data().scene().main().graph().componentsOfType(crate, Data::ComponentType::Mesh)[0]);
+    const auto isCyan = [](Rgba8 p) { return p.r < 60 && p.g > 200 && p.b > 200; };
+    const auto isMagenta = [](Rgba8 p) { return p.r > 200 && p.g < 60 && p.b > 200; };
+
+    for(const bool frozen: {false, true}) {
+        SCOPED_TRACE(frozen ? "frozen" : "not frozen");
+        canvas.cameraTransform(lookingAtCrate);
+        frame();
+        ASSERT_TRUE(meshes.visibility().isSetSafe(crateMesh));
+        view().freezeCullingFrustum(frozen);
+        EXPECT_EQ(view().isCullingFrustumFrozen(), frozen);
+
+        canvas.cameraTransform(lookingAway);
+        frame();
+        EXPECT_EQ(meshes.visibility().isSetSafe(crateMesh), frozen);
+
+        // From behind, the frozen frustum shows in cyan and the selected crate's bounds in magenta.
+        canvas.cameraTransform(farBehind);
+        frame();
+        const Image image = canvasImage();
+        EXPECT_EQ(AT::countPixelsIf(image, isCyan) > 20, frozen);
+        EXPECT_EQ(AT::countPixelsIf(image, isMagenta) > 20, frozen);
+        view().freezeCullingFrustum(false);
+    }
+}
+
+}

@@ -41,6 +41,8 @@ void SceneView::renderScene() {
     Canvas& canvas = *_canvas;
     ArdentisEditor& app = application();
     Data::ViewManager& views = canvas.views();
+    // Dear ImGui's backend drew the last frame's UI behind the state cache's back.
+    canvas.renderer().state().resync();
 
     // The canvas renders at the window's pixel density.
     canvas.resolutionScale = app.contentScale();

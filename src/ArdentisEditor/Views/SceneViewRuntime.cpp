@@ -76,6 +76,8 @@ void SceneView::reloadRuntime() {
     ++_reloadCount;
     Data::Scene& scene = editorData().scene().main();
     WebGL2Renderer& renderer = _canvas->renderer();
+    // Thumbnails draw through the state cache, and the UI drew behind its back since our last frame.
+    renderer.state().resync();
     ProjectFile& project = settingsProject(editorData());
     const RecordAccess settings = project.settings();
     ArdentisEditor& app = application();
