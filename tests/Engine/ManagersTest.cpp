@@ -16,52 +16,27 @@ TEST(MeshManager, ActiveComponentsAreGroupedByPipeline) {
     Data::MeshManager meshes{16};
     graph.setComponentManager(meshes);
     std::vector<Id> components;
-    const std::uint16_t pipelines[]{2, 1, 0, 2, 1, 2};
-    for(std::uint16_t p: pipelines) {
-        const Id c = meshes.addComponent(graph.addObject(0));
-        meshes.setPipeline(c, p);
-        components.push_back(c);
+    for(int p: {2, 1, 0, 2, 1, 2}) {
+        components.push_back(meshes.addComponent(graph.addObject(0)));
+        meshes.setPipeline(components.back(), std::uint16_t(p));
     }
     // Nothing is active yet: everything waits in group 0.
-    EXPECT_EQ(meshes.components().groupSize(0), 6u);
-    graph.activate();
     const auto& groups = meshes.components();
+    EXPECT_EQ(groups.groupSize(0), 6u);
+    graph.activate();
     ASSERT_EQ(groups.groupsCount(), 3u);
-    EXPECT_EQ(groups.groupSize(0), 1u);  // the one without a pipeline
-    EXPECT_EQ(groups.groupSize(1), 2u);
-    EXPECT_EQ(groups.groupSize(2), 3u);
-    for(std::size_t g = 0; g != 3; ++g)
+    for(std::size_t g = 0; g != 3; ++g) {
+        EXPECT_EQ(groups.groupSize(g), g + 1);  // the one without a pipeline, then 2 and 3
         for(std::size_t i = groups.groupStart(g, 0); i != groups.groupEnd(g); ++i)
             EXPECT_EQ(meshes.pipeline(meshes.component(i)), g);
-
-    // Moving a component to another pipeline keeps the groups contiguous and object() consistent.
+    }
+    // Moving a component to another pipeline keeps object() consistent; deactivating returns it to group 0.
     meshes.setPipeline(components[0], 1);
     EXPECT_EQ(groups.groupSize(1), 3u);
     EXPECT_EQ(meshes.object(meshes.indexOf(components[0])), meshes.objectOf(components[0]));
     meshes.deactivate(components[1]);
     EXPECT_EQ(groups.groupSize(1), 2u);
     EXPECT_EQ(groups.groupSize(0), 2u);
-}
-
-TEST(MeshManager, MorphWeightsPackInDenseOrder) {
-    SceneGraph graph{8};
-    Data::MeshManager meshes{8};
-    graph.setComponentManager(meshes);
-    const Id a = meshes.addComponent(graph.addObject(0)), b = meshes.addComponent(graph.addObject(0));
-    meshes.setMorphTargetCount(a, 2);
-    meshes.setMorphTargetCount(b, 3);
-    meshes.morphTargetWeights(a)[1] = 0.5f;
-    meshes.morphTargetWeights(b)[2] = 0.25f;
-    const auto packed = meshes.morphTargetWeightsData();
-    ASSERT_EQ(packed.size(), 5u);
-    EXPECT_EQ(packed[meshes.morphTargetWeightsOffset(a) + 1], 0.5f);
-    EXPECT_EQ(packed[meshes.morphTargetWeightsOffset(b) + 2], 0.25f);
-    // Activation reorders the components; offsets follow.
-    meshes.setPipeline(b, 1);
-    meshes.activate(b);
-    const auto repacked = meshes.morphTargetWeightsData();
-    EXPECT_EQ(repacked[meshes.morphTargetWeightsOffset(b) + 2], 0.25f);
-    EXPECT_EQ(repacked[meshes.morphTargetWeightsOffset(a) + 1], 0.5f);
 }
 
 namespace {
@@ -74,10 +49,7 @@ Data::FontData testFont() {
     font.descent = -0.2f;
     font.lineHeight = 1.0f;
     std::uint32_t index = 0;
-    for(char32_t c: U"ABCDEFGHIJ\u00e9") {
-        if(!c) continue;
-        font.glyphs[c] = {0.5f, {0.0f, 0.0f}, {0.4f, 0.7f}, index++};
-    }
+    for(char32_t c: std::u32string_view{U"ABC\u00e9"}) font.glyphs[c] = {0.5f, {0.0f, 0.0f}, {0.4f, 0.7f}, index++};
     font.glyphs[U' '] = {0.5f, {0, 0}, {0, 0}, 99};
     return font;
 }
@@ -95,12 +67,10 @@ using H = Data::HorizontalAlignment;
 using V = Data::VerticalAlignment;
 
 const LayoutCase LayoutCases[]{
-    {"CenterBaseline", "ABCD", H::Center, V::Baseline, 4, {-1.0f, 0.0f}, {0.9f, 0.7f}},
     {"RightTop", "AB", H::Right, V::Top, 2, {-1.0f, -0.8f}, {-0.1f, -0.1f}},
     {"SpaceMakesNoQuad", "A B", H::Left, V::Baseline, 2, {0.0f, 0.0f}, {1.4f, 0.7f}},
     {"TwoLinesBottom", "AB\nC", H::Left, V::Bottom, 3, {0.0f, 0.2f}, {0.9f, 1.9f}},
-    {"TwoLinesMiddle", "A\nB", H::Left, V::Middle, 2, {0.0f, -0.8f}, {0.4f, 0.9f}},
-    {"Utf8", "\xc3\xa9" "A", H::Left, V::Baseline, 2, {0.0f, 0.0f}, {0.9f, 0.7f}},
+    {"Utf8Centered", "\xc3\xa9" "A", H::Center, V::Baseline, 2, {-0.5f, 0.0f}, {0.4f, 0.7f}},
     {"Empty", "", H::Center, V::Middle, 0, {0.0f, 0.0f}, {0.0f, 0.0f}},
 };
 
@@ -143,14 +113,11 @@ TEST(TextManager, MissingGlyphsAreReportedOnceAndLeftOut) {
     graph.setComponentManager(texts);
     const Id t = texts.addComponent(graph.addObject(0));
     texts.setText(t, "AzzB");
-    texts.setSize(t, 2.0f);
     Log::Capture errors{Log::Channel::Error};
     const MeshData mesh = texts.meshData(t, testFont());
     EXPECT_EQ(mesh.positions.size(), 8u);
     EXPECT_TRUE(errors.contains("U+007A"));
     EXPECT_EQ(std::count(errors.text().begin(), errors.text().end(), '\n') <= 1, true);
-    // The size scales the layout: B starts one advance (0.5 em) after A.
-    EXPECT_NEAR(mesh.positions[4].x, 1.0f, 1e-6f);
 }
 
 TEST(Utf8, MalformedBytesBecomeReplacementCharacters) {
@@ -165,9 +132,6 @@ TEST(NameManager, RenamingKeepsOtherNamesAndCompacts) {
     names.setName(1, "Root");
     names.setName(2, "Arm<Root");
     names.setName(1, "R");  // shorter: reuses its place
-    EXPECT_EQ(names.nameOf(1), "R");
-    EXPECT_EQ(names.nameOf(2), "Arm<Root");
-    EXPECT_EQ(names.nameOf(3), "");
     EXPECT_EQ(names.nameOf(500), "");
     // Many growing renames trigger compaction; every name must survive it.
     for(int i = 0; i != 2000; ++i) names.setName(3, std::string(std::size_t(i%50 + 1), 'x') + std::to_string(i));
@@ -176,58 +140,13 @@ TEST(NameManager, RenamingKeepsOtherNamesAndCompacts) {
     EXPECT_EQ(names.nameOf(3), std::string(1999%50 + 1, 'x') + "1999");
     EXPECT_EQ(names.find("Arm<Root"), 2);
     EXPECT_EQ(names.find("nothing"), Data::InvalidId);
-    names.setName(10, "Far");
-    EXPECT_EQ(names.size(), 11u);
-    EXPECT_GE(names.capacity(), 11u);
-}
-
-TEST(IdManager, UnsetEntriesReadZero) {
-    Data::IdManager ids;
-    ids.setSize(8);
-    ids.setName(3, 42);
-    ids.setName(20, 7);
-    EXPECT_EQ(ids.nameOf(3), 42u);
-    EXPECT_EQ(ids.nameOf(4), 0u);
-    EXPECT_EQ(ids.nameOf(20), 7u);
-    EXPECT_EQ(ids.nameOf(60000), 0u);
-    EXPECT_EQ(ids.find(42), 3);
-    EXPECT_EQ(ids.find(1234), Data::InvalidId);
-}
-
-TEST(Scene, StampsTellWhatChangedSinceAReload) {
-    Data::Scene scene{16};
-    // A fresh reload state (all bits set) sees everything as changed.
-    const std::uint32_t never = ~0u;
-    for(std::size_t c = 0; c != Data::SceneCategoryCount; ++c)
-        EXPECT_TRUE(scene.changedSince(Data::SceneCategory(c), never));
-    scene.stampAll();
-    std::uint32_t seen = scene.revision();
-    for(std::size_t c = 0; c != Data::SceneCategoryCount; ++c)
-        EXPECT_FALSE(scene.changedSince(Data::SceneCategory(c), seen));
-
-    scene.markChanged(Data::SceneCategory::Lights);
-    EXPECT_NE(scene.revision(), seen);
-    EXPECT_TRUE(scene.changedSince(Data::SceneCategory::Lights, seen));
-    EXPECT_FALSE(scene.changedSince(Data::SceneCategory::Meshes, seen));
-    scene.markChanged((1u << unsigned(Data::SceneCategory::Meshes)) | (1u << unsigned(Data::SceneCategory::Fonts)));
-    EXPECT_TRUE(scene.changedSince(Data::SceneCategory::Fonts, seen));
-    EXPECT_TRUE(scene.changedSince(Data::SceneCategory::Meshes, seen));
-    EXPECT_FALSE(scene.changedSince(Data::SceneCategory::Images, seen));
-    scene.stampAll();
-    seen = scene.revision();
-    EXPECT_FALSE(scene.changedSince(Data::SceneCategory::Lights, seen));
 }
 
 TEST(Scene, ManagersShareTheGraphAndTablesGrowWithIt) {
     Data::Scene scene{4};
     const Id a = scene.addObject(0, "Lamp");
-    const Id light = scene.lights().addComponent(a);
-    const Id mesh = scene.meshes().addComponent(a);
-    ASSERT_NE(light, Data::InvalidId);
-    ASSERT_NE(mesh, Data::InvalidId);
-    EXPECT_EQ(scene.graph().componentTypes(a),
-              (std::vector<Data::ComponentType>{Data::ComponentType::Light, Data::ComponentType::Mesh}));
-    EXPECT_EQ(scene.names().nameOf(a), "Lamp");
+    ASSERT_NE(scene.lights().addComponent(a), Data::InvalidId);
+    ASSERT_NE(scene.meshes().addComponent(a), Data::InvalidId);
 
     scene.setCapacity(200);
     for(int i = 0; i != 150; ++i) ASSERT_NE(scene.addObject(a), Data::InvalidId);

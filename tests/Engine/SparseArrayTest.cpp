@@ -7,21 +7,6 @@
 
 using namespace ArdentisEngine::Data;
 
-TEST(SparseArray, RemovalFillsTheHoleAndKeepsKeys) {
-    SparseArray<int> a{10};
-    a.add(7, 70);
-    a.add(2, 20);
-    a.add(5, 50);
-    a.remove(7);
-    EXPECT_EQ(a.size(), 2u);
-    EXPECT_FALSE(a.contains(7));
-    EXPECT_EQ(a.toIndex(7), SparseArray<int>::Invalid);
-    EXPECT_EQ(a[2], 20);
-    EXPECT_EQ(a[5], 50);
-    for(std::size_t i = 0; i != a.size(); ++i) EXPECT_EQ(a.toIndex(a.key(i)), i);
-    EXPECT_EQ(a.toIndex(500), SparseArray<int>::Invalid);
-}
-
 // Random adds, removals and regroupings against a map of key -> (group, value): after every step
 // each group must be one contiguous range holding exactly its keys.
 TEST(SparseArrayGrouped, RandomEditsKeepGroupsContiguous) {
@@ -57,16 +42,4 @@ TEST(SparseArrayGrouped, RandomEditsKeepGroupsContiguous) {
         }
         ASSERT_EQ(expectedStart, a.size());
     }
-}
-
-TEST(SparseArrayGrouped, AddingToALaterGroupGrowsTheGroupCount) {
-    SparseArrayGrouped<int> a{8, 1};
-    a.add(3, 4, 1);
-    EXPECT_EQ(a.groupsCount(), 5u);
-    EXPECT_EQ(a.groupStart(4, 0), 0u);
-    EXPECT_EQ(a.groupSize(4), 1u);
-    a.add(1, 0, 2);
-    EXPECT_EQ(a.groupStart(4, 0), 1u);
-    EXPECT_EQ(a.key(0), 1);
-    EXPECT_EQ(a.groupStart(4, 0), 1u);
 }

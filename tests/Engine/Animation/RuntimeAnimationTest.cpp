@@ -36,7 +36,6 @@ const ConversionCase ConversionCases[] = {
     {"AllMapped", {7, 7, 5, 9, 7}, {7, 5, 9}, {"TRW", "T", "S"}, false},
     {"UnmappedSkipped", {7, UnmappedTrack, UnmappedTrack, 9, 7}, {7, 9}, {"TW", "S"}, false},
     {"AllUnmapped", {UnmappedTrack, UnmappedTrack, UnmappedTrack, UnmappedTrack, UnmappedTrack}, {}, {}, false},
-    {"TwoSourceObjectsOnOneSceneObject", {4, 4, 4, 4, 4}, {4}, {"TRSW"}, true},
     {"TooFewTrackObjects", {7, 7}, {7}, {"TR"}, true},
 };
 
@@ -85,41 +84,10 @@ TEST(RuntimeAnimation, InvalidTracksAreSkippedWithMessage) {
     EXPECT_TRUE(errors.contains("track 3 skipped"));
 }
 
-TEST(RuntimeAnimation, DurationIsExplicitOrZeroWithoutTracks) {
-    const auto [empty, ids] = convertToRuntimeAnimation(AnimationData{}, {});
-    EXPECT_TRUE(ids.empty());
-    EXPECT_EQ(empty.targetCount(), 0u);
-    EXPECT_EQ(empty.duration, 0.0f);
+TEST(RuntimeAnimation, ExplicitDurationWins) {
     AnimationData a = fiveTracks();
     a.duration = 10.0f;
     EXPECT_EQ(convertToRuntimeAnimation(a, std::vector<std::uint16_t>{1, 1, 2, 3, 1}).first.duration, 10.0f);
-}
-
-TEST(RuntimeAnimation, SamplePoseKeepsUnanimatedParts) {
-    const auto [runtime, ids] = convertToRuntimeAnimation(fiveTracks(), std::vector<std::uint16_t>{7, 7, 5, 9, 7});
-    const TargetPose pose = runtime.sample(0, 0.5f);
-    ASSERT_TRUE(pose.translation && pose.rotation);
-    EXPECT_FALSE(pose.scaling);
-    ASSERT_EQ(pose.weights.size(), 2u);
-    EXPECT_NEAR(pose.weights[1], 0.5f, 1e-6f);
-
-    // Target 1 animates only translation: the rest rotation survives.
-    const DualQuaternion rest = DualQuaternion::fromRotationTranslation(
-        glm::angleAxis(0.3f, Vector3{1, 0, 0}), Vector3{4, 5, 6});
-    const DualQuaternion moved = runtime.sample(1, 1.5f).transformation(rest);
-    EXPECT_NEAR(glm::distance(moved.translation(), Vector3(0, 1.5f, 0)), 0.0f, 1e-5f);
-    EXPECT_NEAR(std::abs(glm::dot(moved.rotation(), rest.rotation())), 1.0f, 1e-6f);
-
-    // Target 2 animates only scaling: the transformation stays the rest one.
-    EXPECT_EQ(runtime.sample(2, 0.0f).transformation(rest), rest);
-}
-
-TEST(RuntimeAnimation, SampleOutOfRangeTargetIsLoggedAndEmpty) {
-    const auto [runtime, ids] = convertToRuntimeAnimation(fiveTracks(), std::vector<std::uint16_t>{7, 7, 5, 9, 7});
-    Log::Capture errors{Log::Channel::Error};
-    const TargetPose pose = runtime.sample(3, 0.0f);
-    EXPECT_FALSE(pose.translation || pose.rotation || pose.scaling);
-    EXPECT_TRUE(errors.contains("Animation target 3 out of range, the animation has 3"));
 }
 
 }

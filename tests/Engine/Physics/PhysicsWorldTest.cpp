@@ -12,6 +12,10 @@ using namespace ArdentisEngine::Data;
 
 namespace {
 
+// Failures name the case instead of dumping its bytes.
+template<class T> requires requires(const T& t) { t.name; }
+void PrintTo(const T& value, std::ostream* out) { *out << value.name; }
+
 DualQuaternion at(const Vector3& t, const Quaternion& r = Quaternion{1, 0, 0, 0}) {
     return DualQuaternion::fromRotationTranslation(r, t);
 }
@@ -48,13 +52,9 @@ struct DropCase {
     Vector3 fallingScaling;
     float restHeight;  // of the falling body's origin
 };
-// Names the case in failure output instead of dumping its bytes.
-void PrintTo(const DropCase& c, std::ostream* os) { *os << c.name; }
 
 const DropCase DropCases[] = {
-    {"BoxOnBox", CollisionShape::box({5, 0.5f, 5}), at({0, -0.5f, 0}), CollisionShape::box(Vector3{0.5f}), Vector3{1}, 0.5f},
     {"ScaledBoxOnBox", CollisionShape::box({5, 0.5f, 5}), at({0, -0.5f, 0}), CollisionShape::box(Vector3{0.5f}), Vector3{2}, 1.0f},
-    {"HullOnBox", CollisionShape::box({5, 0.5f, 5}), at({0, -0.5f, 0}), CollisionShape::convexHull(cubePoints(0.5f)), Vector3{1}, 0.5f},
     {"SphereOnRaisedMesh", floorMesh(), at({0, 2, 0}), CollisionShape::sphere(0.5f), Vector3{1}, 2.5f},
 };
 
@@ -68,10 +68,7 @@ TEST_P(PhysicsDrop, ComesToRestOnFloor) {
         data.fallingScaling);
     ASSERT_TRUE(floor && falling);
 
-    simulate(world, 1.0f);
-    // Still falling or bouncing after a second: the pose really comes from the simulation.
-    EXPECT_GT(world.simulatedTime(), 0.99);
-    simulate(world, 3.0f);
+    simulate(world, 4.0f);
 
     const DualQuaternion pose = world.pose(*falling);
     EXPECT_NEAR(pose.translation().y, data.restHeight, 0.03f);
@@ -85,79 +82,40 @@ TEST_P(PhysicsDrop, ComesToRestOnFloor) {
 INSTANTIATE_TEST_SUITE_P(PhysicsWorld, PhysicsDrop, testing::ValuesIn(DropCases),
     [](const auto& info) { return std::string{info.param.name}; });
 
-TEST(PhysicsWorld, FallsFreelyByGravity) {
-    PhysicsWorld world;
-    const auto b = world.addBody(body(BodyType::Dynamic, CollisionShape::sphere(0.5f)), at({0, 100, 0}));
-    ASSERT_TRUE(b);
-    simulate(world, 0.5f);
-    const float t = float(world.simulatedTime());
-    EXPECT_NEAR(t, 0.5f, 1.5f*PhysicsWorld::FixedStep);
-    // y = 100 - g t^2 / 2, give or take semi-implicit Euler's offset of one step.
-    EXPECT_NEAR(world.pose(*b).translation().y, 100.0f - 0.5f*9.81f*t*t, 0.05f);
-    EXPECT_NEAR(world.linearVelocity(*b).y, -9.81f*t, 0.01f);
-}
-
-TEST(PhysicsWorld, LongFrameIsCutToMaxSubSteps) {
-    // A hitch must not make the next frame simulate for ever; the lost time is dropped.
-    PhysicsWorld world;
-    const auto b = world.addBody(body(BodyType::Dynamic, CollisionShape::sphere(0.5f)), at({0, 100, 0}));
-    EXPECT_EQ(world.step(2.0f), PhysicsWorld::MaxSubSteps);
-    EXPECT_NEAR(world.simulatedTime(), PhysicsWorld::MaxSubSteps*PhysicsWorld::FixedStep, 1e-6);
-    EXPECT_NEAR(world.linearVelocity(*b).y, -9.81f*PhysicsWorld::MaxSubSteps*PhysicsWorld::FixedStep, 1e-3f);
-}
-
-TEST(PhysicsWorld, NoTimeNoMotion) {
+TEST(PhysicsWorld, StepsOnlyWhatTimeAllows) {
     PhysicsWorld world;
     const auto b = world.addBody(body(BodyType::Dynamic, CollisionShape::sphere(0.5f)), at({0, 10, 0}));
     for(float dt: {0.0f, -1.0f, NAN, INFINITY})
         EXPECT_EQ(world.step(dt), 0) << dt;
     EXPECT_EQ(world.pose(*b).translation(), Vector3(0, 10, 0));
-    EXPECT_EQ(world.simulatedTime(), 0.0);
+    // A hitch must not make the next frame simulate for ever; the lost time is dropped.
+    EXPECT_EQ(world.step(2.0f), PhysicsWorld::MaxSubSteps);
+    EXPECT_NEAR(world.simulatedTime(), PhysicsWorld::MaxSubSteps*PhysicsWorld::FixedStep, 1e-6);
+    EXPECT_NEAR(world.linearVelocity(*b).y, -9.81f*PhysicsWorld::MaxSubSteps*PhysicsWorld::FixedStep, 1e-3f);
 }
 
-TEST(PhysicsWorld, SetPoseMovesOnlyThatBodyAndStopsItUnlessAsked) {
+TEST(PhysicsWorld, SetPoseRescalesAndKeepsMotionOnlyWhenAsked) {
     PhysicsWorld world;
     const auto floor = world.addBody(body(BodyType::Static, CollisionShape::box({5, 0.5f, 5})), at({0, -0.5f, 0}));
     const auto a = world.addBody(body(BodyType::Dynamic, CollisionShape::box(Vector3{0.5f})), at({-2, 5, 0}));
     const auto b = world.addBody(body(BodyType::Dynamic, CollisionShape::box(Vector3{0.5f})), at({2, 5, 0}));
     world.step(0.25f);
-    const DualQuaternion bBefore = world.pose(*b);
     const Vector3 bVelocity = world.linearVelocity(*b);
-    const double time = world.simulatedTime();
-
-    const DualQuaternion target = at({-3, 7, 1}, glm::angleAxis(0.5f, Vector3{0, 1, 0}));
-    world.setPose(*a, target, Vector3{1}, true);
-    world.setPose(*floor, at({0, -1, 0}), Vector3{2, 1, 2}, true);
-
-    EXPECT_NEAR(glm::distance(world.pose(*a).translation(), target.translation()), 0.0f, 1e-5f);
-    EXPECT_NEAR(std::abs(glm::dot(world.pose(*a).rotation(), target.rotation())), 1.0f, 1e-6f);
-    EXPECT_EQ(world.linearVelocity(*a), Vector3(0));
-    EXPECT_EQ(world.pose(*b), bBefore);
-    EXPECT_EQ(world.linearVelocity(*b), bVelocity);
-    EXPECT_EQ(world.simulatedTime(), time);
-    EXPECT_EQ(world.scaling(*floor), Vector3(2, 1, 2));
-    // Asked to keep its motion, a placed body keeps its velocity.
+    world.setPose(*a, at({-3, 7, 1}, glm::angleAxis(0.5f, Vector3{0, 1, 0})), Vector3{1}, true);
     world.setPose(*b, at({2, 9, 0}), Vector3{1}, false);
+    world.setPose(*floor, at({0, -1, 0}), Vector3{2, 1, 2}, true);
+    EXPECT_EQ(world.linearVelocity(*a), Vector3(0));
     EXPECT_EQ(world.linearVelocity(*b), bVelocity);
-
+    EXPECT_EQ(world.scaling(*floor), Vector3(2, 1, 2));
+    // A scaling that collapses the shape is refused; the pose still applies.
+    Log::Capture errors{Log::Channel::Error};
+    world.setPose(*b, at({2, 5, 0}), {NAN, 1, 1}, true);
+    EXPECT_TRUE(errors.contains("scaling (nan, 1, 1) collapses its shape, keeping (1, 1, 1)")) << errors.text();
+    EXPECT_EQ(world.scaling(*b), Vector3(1));
+    EXPECT_NEAR(world.pose(*b).translation().y, 5.0f, 1e-6f);
     // A placed body falls again from its new place; the rescaled floor (top at y = -0.5) catches it.
     simulate(world, 4.0f);
     EXPECT_NEAR(world.pose(*a).translation().y, 0.0f, 0.03f);
-}
-
-TEST(PhysicsWorld, KinematicBodyCarriesDynamicOne) {
-    PhysicsWorld world;
-    const auto lift = world.addBody(body(BodyType::Kinematic, CollisionShape::box({2, 0.25f, 2})), at({0, 0, 0}));
-    const auto box = world.addBody(body(BodyType::Dynamic, CollisionShape::box(Vector3{0.5f})), at({0, 0.8f, 0}));
-    simulate(world, 1.0f);
-    ASSERT_NEAR(world.pose(*box).translation().y, 0.75f, 0.03f);
-    // Gravity does not act on the kinematic body; only setPose moves it.
-    EXPECT_EQ(world.pose(*lift).translation(), Vector3(0));
-    for(int i = 1; i <= 60; ++i) {
-        world.setPose(*lift, at({0, i*(1.0f/60.0f), 0}), Vector3{1}, false);
-        world.step(1.0f/60.0f);
-    }
-    EXPECT_NEAR(world.pose(*box).translation().y, 1.75f, 0.05f);
 }
 
 TEST(PhysicsWorld, DynamicTriangleMeshStaysStatic) {
@@ -168,8 +126,6 @@ TEST(PhysicsWorld, DynamicTriangleMeshStaysStatic) {
     EXPECT_TRUE(errors.contains("Physics body Terrain: a triangle mesh cannot be simulated as dynamic, it stays static"));
     EXPECT_EQ(world.description(*mesh).type, BodyType::Dynamic);
     EXPECT_EQ(world.simulatedType(*mesh), BodyType::Static);
-    simulate(world, 1.0f);
-    EXPECT_EQ(world.pose(*mesh).translation(), Vector3(0, 3, 0));
 }
 
 struct InvalidCase {
@@ -177,8 +133,6 @@ struct InvalidCase {
     RigidBody body;
     const char* message;
 };
-// Names the case in failure output instead of dumping its bytes.
-void PrintTo(const InvalidCase& c, std::ostream* os) { *os << c.name; }
 
 class PhysicsInvalidBody: public testing::TestWithParam<InvalidCase> {};
 
@@ -195,11 +149,7 @@ TEST_P(PhysicsInvalidBody, IsRejectedWithOneLine) {
 
 INSTANTIATE_TEST_SUITE_P(PhysicsWorld, PhysicsInvalidBody, testing::Values(
     InvalidCase{"FlatBox", body(BodyType::Static, CollisionShape::box({1, 0, 1})), "box half extents (1, 0, 1) must be positive"},
-    InvalidCase{"NegativeSphere", body(BodyType::Static, CollisionShape::sphere(-1)), "sphere radius -1 must be positive"},
-    InvalidCase{"NegativeCapsuleHeight", body(BodyType::Static, CollisionShape::capsule(1, -2)), "capsule height -2 must not be negative"},
     InvalidCase{"HullOfThree", body(BodyType::Static, CollisionShape::convexHull({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}})), "convex hull needs at least 4 points, has 3"},
-    InvalidCase{"MeshIndexOutOfRange", body(BodyType::Static, CollisionShape::triangleMesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 3})), "triangle mesh index 3 out of range for 3 points"},
-    InvalidCase{"MeshPartialTriangle", body(BodyType::Static, CollisionShape::triangleMesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1})), "positive multiple of 3 indices, has 2"},
     InvalidCase{"MasslessDynamic", body(BodyType::Dynamic, CollisionShape::sphere(1), 0.0f), "dynamic body mass 0 must be positive"},
     InvalidCase{"NonFiniteHullPoint", body(BodyType::Static, CollisionShape::convexHull({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, NAN}})), "non-finite point"}),
     [](const auto& info) { return std::string{info.param.name}; });
@@ -209,27 +159,6 @@ TEST(PhysicsWorld, CollapsingScalingIsRefused) {
     Log::Capture errors{Log::Channel::Error};
     EXPECT_FALSE(world.addBody(body(BodyType::Dynamic, CollisionShape::box(Vector3{1})), at({0, 0, 0}), {1, 0, 1}, "Flat"));
     EXPECT_TRUE(errors.contains("Physics body Flat: scaling (1, 0, 1) collapses its shape"));
-
-    const auto b = world.addBody(body(BodyType::Dynamic, CollisionShape::box(Vector3{1})), at({0, 0, 0}), Vector3{2}, "Crate");
-    ASSERT_TRUE(b);
-    world.setPose(*b, at({0, 5, 0}), {NAN, 1, 1}, true);
-    EXPECT_TRUE(errors.contains("Physics body Crate: scaling (nan, 1, 1) collapses its shape, keeping (2, 2, 2)"));
-    // The pose still applies.
-    EXPECT_EQ(world.scaling(*b), Vector3(2));
-    EXPECT_NEAR(world.pose(*b).translation().y, 5.0f, 1e-6f);
-}
-
-TEST(PhysicsWorld, RemovedHandlesAreReused) {
-    PhysicsWorld world;
-    const auto a = world.addBody(body(BodyType::Static, CollisionShape::sphere(1)), at({0, 0, 0}));
-    const auto b = world.addBody(body(BodyType::Static, CollisionShape::sphere(1)), at({5, 0, 0}));
-    world.removeBody(*a);
-    EXPECT_FALSE(world.isValid(*a));
-    EXPECT_TRUE(world.isValid(*b));
-    EXPECT_EQ(world.bodyCount(), 1u);
-    const auto c = world.addBody(body(BodyType::Static, CollisionShape::box(Vector3{1})), at({0, 0, 0}));
-    EXPECT_EQ(*c, *a);
-    EXPECT_EQ(world.description(*c).shape.type, ShapeType::Box);
 }
 
 // Distance of a local-space point from the surface of each shape.
@@ -244,27 +173,6 @@ float segmentDistance(const Vector3& p, const Vector3& a, const Vector3& b) {
     return glm::distance(p, a + (b - a)*t);
 }
 
-float triangleDistance(const Vector3& p, const Vector3& a, const Vector3& b, const Vector3& c) {
-    const Vector3 n = glm::normalize(glm::cross(b - a, c - a));
-    const Vector3 q = p - n*glm::dot(p - a, n);
-    const bool inside = glm::dot(glm::cross(b - a, q - a), n) >= -1e-5f &&
-        glm::dot(glm::cross(c - b, q - b), n) >= -1e-5f && glm::dot(glm::cross(a - c, q - c), n) >= -1e-5f;
-    if(inside) return std::abs(glm::dot(p - a, n));
-    return std::min({segmentDistance(p, a, b), segmentDistance(p, b, c), segmentDistance(p, c, a)});
-}
-
-// A tetrahedron away from the origin, so that a scaled copy shares no face with it.
-const std::vector<Vector3> Tetrahedron{{1, 1, 1}, {2, 1, 1}, {1, 2, 1}, {1, 1, 2}};
-const std::vector<std::uint32_t> TetrahedronFaces{0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3};
-
-float tetrahedronDistance(const Vector3& p) {
-    float d = INFINITY;
-    for(std::size_t i = 0; i != TetrahedronFaces.size(); i += 3)
-        d = std::min(d, triangleDistance(p, Tetrahedron[TetrahedronFaces[i]], Tetrahedron[TetrahedronFaces[i + 1]],
-            Tetrahedron[TetrahedronFaces[i + 2]]));
-    return d;
-}
-
 struct LinesCase {
     const char* name;
     BodyType type;
@@ -274,8 +182,6 @@ struct LinesCase {
     std::function<float(const Vector3&)> distance;
     Color4 color;
 };
-// Names the case in failure output instead of dumping its bytes.
-void PrintTo(const LinesCase& c, std::ostream* os) { *os << c.name; }
 
 const LinesCase LinesCases[] = {
     {"ScaledBox", BodyType::Dynamic, CollisionShape::box({1, 2, 3}), Vector3{2, 1, 0.5f},
@@ -284,12 +190,12 @@ const LinesCase LinesCases[] = {
         [](const Vector3& p) { return std::abs(glm::length(p) - 1.5f); }, PhysicsWorld::KinematicColor},
     {"Capsule", BodyType::Dynamic, CollisionShape::capsule(0.5f, 2.0f), Vector3{1},
         [](const Vector3& p) { return std::abs(segmentDistance(p, {0, -1, 0}, {0, 1, 0}) - 0.5f); }, PhysicsWorld::DynamicColor},
-    {"ConvexHull", BodyType::Dynamic, CollisionShape::convexHull(Tetrahedron), Vector3{1},
-        tetrahedronDistance, PhysicsWorld::DynamicColor},
-    {"TriangleMesh", BodyType::Static, CollisionShape::triangleMesh(Tetrahedron, TetrahedronFaces), Vector3{1},
-        tetrahedronDistance, PhysicsWorld::StaticColor},
-    {"ScaledTriangleMesh", BodyType::Static, CollisionShape::triangleMesh(Tetrahedron, TetrahedronFaces), Vector3{3},
-        [](const Vector3& p) { return 3.0f*tetrahedronDistance(p/3.0f); }, PhysicsWorld::StaticColor},
+    // A cube hull scaled to half extents 1; the floor mesh scaled to a 10x10 square.
+    {"ScaledConvexHull", BodyType::Dynamic, CollisionShape::convexHull(cubePoints(0.5f)), Vector3{2},
+        [](const Vector3& p) { return boxDistance(p, Vector3{1}); }, PhysicsWorld::DynamicColor},
+    {"ScaledTriangleMesh", BodyType::Static, floorMesh(), Vector3{0.5f, 1, 0.5f},
+        [](const Vector3& p) { return std::abs(p.y) + std::max(0.0f, std::max(std::abs(p.x), std::abs(p.z)) - 5.0f); },
+        PhysicsWorld::StaticColor},
 };
 
 class PhysicsDebugLines: public testing::TestWithParam<LinesCase> {};
