@@ -179,6 +179,28 @@ TEST_F(SceneViewRuntimeGLTest, GridDrawsBehindTheSceneOnlyWhenSwitchedOn) {
     }
 }
 
+TEST_F(SceneViewRuntimeGLTest, CollisionShapesShowOnlyWhenSwitchedOn) {
+    // A static sphere of radius 3 around the crate, seen from above: it covers more than the crate.
+    JsonDocument body;
+    std::string error;
+    ASSERT_TRUE(parseJson(R"({"type": 6, "bodyType": 0, "shape": 1, "radius": 3})", body, error)) << error;
+    changes().pushChange(object(1).access("components").access(std::size_t{1}), body);
+    // Collider shapes draw with the mesh visualiser's shader.
+    changes().pushChange(project().section<PipelineRecord>()[ResourceId{2}][Model::Pipeline::Name], "MeshVisualizer");
+    changes().commit();
+    setSetting(Model::Settings::ClearColor, Vector4{0.0f, 0.0f, 0.0f, 1.0f});
+    view().canvas().cameraTransform(DualQuaternion::translation({0.0f, 12.0f, 0.0f})*
+                                    DualQuaternion::rotation(glm::angleAxis(-Pi/2.0f, Vector3{1.0f, 0.0f, 0.0f})));
+    const auto isCollider = [](Rgba8 p) { return p.g > p.r + 30 && p.g > p.b; };
+    for(const bool shown: {false, true, false}) {
+        app().viewSwitch(ArdentisEditor::CollisionShapes) = shown;
+        frame();
+        const Image image = canvasImage();
+        // The crate covers about 60 pixels square; the sphere about three times as wide.
+        EXPECT_EQ(AT::countPixelsIf(image, isCollider) > 90*90, shown) << shown;
+    }
+}
+
 TEST_F(SceneViewRuntimeGLTest, FrozenFrustumKeepsCullingFromWhereItWasFrozen) {
     Canvas& canvas = view().canvas();
     const DualQuaternion lookingAtCrate = DualQuaternion::translation({0.0f, 1.0f, 6.0f});

@@ -16,6 +16,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "Editor/Camera/FlyController.h"
 #include "Editor/Camera/OrbitController.h"
@@ -137,6 +138,10 @@ private:
     void drawWireBox(const Matrix4& transformation, const Color4& color);
     // Draw state of the debug passes: the canvas's multisampled target, depth tested, blended.
     void bindDebugPassTarget();
+    // Fills the collider batch with the active bodies' shapes, or empties it.
+    void updateColliderBatch(bool shown);
+    // Draws that batch translucent over the frame.
+    void colliderPass();
 
     // SceneViewRuntime.cpp
     void reloadPipelines();
@@ -187,6 +192,8 @@ private:
     std::uint64_t _reloadCount = 0;
     // The renderer batch collider shapes go to, while the "MeshVisualizer" pipeline exists.
     std::optional<UnsignedInt> _colliderBatch;
+    // The shapes the collider batch holds meshes for, flattened, to see when they change.
+    std::vector<float> _colliderShapes;
     // Debug pass shader (grid, wire boxes), made on first use.
     std::unique_ptr<Shaders::FlatGL> _flat;
 

@@ -4,6 +4,7 @@
 #include "ArdentisEditor/Views/SceneView.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -18,6 +19,8 @@
 #include "Engine/Clock.h"
 #include "Gfx/Assert.h"
 #include "Gfx/GL/Object.h"
+#include "Gfx/MeshTools.h"
+#include "Gfx/Primitives/Primitives.h"
 #include "Renderer/WebGL2Renderer.h"
 
 namespace ArdentisEngine {
@@ -54,11 +57,10 @@ void SceneView::renderScene() {
 
     Data::Scene& scene = canvas.mainScene();
     scene.graph().computeAbsoluteTransformations();
-    // Collider shapes reach the screen through the canvas's physics lines ("PhysX Shapes"); the
-    // renderer has no collider batch update for "Collision Shapes" to fill _colliderBatch with.
+    const auto& switches = app.switches();
+    updateColliderBatch(switches[ArdentisEditor::CollisionShapes]);
     // The irradiance volume's grid goes to the renderer with the volume itself (uploadProbeVolume).
 
-    const auto& switches = app.switches();
     Canvas::RenderOptions options;
     options.objectAxes = switches[ArdentisEditor::Objects];
     options.lights = switches[ArdentisEditor::Lights];
@@ -72,6 +74,7 @@ void SceneView::renderScene() {
     options.cullingMatrix = _frustumFrozen ? &_frozenCullingMatrix : nullptr;
 
     canvas.startFrame(_viewSize, _frameDelta, options);
+    if(options.colliders) colliderPass();
     if(switches[ArdentisEditor::Grid]) gridPass();
     if(_frustumFrozen) frustumCullingDebugPass();
     canvas.endFrame();
@@ -85,22 +88,123 @@ void SceneView::renderScene() {
 }
 
 void SceneView::drawScene() {
-    // Toolbars and legend are a later piece; the pointer stays put while flying, so that the
-    // camera turns by the distance it moved each frame.
+    // Toolbars and legend are a later piece. While flying the pointer is hidden and held in the
+    // window: GLFW's disabled cursor keeps it there and still reports unbounded motion, so the fly
+    // controller's look source sees true deltas (warping it to the centre every frame would show
+    // up as a turn).
     GLFWwindow* window = application().window();
     if(!window) return;
-    if(_keymap == KeyMapMode::Fly) {
-        glfwSetInputMode(window, GLFW_CURSOR, GLFW_CURSOR_HIDDEN);
-        const Vector2i center = windowCenter();
-        glfwSetCursorPos(window, center.x, center.y);
-    } else if(glfwGetInputMode(window, GLFW_CURSOR) != GLFW_CURSOR_NORMAL) {
-        glfwSetInputMode(window, GLFW_CURSOR, GLFW_CURSOR_NORMAL);
-    }
+    const int mode = _keymap == KeyMapMode::Fly ? GLFW_CURSOR_DISABLED : GLFW_CURSOR_NORMAL;
+    if(glfwGetInputMode(window, GLFW_CURSOR) == mode) return;
+    glfwSetInputMode(window, GLFW_CURSOR, mode);
+    // Re-enabling puts the pointer where it was disabled (the centre it was warped to); it ends
+    // where the user pressed instead.
+    if(mode == GLFW_CURSOR_NORMAL) glfwSetCursorPos(window, _flyPressPosition.x, _flyPressPosition.y);
 }
 
 void SceneView::freezeCullingFrustum(bool frozen) {
     if(frozen && !_frustumFrozen) _frozenCullingMatrix = canvas().views().cullingMatrix(Canvas::MainView);
     _frustumFrozen = frozen;
+}
+
+void SceneView::updateColliderBatch(bool shown) {
+    WebGL2Renderer& renderer = _canvas->renderer();
+    if(!_colliderBatch || *_colliderBatch >= renderer.batchCount()) return;
+    MeshBatch& batch = renderer.batch(*_colliderBatch);
+    if(!shown) {
+        if(!batch.views().isEmpty()) batch.views().removeAll();
+        _colliderShapes.clear();
+        return;
+    }
+
+    // One mesh per distinct shape; boxes and spheres are unit shapes scaled per instance.
+    const Data::Scene& scene = _canvas->mainScene();
+    const Data::PhysicsManager& physics = scene.physics();
+    const Data::SceneGraph& graph = scene.graph();
+    struct Instance {
+        UnsignedInt mesh;
+        Data::Id object;
+        Vector3 scaling;
+    };
+    std::vector<Instance> instances;
+    std::vector<float> shapes;
+    std::vector<MeshData> meshes;
+    for(std::size_t i = 0; i != physics.activeCount(); ++i) {
+        const Data::RigidBody* body = physics.body(physics.component(i));
+        const Data::Id object = physics.object(i);
+        if(!body || !graph.isValid(object)) continue;
+        const Data::CollisionShape& shape = body->shape;
+        const Vector3 scaling = graph.absoluteScaling(object);
+        shapes.push_back(float(shape.type));
+        switch(shape.type) {
+            case Data::ShapeType::Box:
+                instances.push_back({0, object, shape.halfExtents*scaling});
+                continue;
+            case Data::ShapeType::Sphere:
+                instances.push_back({1, object, Vector3{shape.radius*scaling.x}});
+                continue;
+            case Data::ShapeType::Capsule: {
+                // A unit sphere whose halves move apart along Y to the cap centres.
+                const float radius = shape.radius*scaling.x, half = shape.height*scaling.y*0.5f;
+                MeshData capsule = Primitives::uvSphereSolid(8, 16);
+                for(Vector3& p: capsule.positions) p = p*radius + Vector3{0.0f, p.y > 0.0f ? half : -half, 0.0f};
+                shapes.insert(shapes.end(), {radius, half});
+                meshes.push_back(std::move(capsule));
+                break;
+            }
+            case Data::ShapeType::TriangleMesh: {
+                MeshData mesh;
+                mesh.positions = shape.points;
+                mesh.indices = shape.indices;
+                for(const Vector3& p: shape.points) shapes.insert(shapes.end(), {p.x, p.y, p.z});
+                for(const std::uint32_t index: shape.indices) shapes.push_back(float(index));
+                for(Vector3& p: mesh.positions) p *= scaling;
+                meshes.push_back(std::move(mesh));
+                break;
+            }
+            // Hull points would need the hull's faces; such bodies show as physics lines only.
+            case Data::ShapeType::ConvexHull:
+                shapes.pop_back();
+                continue;
+        }
+        instances.push_back({UnsignedInt(2 + meshes.size() - 1), object, Vector3{1.0f}});
+    }
+
+    // Geometry is packed again only when the shapes changed; poses are written every frame.
+    if(shapes != _colliderShapes || batch.meshCount() == 0) {
+        _colliderShapes = std::move(shapes);
+        meshes.insert(meshes.begin(), {Primitives::cubeSolid(), Primitives::uvSphereSolid(8, 16)});
+        // The wireframe edges come from the vertex number, so every triangle has its own vertices.
+        std::vector<PackedMesh> packed;
+        for(const MeshData& mesh: meshes) packed.push_back(packMesh(MeshTools::deindex(mesh), VertexLayoutKind::PositionNormal));
+        batch.removeMeshes();
+        batch.addMeshes(packed);
+        batch.views().removeAll();
+        for(const Instance& instance: instances) batch.views().append(instance.mesh, DualQuaternion{}, Vector4{1.0f});
+    }
+    const float material = std::bit_cast<float>(UnsignedInt(_colliderMaterial));
+    for(std::size_t i = 0; i != instances.size(); ++i)
+        batch.views().setTransformation(i, graph.absoluteTransformation(instances[i].object),
+                                        Vector4{instances[i].scaling, material});
+}
+
+void SceneView::colliderPass() {
+    WebGL2Renderer& renderer = _canvas->renderer();
+    if(!_colliderBatch || !_colliderPipeline || *_colliderBatch >= renderer.batchCount() ||
+       renderer.batch(*_colliderBatch).isEmpty())
+        return;
+    Shaders::ShaderProgram* shader = renderer.shader(_colliderPipeline);
+    // The first frame with shapes waits for the shader rather than showing nothing.
+    if(!shader || !shader->compile()) return;
+    const GL::DebugGroup group{"SceneView collision shapes"};
+    // The renderer leaves the batches the editor adds to their owners; the frame's view and
+    // material data are still bound from the canvas's forward pass.
+    RendererState& state = renderer.state();
+    state.apply(renderer.pipeline(_colliderPipeline));
+    state.bindFramebuffer(_canvas->framebufferMS().id());
+    state.setViewport(_canvas->framebufferMS().viewport());
+    renderer.renderBatch(renderer.mainSceneResourceViews(), *shader, *_colliderBatch, true);
+    state.apply();
 }
 
 void SceneView::bindDebugPassTarget() {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include <epoxy/gl.h>
@@ -218,7 +219,12 @@ void SceneView::reloadRuntime() {
 
     // 8. Shaders and pipelines
     const bool rebuildPipelines = pipelinesDirty || changed(Category::Pipelines) || changed(Category::Shaders);
-    if(rebuildPipelines) reloadPipelines();
+    if(rebuildPipelines) {
+        reloadPipelines();
+        // The collider pipeline's number may have moved with the scene's pipelines.
+        if(_colliderBatch && *_colliderBatch < renderer.batchCount())
+            renderer.batch(*_colliderBatch).setPipeline(_colliderPipeline);
+    }
 
     // 9. Fonts
     const bool fontsChanged = changed(Category::Fonts);
@@ -347,6 +353,7 @@ void SceneView::reloadPipelines() {
     // Materials and mesh components name pipelines by scene slot, and the renderer numbers them in
     // the order they are added: a slot that has no usable pipeline keeps its number with a copy of
     // the flat pipeline that nothing draws with.
+    std::optional<std::pair<Shaders::ShaderSource, std::vector<std::string>>> visualizer;
     std::optional<Shaders::ShaderSource> filler;
     const auto addFiller = [&](std::size_t slot) {
         if(!filler) filler = Shaders::loadPipelineShader(*Shaders::findDefaultPipeline("Flat Opaque"));
@@ -384,10 +391,11 @@ void SceneView::reloadPipelines() {
         for(std::string& define: AssetCompiler::featureDefines(data.enabledFeatures))
             if(std::find(features.begin(), features.end(), define) == features.end()) features.push_back(std::move(define));
 
-        const UnsignedInt index = renderer.addPipeline(pipeline, data.name,
-            Shaders::ShaderSource{data.name, std::move(*vertex), std::move(*fragment)}, features);
+        Shaders::ShaderSource shaderSource{data.name, std::move(*vertex), std::move(*fragment)};
+        const UnsignedInt index = renderer.addPipeline(pipeline, data.name, shaderSource, features);
         // A refused pipeline (a duplicate name) was reported by the registry.
         if(!index) addFiller(i);
+        else if(data.name == "MeshVisualizer") visualizer.emplace(std::move(shaderSource), std::move(features));
     }
     AE_ASSERT(renderer.pipelines().pipelineCount() == std::max<std::size_t>(scene.pipelines.size(), 1));
 
@@ -399,8 +407,19 @@ void SceneView::reloadPipelines() {
             renderer.addTileFeedbackShader(*fullScreen, "#define SKY\n" + *sources[*tileFeedback], true);
     }
 
-    if(const UnsignedInt visualizer = renderer.pipelineIndex("MeshVisualizer"))
-        _colliderPipeline = renderer.addColliderVisualizationPipeline(visualizer);
+    if(visualizer) {
+        // Collider shapes bring their poses per instance (SceneView::updateColliderBatch) and are
+        // drawn translucent over the finished scene, so they get a variant of their own. It goes
+        // after the scene's pipelines, whose slots stay as they are.
+        Data::Pipeline pipeline = Data::Pipeline::alphaBlended();
+        pipeline.type = Data::PipelineType::Overlay;
+        pipeline.depthWrite = false;
+        visualizer->second.push_back("INSTANCED_TRANSFORMATION");
+        const UnsignedInt instanced = renderer.addPipeline(pipeline, "MeshVisualizer Colliders", visualizer->first,
+                                                           visualizer->second);
+        _colliderPipeline = renderer.addColliderVisualizationPipeline(
+            instanced ? instanced : renderer.pipelineIndex("MeshVisualizer"));
+    }
 
     // The probe baker's pipelines come with the irradiance bake, a later piece.
     renderer.loadPostProcessShaders();
