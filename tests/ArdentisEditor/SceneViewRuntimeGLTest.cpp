@@ -201,6 +201,31 @@ TEST_F(SceneViewRuntimeGLTest, CollisionShapesShowOnlyWhenSwitchedOn) {
     }
 }
 
+TEST_F(SceneViewRuntimeGLTest, ProbeVolumeBoundsShowOnlyWhenEnabledAndSwitchedOn) {
+    setSetting(Model::Settings::ProbeVolumeScale, Vector3{2.0f});
+    view().canvas().cameraTransform(DualQuaternion::translation({0.0f, 1.0f, 8.0f}));
+    const auto isYellow = [](Rgba8 p) { return p.r > 200 && p.g > 200 && p.b < 60; };
+    struct Case { bool enabled, boundaries, shown; };
+    for(const Case c: {Case{true, false, false}, Case{false, true, false}, Case{true, true, true}}) {
+        setSetting(Model::Settings::ProbeVolumeEnabled, c.enabled);
+        app().viewSwitch(ArdentisEditor::Boundaries) = c.boundaries;
+        frame();
+        EXPECT_EQ(AT::countPixelsIf(canvasImage(), isYellow) > 100, c.shown) << c.enabled << c.boundaries;
+    }
+}
+
+TEST_F(SceneViewRuntimeGLTest, DisablingPhysicsStopsTheSimulation) {
+    view().setSimulatePhysics(true);
+    frame();
+    ASSERT_TRUE(app().isSimulating());
+    Log::Capture info{Log::Channel::Info};
+    setSetting(Model::Settings::PhysicsEnabled, false);
+    frame();
+    EXPECT_FALSE(app().isSimulating());
+    EXPECT_FALSE(app().switches()[ArdentisEditor::SimulatePhysX]);
+    EXPECT_TRUE(info.contains("Stopped simulating physics\n")) << info.text();
+}
+
 TEST_F(SceneViewRuntimeGLTest, FrozenFrustumKeepsCullingFromWhereItWasFrozen) {
     Canvas& canvas = view().canvas();
     const DualQuaternion lookingAtCrate = DualQuaternion::translation({0.0f, 1.0f, 6.0f});

@@ -134,6 +134,7 @@ public:
 private:
     // SceneViewRender.cpp
     void gridPass();
+    void probeDebugPass();
     void frustumCullingDebugPass();
     void drawWireBox(const Matrix4& transformation, const Color4& color);
     // Draw state of the debug passes: the canvas's multisampled target, depth tested, blended.

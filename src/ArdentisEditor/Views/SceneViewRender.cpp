@@ -16,6 +16,7 @@
 #include "ArdentisEditor/Canvas.h"
 #include "Editor/App/ArdentisEditor.h"
 #include "Editor/Data/EditorData.h"
+#include "Editor/Project/ProjectFile.h"
 #include "Engine/Clock.h"
 #include "Gfx/Assert.h"
 #include "Gfx/GL/Object.h"
@@ -32,6 +33,7 @@ constexpr float GridScale = 50.0f;
 const Color4 FrozenFrustumColor{0.0f, 1.0f, 1.0f, 1.0f};
 const Color4 VisibleBoundsColor{1.0f, 0.0f, 1.0f, 1.0f};
 const Color4 CulledBoundsColor{0.2f, 0.2f, 0.2f, 1.0f};
+const Color4 ProbeVolumeColor{1.0f, 1.0f, 0.0f, 1.0f};
 
 float largestAbsComponent(const Vector3& v) {
     return std::max({std::abs(v.x), std::abs(v.y), std::abs(v.z)});
@@ -58,6 +60,9 @@ void SceneView::renderScene() {
     Data::Scene& scene = canvas.mainScene();
     scene.graph().computeAbsoluteTransformations();
     const auto& switches = app.switches();
+    // The debug menu toggles the switch; freezing copies the camera's culling matrix as it is now.
+    if(switches[ArdentisEditor::FreezeCullingFrustum] != _frustumFrozen)
+        freezeCullingFrustum(switches[ArdentisEditor::FreezeCullingFrustum]);
     updateColliderBatch(switches[ArdentisEditor::CollisionShapes]);
     // The irradiance volume's grid goes to the renderer with the volume itself (uploadProbeVolume).
 
@@ -76,6 +81,7 @@ void SceneView::renderScene() {
     canvas.startFrame(_viewSize, _frameDelta, options);
     if(options.colliders) colliderPass();
     if(switches[ArdentisEditor::Grid]) gridPass();
+    if(canvas.renderer().probeVolumeEnabled()) probeDebugPass();
     if(_frustumFrozen) frustumCullingDebugPass();
     canvas.endFrame();
     // Leave the default state for whoever draws next in this context (the UI, thumbnails).
@@ -105,6 +111,7 @@ void SceneView::drawScene() {
 void SceneView::freezeCullingFrustum(bool frozen) {
     if(frozen && !_frustumFrozen) _frozenCullingMatrix = canvas().views().cullingMatrix(Canvas::MainView);
     _frustumFrozen = frozen;
+    application().viewSwitch(ArdentisEditor::FreezeCullingFrustum) = frozen;
 }
 
 void SceneView::updateColliderBatch(bool shown) {
@@ -259,6 +266,19 @@ void SceneView::gridPass() {
 void SceneView::drawWireBox(const Matrix4& transformation, const Color4& color) {
     _flat->setColor(color).setTransformationProjectionMatrix(transformation);
     _flat->draw(_wireCubeMesh);
+}
+
+void SceneView::probeDebugPass() {
+    // The voxelised bounds ("Voxels") come with the irradiance baker, a later piece.
+    if(!application().switches()[ArdentisEditor::Boundaries] || !editorData().hasProject()) return;
+    const GL::DebugGroup group{"SceneView probe volume"};
+    bindDebugPassTarget();
+    const RecordAccess settings = editorData().projectFile().settings();
+    const Matrix4 volume = glm::translate(Matrix4{1.0f}, settings[Model::Settings::ProbeVolumePosition].value())*
+        glm::mat4_cast(settings[Model::Settings::ProbeVolumeRotation].value())*
+        glm::scale(Matrix4{1.0f}, settings[Model::Settings::ProbeVolumeScale].value());
+    drawWireBox(_canvas->views().viewProjectionMatrix(Canvas::MainView)*volume, ProbeVolumeColor);
+    _canvas->renderer().state().apply();
 }
 
 void SceneView::frustumCullingDebugPass() {
