@@ -117,8 +117,12 @@ void SceneView::reloadRuntime() {
 
         // The editor camera keeps a fixed, wide field of view; the project's is the game's.
         Data::ViewManager& views = _canvas->views();
-        views.near(Canvas::MainView) = settings[Settings::Near].value();
-        views.far(Canvas::MainView) = settings[Settings::Far].value();
+        const float near = settings[Settings::Near].value(), far = settings[Settings::Far].value();
+        if(near > 0.0f && far > near) {
+            views.near(Canvas::MainView) = near;
+            views.far(Canvas::MainView) = far;
+        } else Log::error("SceneView::reloadRuntime(): clip planes {} and {} are not 0 < near < far, keeping {} and {}",
+                          near, far, views.near(Canvas::MainView), views.far(Canvas::MainView));
         views.fov(Canvas::MainView) = 90.0f;
 
         const UnsignedInt shBefore = renderer.shCount();
@@ -202,9 +206,7 @@ void SceneView::reloadRuntime() {
         for(const Data::TextureData& texture: scene.textures) {
             if(!texture.id) continue;
             // An image that did not fit was reported above; its textures render untextured.
-            if(texture.image < placed.size() && !scene.images[texture.image].isEmpty() && !placed[texture.image] &&
-               !scene.images[texture.image].isCompressed())
-                continue;
+            if(texture.image < placed.size() && scene.images[texture.image].pixels && !placed[texture.image]) continue;
             renderer.setImageForTexture(texture.id, texture.image);
         }
 
