@@ -22,6 +22,7 @@
 #include "Editor/Project/ProjectFile.h"
 #include "Engine/Clock.h"
 #include "Gfx/Assert.h"
+#include "Gfx/ImageConversion.h"
 #include "Gfx/Log.h"
 #include "Renderer/DefaultPipelines.h"
 #include "Renderer/InlineIncludes.h"
@@ -52,6 +53,21 @@ UnsignedInt shCountFor(std::uint32_t environmentLighting) {
         case 3: return 9;
         default: return 0;
     }
+}
+
+// The atlas holds 8-bit RGB(A). Grey images spread their grey over RGB; half and float images (HDR
+// environment sources that a material may also show) are clamped.
+std::optional<Image> atlasPixels(const Image& image) {
+    const PixelFormat format = image.format();
+    if(format == PixelFormat::RGBA8 || format == PixelFormat::RGB8) return std::nullopt;
+    if(format != PixelFormat::R8 && format != PixelFormat::RG8) return convertPixelFormat(image, PixelFormat::RGBA8);
+    Image out{PixelFormat::RGBA8, image.size()};
+    for(int y = 0; y != image.size().y; ++y)
+        for(int x = 0; x != image.size().x; ++x) {
+            const Vector4 p = readPixel(image, x, y);
+            writePixel(out, x, y, Vector4{p.x, p.x, p.x, format == PixelFormat::RG8 ? p.y : 1.0f});
+        }
+    return out;
 }
 
 // An engine-internal shader file, as projects name them through the "default" resource.
@@ -193,7 +209,8 @@ void SceneView::reloadRuntime() {
             }
             const UnsignedInt slot = renderer.textureAtlas().textureCount();
             if(renderer.reserveImage(int(i), image.pixels->size())) {
-                renderer.textureAtlas().setImage(slot, *image.pixels);
+                const std::optional<Image> converted = atlasPixels(*image.pixels);
+                renderer.textureAtlas().setImage(slot, converted ? *converted : *image.pixels);
                 placed[i] = true;
             } else {
                 Log::error("Insufficient uncompressed atlas size, cannot add image of size: {}x{}",
