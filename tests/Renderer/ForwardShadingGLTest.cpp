@@ -151,23 +151,19 @@ protected:
     Shaders::FrameUniforms frame;
 };
 
-struct LightSideCase { const char* name; const char* pipeline; LightUniforms light; };
-
-const LightSideCase LightSideCases[]{
-    {"point light on the left", "Physical Opaque", LightUniforms::point({-1.0f, 0.0f, 0.4f}, {1, 1, 1}, 1.0f)},
-    {"spot aimed at the left", "Physical Opaque",
-        LightUniforms::spot({0.0f, 0.0f, 1.0f}, {-0.6f, 0.0f, -1.0f}, {1, 1, 1}, 2.0f, 0.2f, 0.3f)},
-    {"point light with a range", "Physical Opaque", LightUniforms::point({-1.0f, 0.0f, 0.2f}, {1, 1, 1}, 0.5f, 1.0f)},
-};
-
 }
 
-TEST_F(ForwardShadingGLTest, LitSideIsBrighter) {
-    for(const LightSideCase& c: LightSideCases) {
+// The frame tests light Phong with each light type; these are the physical shader's.
+TEST_F(ForwardShadingGLTest, PhysicalLightsLightTheirSide) {
+    auto program = pipelineShader("Physical Opaque");
+    ASSERT_TRUE(program && program->isReady());
+    setMaterial(0, program->materialDefinition().defaults());
+    const struct { const char* name; LightUniforms light; } cases[]{
+        {"spot aimed at the left", LightUniforms::spot({0.0f, 0.0f, 1.0f}, {-0.6f, 0.0f, -1.0f}, {1, 1, 1}, 2.0f, 0.2f, 0.3f)},
+        {"point light with a range", LightUniforms::point({-1.0f, 0.0f, 0.2f}, {1, 1, 1}, 0.5f, 1.0f)},
+    };
+    for(const auto& c: cases) {
         SCOPED_TRACE(c.name);
-        auto program = pipelineShader(c.pipeline);
-        ASSERT_TRUE(program && program->isReady());
-        setMaterial(0, program->materialDefinition().defaults());
         setLights({c.light});
         const Image image = render(*program, {});
         const float left = brightness(image, 3, Size/2), right = brightness(image, Size - 4, Size/2);
@@ -176,25 +172,19 @@ TEST_F(ForwardShadingGLTest, LitSideIsBrighter) {
         // Up and down are equally far from the light.
         EXPECT_NEAR(brightness(image, 3, 4), brightness(image, 3, Size - 5), 6.0f);
     }
-}
-
-// The frame tests light Phong with each light type; this one checks the physical shader's sun.
-TEST_F(ForwardShadingGLTest, SunLightsTheFacingSideOnly) {
-    auto program = pipelineShader("Physical Opaque");
-    ASSERT_TRUE(program && program->isReady());
-    setMaterial(0, program->materialDefinition().defaults());
+    // A sun lights only the side facing it, and two suns add up.
     setLights({LightUniforms::sun({0.0f, 0.0f, -1.0f}, {1, 1, 1}, 1.0f)});
     const float front = brightness(render(*program, {}), Size/2, Size/2);
     setLights({LightUniforms::sun({0.0f, 0.0f, 1.0f}, {1, 1, 1}, 1.0f)});
-    const float behind = brightness(render(*program, {}), Size/2, Size/2);
+    EXPECT_EQ(brightness(render(*program, {}), Size/2, Size/2), 0.0f);
     EXPECT_GT(front, 100.0f);
-    EXPECT_EQ(behind, 0.0f);
-    // Two suns add up.
     setLights({LightUniforms::sun({0.0f, 0.0f, -1.0f}, {1, 1, 1}, 0.25f), LightUniforms::sun({0.0f, 0.0f, -1.0f}, {1, 1, 1}, 0.25f)});
     const float half = brightness(render(*program, {}), Size/2, Size/2);
     EXPECT_GT(half, front*0.3f);
     EXPECT_LT(half, front*0.7f);
 }
+
+namespace {
 
 struct AmbientCase {
     const char* name;
@@ -209,9 +199,10 @@ struct AmbientCase {
 const AmbientCase AmbientCases[]{
     {"no coefficients", 0, 0.5f, 0.0f, Color4{1.0f}, 0.0f},
     {"one coefficient ignores the second band", 1, 0.25f, 0.3f, Color4{1.0f}, 0.8f*0.25f},
-    {"four coefficients", 4, 0.25f, 0.3f, Color4{1.0f}, 0.8f*(0.25f + 0.2f)},
     {"nine coefficients, tinted", 9, 0.25f, 0.3f, Color4{0.5f, 1.0f, 1.0f, 1.0f}, 0.5f*0.8f*(0.25f + 0.2f)},
 };
+
+}
 
 TEST_F(ForwardShadingGLTest, ShAmbient) {
     auto program = pipelineShader("Phong Opaque");
@@ -233,42 +224,6 @@ TEST_F(ForwardShadingGLTest, ShAmbient) {
     frame = {};
 }
 
-struct SkyCase {
-    const char* name;
-    Vector3 lookAt, up;
-    const char* param;  // the colour the centre of the view must show
-    int tolerance;
-};
-
-TEST_F(ForwardShadingGLTest, SkyGradient) {
-    auto program = pipelineShader("Sky");
-    ASSERT_TRUE(program && program->isReady());
-    const Shaders::MaterialDefinition& definition = program->materialDefinition();
-    Data::Material material = definition.defaults();
-    definition.set(material, UnsignedInt(definition.paramIndex("zenithColor")), Vector4{0, 0, 1, 1});
-    definition.set(material, UnsignedInt(definition.paramIndex("horizonColor")), Vector4{1, 1, 1, 1});
-    definition.set(material, UnsignedInt(definition.paramIndex("groundColor")), Vector4{0, 1, 0, 1});
-    setMaterial(0, material);
-    const SkyCase cases[]{
-        {"looking up", {0, 1, 0}, {0, 0, -1}, "zenithColor", 12},
-        {"looking down", {0, -1, 0}, {0, 0, 1}, "groundColor", 12},
-    };
-    for(const SkyCase& c: cases) {
-        SCOPED_TRACE(c.name);
-        setCamera(glm::lookAt(Vector3{0}, c.lookAt, c.up), glm::perspective(toRadians(60.0f), 1.0f, 0.1f, 10.0f), false);
-        const Image image = render(*program, Shaders::findDefaultPipeline("Sky")->pipeline, 3);
-        const Vector4 expected = definition.get(material, UnsignedInt(definition.paramIndex(c.param)));
-        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, ArdentisEngine::Test::toRgba8(expected), c.tolerance));
-    }
-    // Looking at the horizon (its colour there is checked by the frame tests' sky), the top half is
-    // bluer than the bottom half.
-    setCamera(glm::lookAt(Vector3{0}, Vector3{0, 0, -1}, Vector3{0, 1, 0}), glm::perspective(toRadians(60.0f), 1.0f, 0.1f, 10.0f), false);
-    const Image image = render(*program, Shaders::findDefaultPipeline("Sky")->pipeline, 3);
-    EXPECT_LT(image.pixel<Rgba8>(Size/2, Size - 2).r, 200);
-    EXPECT_LT(image.pixel<Rgba8>(Size/2, 1).r, 200);
-    EXPECT_GT(image.pixel<Rgba8>(Size/2, Size - 2).b, image.pixel<Rgba8>(Size/2, 1).b);
-}
-
 TEST_F(ForwardShadingGLTest, TexturesComeFromTheAtlas) {
     // Flat with its texture: every texture goes through the atlas and its bounds texels.
     Shaders::ShaderSource source{"Flat Textured", *Shaders::internalShaderFile("Dynamic.vert"),
@@ -283,26 +238,16 @@ TEST_F(ForwardShadingGLTest, TexturesComeFromTheAtlas) {
         for(int x = 0; x != 4; ++x)
             quadrants.setPixel<Rgba8>(x, y, y < 2 ? (x < 2 ? Rgba8{255, 0, 0, 255} : Rgba8{0, 255, 0, 255})
                                                   : (x < 2 ? Rgba8{0, 0, 255, 255} : Rgba8{255, 255, 255, 255}));
-    Image green{PixelFormat::RGB8, {16, 8}};
-    for(int y = 0; y != 8; ++y)
-        for(int x = 0; x != 16; ++x) green.setPixel<glm::u8vec3>(x, y, {0, 200, 0});
     // Too big to share the first layer with the others.
     Image big{PixelFormat::RGBA8, {58, 58}};
     for(int y = 0; y != 58; ++y)
         for(int x = 0; x != 58; ++x) big.setPixel<Rgba8>(x, y, {30, 60, 90, 255});
-    for(const Image* image: {&quadrants, &green, &big}) {
+    for(const Image* image: {&quadrants, &big}) {
         const UnsignedInt slot = atlas.textureCount();
         ASSERT_TRUE(atlas.reserve(image->size()));
         EXPECT_TRUE(atlas.setImage(slot, *image));
     }
-    EXPECT_EQ(atlas.layer(2), 1);
-    {
-        Log::Capture errors{Log::Channel::Error};
-        EXPECT_FALSE(atlas.setImage(1, quadrants));
-        EXPECT_FALSE(atlas.setImage(7, quadrants));
-        EXPECT_TRUE(errors.contains("image of 4x4 for slot 1 reserved as 16x8")) << errors.text();
-        EXPECT_TRUE(errors.contains("slot 7 was not reserved")) << errors.text();
-    }
+    EXPECT_EQ(atlas.layer(1), 1);
     atlas.finishUploads();
 
     // Texture id t shows atlas slot t - 1; id 0 means no texture.
@@ -318,8 +263,7 @@ TEST_F(ForwardShadingGLTest, TexturesComeFromTheAtlas) {
     struct Case { UnsignedInt textureId; std::vector<Sample> samples; };
     const Case cases[]{
         {1, {{{6, 6}, {255, 0, 0, 255}}, {{25, 6}, {0, 255, 0, 255}}, {{6, 25}, {0, 0, 255, 255}}, {{25, 25}, {255, 255, 255, 255}}}},
-        {2, {{{16, 16}, {0, 200, 0, 255}}, {{2, 29}, {0, 200, 0, 255}}}},
-        {3, {{{16, 16}, {30, 60, 90, 255}}, {{1, 1}, {30, 60, 90, 255}}}},
+        {2, {{{16, 16}, {30, 60, 90, 255}}, {{1, 1}, {30, 60, 90, 255}}}},
         {0, {{{16, 16}, {255, 255, 255, 255}}}},
     };
     for(const Case& c: cases) {
@@ -336,69 +280,15 @@ TEST_F(ForwardShadingGLTest, TexturesComeFromTheAtlas) {
     state->bindTexture(Shaders::TextureBoundsUnit, RendererState::TextureTarget::Texture2D, 0);
 }
 
-TEST_F(ForwardShadingGLTest, FullScreenPassKnowsTheViewport) {
-    const Shaders::ShaderSource source{"Coordinates", *Shaders::internalShaderFile("FullScreenTriangle.vert"),
-        "#define SHADER_TYPE_SCREENSPACE_QUAD\nuniform vec2 viewport;\nlayout(location = 0) out vec4 color;\n"
-        "void main() { color = vec4(gl_FragCoord.xy/viewport, 0.0, 1.0); }\n",
-        "FullScreenTriangle.vert", "Coordinates.frag"};
-    Shaders::FullScreenShaderProgram program{source};
-    // Set before compiling: applied once the program links.
-    program.setViewport({Size, Size});
-    state->bindFramebuffer(target->framebuffer.id());
-    state->setViewport(Range2Di{{0, 0}, Vector2i{Size}});
-    Data::Pipeline pass;
-    pass.depthTest = false;
-    state->apply(pass);
-    program.draw(*state);
-    ASSERT_TRUE(program.isReady());
-    const Image image = target->read();
-    // Pixel centres: (x + 0.5)/32.
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {0, 0}, {4, 4, 0, 255}, 1));
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size - 1, Size - 1}, {251, 251, 0, 255}, 1));
-
-    // A new viewport size takes effect at once on a ready program.
-    program.setViewport({2*Size, Size});
-    program.draw(*state);
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(target->read(), {Size - 1, Size - 1}, {126, 251, 0, 255}, 1));
-}
-
-// A shader draws with the view its `viewIndex` names; only the views in use are uploaded.
-TEST_F(ForwardShadingGLTest, ViewIndexPicksTheView) {
-    auto program = pipelineShader("Flat Opaque");
-    ASSERT_TRUE(program && program->isReady());
-    const Shaders::MaterialDefinition& definition = program->materialDefinition();
-    Data::Material material = definition.defaults();
-    definition.set(material, UnsignedInt(definition.paramIndex("color")), Vector4{1, 1, 0, 1});
-    setMaterial(0, material);
-    viewUbo.resize(2);
-    // View 1 looks at the quad from beside it, so that it covers the right half only.
-    setCamera(glm::lookAt(Vector3{-1, 0, 2}, Vector3{-1, 0, 0}, Vector3{0, 1, 0}),
-              glm::ortho(-1.0f, 1.0f, -1.0f, 1.0f, 0.1f, 10.0f), true, 1);
-    const int viewIndex = program->uniformLocation("viewIndex");
-    ASSERT_NE(viewIndex, -1);
-    struct Case { UnsignedInt view; Rgba8 left, right; };
-    for(const Case& c: {Case{0, {255, 255, 0, 255}, {255, 255, 0, 255}}, Case{1, {0, 0, 0, 255}, {255, 255, 0, 255}}}) {
-        SCOPED_TRACE(c.view);
-        program->use(*state);
-        glUniform1ui(viewIndex, c.view);
-        const Image image = render(*program, {});
-        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {4, Size/2}, c.left, 1));
-        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size - 5, Size/2}, c.right, 1));
-    }
-}
-
-struct ShadowCase { const char* name; const char* pipeline; LightUniforms light; bool leftShadowed; };
-
 // A hand-made shadow map over the quad: its left half holds an occluder close to the light, its
 // right half nothing. Drawn from the camera's own position, so the map lines up with the view.
 TEST_F(ForwardShadingGLTest, ShadowMapsDarkenOccludedSurfaces) {
     constexpr int MapSize = 16;
-    constexpr int Layers = 7;
-    // Occluders in layer 1 and in layer 6 (a point light's -Z face when its first layer is 1).
+    constexpr int Layers = 2;
+    // Occluders in layer 1 only.
     std::vector<float> depths(MapSize*MapSize*Layers, 1.0f);
-    for(int layer: {1, 6})
-        for(int y = 0; y != MapSize; ++y)
-            for(int x = 0; x != MapSize/2; ++x) depths[std::size_t((layer*MapSize + y)*MapSize + x)] = 0.05f;
+    for(int y = 0; y != MapSize; ++y)
+        for(int x = 0; x != MapSize/2; ++x) depths[std::size_t((MapSize + y)*MapSize + x)] = 0.05f;
     GLuint shadowMaps = 0;
     glGenTextures(1, &shadowMaps);
     glBindTexture(GL_TEXTURE_2D_ARRAY, shadowMaps);
@@ -416,49 +306,28 @@ TEST_F(ForwardShadingGLTest, ShadowMapsDarkenOccludedSurfaces) {
                                 glm::lookAt(Vector3{0, 0, 2}, Vector3{0}, Vector3{0, 1, 0});
     for(int layer = 0; layer != Layers; ++layer) shadowUbo.data().shadowMatrices[std::size_t(layer)] = lightMatrix;
     shadowUbo.data().parameters = Vector4{0.002f, 0.0f, 1.0f/MapSize, 1.0f};
-    shadowUbo.upload();
+    shadowUbo.data().cascadeSplits = Vector4{1.0f, 100.0f, 0.0f, 0.0f};
 
     auto withShadow = [](LightUniforms l, float layer) { l.spotShadow.z = layer; return l; };
-    const ShadowCase cases[]{
-        {"Phong, sun", "Phong Opaque", withShadow(LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), 1), true},
+    // The camera is 2 units from the quad: with two cascades and the first ending at 1, a sun whose
+    // first layer is 0 reads its second cascade, the occluded layer 1.
+    const struct { const char* name; const char* pipeline; LightUniforms light; float cascades; } cases[]{
+        {"Phong, second sun cascade", "Phong Opaque", withShadow(LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), 0), 2.0f},
         {"Physical, spot", "Physical Opaque",
-            withShadow(LightUniforms::spot({0, 0, 2}, {0, 0, -1}, {1, 1, 1}, 8.0f, 1.0f, 1.2f), 1), true},
-        {"a light without a shadow map", "Phong Opaque", LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), false},
-        {"a shadow layer without occluders", "Phong Opaque", withShadow(LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), 0), false},
+            withShadow(LightUniforms::spot({0, 0, 2}, {0, 0, -1}, {1, 1, 1}, 8.0f, 1.0f, 1.2f), 1), 1.0f},
     };
-    // The camera is 2 units from the quad: past the first cascade's end at 1, so in the second.
-    shadowUbo.data().parameters.w = 2.0f;
-    shadowUbo.data().cascadeSplits = Vector4{1.0f, 100.0f, 0.0f, 0.0f};
-    shadowUbo.upload();
-    {
-        SCOPED_TRACE("Phong, second sun cascade");
-        auto program = pipelineShader("Phong Opaque");
-        ASSERT_TRUE(program && program->isReady());
-        setMaterial(0, program->materialDefinition().defaults());
-        setLights({withShadow(LightUniforms::sun({0, 0, -1}, {1, 1, 1}, 1.0f), 0)});
-        state->bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, shadowMaps);
-        const Image image = render(*program, {});
-        EXPECT_EQ(brightness(image, 4, Size/2), 0.0f);
-        EXPECT_GT(brightness(image, Size - 5, Size/2), 60.0f);
-    }
-    shadowUbo.data().parameters.w = 1.0f;
-    shadowUbo.upload();
-
-    for(const ShadowCase& c: cases) {
+    for(const auto& c: cases) {
         SCOPED_TRACE(c.name);
+        shadowUbo.data().parameters.w = c.cascades;
+        shadowUbo.upload();
         auto program = pipelineShader(c.pipeline);
         ASSERT_TRUE(program && program->isReady());
         setMaterial(0, program->materialDefinition().defaults());
         setLights({c.light});
         state->bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, shadowMaps);
         const Image image = render(*program, {});
-        const float left = brightness(image, 4, Size/2), right = brightness(image, Size - 5, Size/2);
-        EXPECT_GT(right, 60.0f);
-        if(c.leftShadowed) {
-            EXPECT_EQ(left, 0.0f);
-        } else {
-            EXPECT_NEAR(left, right, 0.1f*right);
-        }
+        EXPECT_EQ(brightness(image, 4, Size/2), 0.0f);
+        EXPECT_GT(brightness(image, Size - 5, Size/2), 60.0f);
     }
     state->bindTexture(Shaders::ShadowMapsUnit, RendererState::TextureTarget::Texture2DArray, 0);
     RendererState::notifyTextureDeleted(shadowMaps);
@@ -466,7 +335,7 @@ TEST_F(ForwardShadingGLTest, ShadowMapsDarkenOccludedSurfaces) {
 }
 
 // Two probes along X, at the quad's left and right edges: the ambient light of a surface between
-// them is interpolated, and with the volume off the scene's SH applies again.
+// them is interpolated.
 TEST_F(ForwardShadingGLTest, ProbeVolumeAmbient) {
     auto program = pipelineShader("Phong Opaque");
     ASSERT_TRUE(program && program->isReady());
@@ -475,11 +344,6 @@ TEST_F(ForwardShadingGLTest, ProbeVolumeAmbient) {
     IrradianceVolume volume;
     const Vector3 coefficients[]{Vector3{0.2f*ShConstant}, Vector3{0}, Vector3{0}, Vector3{0},
                                  Vector3{0.6f*ShConstant}, Vector3{0}, Vector3{0}, Vector3{0}};
-    {
-        Log::Capture errors{Log::Channel::Error};
-        EXPECT_FALSE(volume.upload({2, 1, 1}, {-1, 0, 0}, {2, 1, 1}, std::span{coefficients, 7}));
-        EXPECT_TRUE(errors.contains("7 coefficients for 2 probes, expected 8")) << errors.text();
-    }
     ASSERT_TRUE(volume.upload({2, 1, 1}, {-1, 0, 0}, {2, 1, 1}, coefficients, {1.0f, 1.0f, 0.5f}));
     probeUbo.data() = volume.uniforms();
     probeUbo.upload();
@@ -494,75 +358,7 @@ TEST_F(ForwardShadingGLTest, ProbeVolumeAmbient) {
         EXPECT_NEAR(image.pixel<Rgba8>(x, Size/2).r, expected, 2.0f);
         EXPECT_NEAR(image.pixel<Rgba8>(x, Size/2).b, expected*0.5f, 2.0f);
     }
-    volume.setEnabled(false);
-    probeUbo.data() = volume.uniforms();
-    probeUbo.upload();
-    frame.shCount = 1;
-    frame.shCoefficients[0] = Vector4{0.5f*ShConstant};
-    EXPECT_NEAR(render(*program, {}).pixel<Rgba8>(Size/2, Size/2).r, 0.8f*0.5f*255.0f, 2.0f);
-    frame = {};
     state->bindTexture(Shaders::ProbeVolumeUnit, RendererState::TextureTarget::Texture3D, 0);
-}
-
-// A signed-distance vertical bar in font layer 1: inside within 8 texels of the middle column,
-// the outline at 0.5, falling by 1/32 per texel.
-TEST_F(ForwardShadingGLTest, TextFromDistanceField) {
-    auto program = pipelineShader("Text");
-    ASSERT_TRUE(program && program->isReady());
-    std::vector<unsigned char> field(Size*Size*2, 0);
-    for(int y = 0; y != Size; ++y)
-        for(int x = 0; x != Size; ++x) {
-            const float distance = 0.5f + (8.0f - std::abs(float(x) + 0.5f - Size/2.0f))/32.0f;
-            field[std::size_t((Size + y)*Size + x)] = UnsignedByte(std::clamp(distance, 0.0f, 1.0f)*255.0f + 0.5f);
-        }
-    GLuint glyphs = 0;
-    glGenTextures(1, &glyphs);
-    glBindTexture(GL_TEXTURE_2D_ARRAY, glyphs);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_R8, Size, Size, 2, 0, GL_RED, GL_UNSIGNED_BYTE, field.data());
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D_ARRAY, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glBindTexture(GL_TEXTURE_2D_ARRAY, 0);
-    state->resync();
-
-    const Shaders::MaterialDefinition& d = program->materialDefinition();
-    struct Case { const char* name; Vector4 effect; Rgba8 middle, band, outside; };
-    const Case cases[]{
-        {"plain", Vector4{0.0f}, {255, 0, 0, 255}, {0, 0, 255, 255}, {0, 0, 255, 255}},
-        {"outlined", Vector4{0, 1, 0, 1}, {255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}},
-    };
-    for(const Case& c: cases) {
-        SCOPED_TRACE(c.name);
-        Data::Material material = d.defaults();
-        d.set(material, UnsignedInt(d.paramIndex("color")), Vector4{1, 0, 0, 1});
-        d.set(material, UnsignedInt(d.paramIndex("effectColor")), c.effect);
-        d.setInteger(material, UnsignedInt(d.paramIndex("font")), 1);
-        setMaterial(0, material);
-        state->bindTexture(Shaders::TextureAtlasUnit, RendererState::TextureTarget::Texture2DArray, glyphs);
-        const Image image = render(*program, Shaders::findDefaultPipeline("Text")->pipeline, 6, Color4{0, 0, 1, 1});
-        // Columns 16, 26 (10.5 texels out: inside the 0.15 outline band) and 30 (outside everything).
-        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, 8}, c.middle, 2));
-        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {26, 8}, c.band, 2));
-        EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {30, 8}, c.outside, 2));
-    }
-    state->bindTexture(Shaders::TextureAtlasUnit, RendererState::TextureTarget::Texture2DArray, 0);
-    RendererState::notifyTextureDeleted(glyphs);
-    glDeleteTextures(1, &glyphs);
-}
-
-// The quad's two triangles share the diagonal: edges get the wireframe colour, faces the shaded one.
-TEST_F(ForwardShadingGLTest, MeshVisualizerDrawsEdges) {
-    auto program = pipelineShader("MeshVisualizer");
-    ASSERT_TRUE(program && program->isReady());
-    setMaterial(0, program->materialDefinition().defaults());
-    const Image image = render(*program, {});
-    // Defaults: wireframe (220, 220, 220); faces (47, 131, 204) shaded by 0.75 for a normal along Z.
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {Size/2, Size/2}, {220, 220, 220, 255}, 30));
-    // The outer edge runs along the first column's border, half a pixel from its centre: half covered.
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {0, Size/2}, {128, 159, 187, 255}, 8));
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {24, 8}, {35, 98, 153, 255}, 2));
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(image, {8, 24}, {35, 98, 153, 255}, 2));
 }
 
 // Three levels of distinct colours: roughness picks the level, halfway between blends neighbours,
@@ -588,12 +384,6 @@ TEST_F(ForwardShadingGLTest, EnvironmentLevelsBySpecularRoughness) {
         levels.push_back(std::move(level));
     }
     EnvironmentMap environment;
-    {
-        Log::Capture errors{Log::Channel::Error};
-        const ImageView wrong[]{levels[0], levels[2]};
-        EXPECT_FALSE(environment.upload(wrong));
-        EXPECT_TRUE(errors.contains("level 1 is 4x2, expected 8x4")) << errors.text();
-    }
     const ImageView views[]{levels[0], levels[1], levels[2]};
     ASSERT_TRUE(environment.upload(views));
     EXPECT_EQ(environment.levelCount(), 3u);

@@ -68,29 +68,13 @@ TEST(MaterialDefinitionTest, ParsesNamesTypesPackingAndDefaults) {
     EXPECT_EQ(definition->findProperties(MaterialParamType::Float), (std::vector<UnsignedInt>{2, 3}));
 }
 
-TEST(MaterialDefinitionTest, SettingAValueKeepsItsNeighbours) {
-    const auto d = MaterialDefinition::parse(PhysicalLike, "Physical.frag");
-    ASSERT_TRUE(d);
-    Data::Material m = d->defaults();
-    const UnsignedInt roughness = UnsignedInt(d->paramIndex("roughness"));
-    d->set(m, roughness, 0.125f);
-    EXPECT_EQ(d->get(m, roughness).x, 0.125f);
-    EXPECT_EQ(d->get(m, UnsignedInt(d->paramIndex("metallic"))).x, 0.0f);
-    EXPECT_EQ(d->get(m, UnsignedInt(d->paramIndex("tiling"))), Vector4(2, 3, 0, 0));
-    d->setInteger(m, 5, 0xffffffffu);
-    EXPECT_EQ(d->getInteger(m, 5), 0xffffffffu);
-}
-
 struct BadLineCase { const char* name; const char* source; const char* error; };
 
 const BadLineCase BadLineCases[]{
     {"unknown type", "\n#pragma material mat4 m\n", "Test.frag:2: unknown material parameter type \"mat4\""},
-    {"missing name", "#pragma material vec4\n", "Test.frag:1: expected #pragma material <type> <name>"},
     {"too few defaults", "#pragma material vec3 c 1 2\n", "Test.frag:1: material parameter \"c\" of type vec3 takes 3 default values, got 2"},
     {"not a number", "#pragma material float f one\n", "Test.frag:1: material parameter \"f\": \"one\" is not a number"},
-    {"negative uint", "#pragma material uint u -1\n", "\"-1\" is not a valid uint"},
     {"duplicate", "#pragma material float a\n#pragma material vec2 a\n", "Test.frag:2: material parameter \"a\" is declared twice"},
-    {"not an identifier", "#pragma material float 2x\n", "\"2x\" is not a GLSL identifier"},
     {"overflow", "#pragma material vec4 a\n#pragma material vec4 b\n#pragma material vec4 c\n#pragma material vec4 d\n"
                  "#pragma material vec4 e\n#pragma material vec4 f\n#pragma material vec4 g\n#pragma material vec4 h\n"
                  "#pragma material float i\n", "Test.frag:9: material parameter \"i\" does not fit"},
@@ -104,13 +88,6 @@ TEST(MaterialDefinitionTest, BadLinesAreReportedWithFileAndLine) {
         EXPECT_TRUE(errors.contains(c.error)) << errors.text();
         EXPECT_EQ(std::count(errors.text().begin(), errors.text().end(), '\n'), 1) << errors.text();
     }
-}
-
-TEST(MaterialDefinitionTest, LinesInIncludedFilesAreReportedThere) {
-    const std::vector<std::string> files{"Main.frag", "lib/Params.glsl"};
-    Log::Capture errors{Log::Channel::Error};
-    EXPECT_FALSE(MaterialDefinition::parse("a\n#line 1 2\n\n#pragma material vec9 x\n#line 3 1\n", files, 1));
-    EXPECT_TRUE(errors.contains("lib/Params.glsl:2: unknown material parameter type \"vec9\"")) << errors.text();
 }
 
 TEST(MaterialDefinitionTest, DeclarationsReplaceTheLinesAndKeepLineNumbers) {

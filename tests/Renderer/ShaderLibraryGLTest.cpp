@@ -29,53 +29,29 @@ struct ExpressionCase {
 
 std::vector<ExpressionCase> expressionCases() {
     const Quaternion rotation = glm::angleAxis(0.7f, glm::normalize(Vector3{1, 2, 3}));
-    const Vector3 translation{0.5f, -2.0f, 3.0f}, point{0.3f, -1.0f, 2.0f}, scaling{2.0f, 0.5f, 1.5f};
+    const Vector3 translation{0.5f, -2.0f, 3.0f}, point{0.3f, -1.0f, 2.0f};
     const DualQuaternion transform = DualQuaternion::fromRotationTranslation(rotation, translation);
     const std::string real = glsl(transform.real), dual = glsl(transform.dual);
 
     return {
-        {"quatRotate matches glm", fmt::format("vec4(quatRotate({}, {}), 0.0)", real, glsl(point)),
-            Vector4{rotation*point, 0.0f}, 1e-5f},
-        {"quatMultiply matches glm", fmt::format("quatMultiply({}, {})", real, glsl(glm::angleAxis(1.1f, Vector3{0, 1, 0}))),
-            [&] { const Quaternion q = rotation*glm::angleAxis(1.1f, Vector3{0, 1, 0}); return Vector4{q.x, q.y, q.z, q.w}; }(), 1e-5f},
-        {"dual quaternion point transform matches the engine",
-            fmt::format("vec4(dualQuatTransformPoint({}, {}, {}), 0.0)", real, dual, glsl(point)),
-            Vector4{transform.transformPoint(point), 0.0f}, 1e-5f},
-        {"dual quaternion matrix with scaling matches the engine",
-            fmt::format("dualQuatToMatrix({}, {}, {})*vec4({}, 1.0)", real, dual, glsl(scaling), glsl(point)),
-            toMatrix(transform, scaling)*Vector4{point, 1.0f}, 1e-5f},
         // An antipodal copy (-real, -dual) is the same transformation and must not cancel out.
         {"blending a joint with its antipodal copy keeps the joint",
             fmt::format("DualQuatBlend b = dualQuatBlendBegin({0}, {1}, 0.3); dualQuatBlendAdd(b, -{0}, -{1}, 0.7); "
                         "dualQuatBlendEnd(b); result = vec4(dualQuatTransformPoint(b.real, b.dual, {2}), 0.0)", real, dual, glsl(point)),
             Vector4{transform.transformPoint(point), 0.0f}, 1e-4f},
         // llvmpipe's asin is good to about 1e-4.
-        {"equirect round trip", "vec4(directionToEquirect(equirectToDirection(vec2(0.3, 0.7))), 0.0, 0.0)",
-            Vector4{0.3f, 0.7f, 0, 0}, 2e-4f},
         {"equirect poles and front", "vec4(directionToEquirect(vec3(0.0, 0.0, -1.0)), directionToEquirect(vec3(0.0, 1.0, 0.0)).y, "
                                      "directionToEquirect(vec3(0.0, -1.0, 0.0)).y)", Vector4{0.5f, 0.5f, 1.0f, 0.0f}, 2e-4f},
         {"snorm pair round trip keeps signs", "vec4(unpackSnorm2x16Portable(packSnorm2x16Portable(vec2(-0.5, 0.25))), "
                                               "unpackSnorm2x16Portable(packSnorm2x16Portable(vec2(1.0, -1.0))))",
             Vector4{-0.5f, 0.25f, 1.0f, -1.0f}, 1e-4f},
-        {"unorm quad round trip", "unpackUnorm4x8Portable(packUnorm4x8Portable(vec4(0.0, 0.2, 0.6, 1.0)))",
-            Vector4{0.0f, 51.0f/255.0f, 153.0f/255.0f, 1.0f}, 1e-6f},
         {"unorm quad byte order", "vec4(float(packUnorm4x8Portable(vec4(1.0, 0.0, 0.0, 0.0))), "
                                   "float(packUnorm4x8Portable(vec4(0.0, 1.0, 0.0, 0.0)) >> 8u), 0.0, 0.0)",
             Vector4{255.0f, 255.0f, 0, 0}, 0.0f},
-        {"halves of a pair: even index low, odd index high",
-            "vec4(float(unpackHalfOfPair(0xBEEF1234u, 0u)), float(unpackHalfOfPair(0xBEEF1234u, 1u)), "
-            "float(unpackHalfOfPair(0xBEEF1234u, 6u)), float(unpackHalfOfPair(0xBEEF1234u, 7u)))",
-            Vector4{0x1234, 0xBEEF, 0x1234, 0xBEEF}, 0.0f},
-        {"picking pixel", "packComponentId(3u, 0x1234u)*255.0", Vector4{3, 0x34, 0x12, 255}, 1e-3f},
-        {"radical inverse", "vec4(radicalInverse(1u), radicalInverse(2u), radicalInverse(3u), hammersley(3u, 4u).x)",
-            Vector4{0.5f, 0.25f, 0.75f, 0.75f}, 1e-7f},
         // Dot products of the frame's axes and its determinant, for a normal near +Z and a generic one.
         {"tangent frame is orthonormal near +Z",
             "mat3 f = tangentFrame(normalize(vec3(0.01, 0.0, 1.0))); "
             "result = vec4(dot(f[0], f[1]), dot(f[1], f[2]), dot(f[0], f[2]), determinant(f))", Vector4{0, 0, 0, 1}, 1e-5f},
-        {"sRGB round trip and luminance", "vec4(linearToSrgb(srgbToLinear(vec3(0.02, 0.5, 0.9))), luminance(vec3(1.0)))",
-            Vector4{0.02f, 0.5f, 0.9f, 1.0f}, 1e-5f},
-        {"sRGB mid grey", "vec4(srgbToLinear(vec3(0.5)), 0.0)", Vector4{0.21404114f, 0.21404114f, 0.21404114f, 0}, 1e-5f},
         {"tone mapping modes", "vec4(tonemap(vec3(3.0), 0u).x, tonemap(vec3(3.0), 1u).x, tonemap(vec3(0.0), 2u).x, tonemap(vec3(100.0), 2u).x)",
             Vector4{1.0f, 0.75f, 0.0f, 1.0f}, 1e-3f},
         // A white, rough dielectric lit and seen head-on: Lambert minus what Fresnel reflects, plus GGX.

@@ -13,10 +13,8 @@ namespace {
 struct HeaderCase { const char* name; const char* source; ShaderType type; bool internal; const char* error; };
 
 const HeaderCase HeaderCases[]{
-    {"none", "void main() {}\n", ShaderType::Unknown, false, nullptr},
     {"depth, internal", "#define SHADER_INTERNAL\n#define SHADER_TYPE_DEPTH\n", ShaderType::Depth, true, nullptr},
     {"commented internal", "// #define SHADER_INTERNAL\n#define SHADER_TYPE_TILE_FEEDBACK\n", ShaderType::TileFeedback, false, nullptr},
-    {"indented and spaced", "  #  define   SHADER_TYPE_SKINNING\n", ShaderType::Skinning, false, nullptr},
     {"prefix is not the define", "#define SHADER_TYPE_FORWARD_PLUS\n", ShaderType::Unknown, false, nullptr},
     {"two types", "#define SHADER_TYPE_FORWARD\n#define SHADER_TYPE_DEPTH\n", ShaderType::Forward, false,
         "X.frag:2: SHADER_TYPE_DEPTH after SHADER_TYPE_FORWARD"},
@@ -34,21 +32,6 @@ TEST(ShaderSourceTest, HeaderDefines) {
         if(c.error) EXPECT_TRUE(errors.contains(c.error)) << errors.text();
         else EXPECT_EQ(errors.text(), "");
     }
-}
-
-TEST(ShaderSourceTest, Preamble) {
-    const std::vector<std::string> defines{"NORMAL", "MAX_LIGHTS 4", "MULTIDRAW"};
-    const std::string desktopVertex = Shaders::shaderPreamble(Shaders::ShaderStage::Vertex, defines, Shaders::GlslDialect::Glsl330);
-    EXPECT_EQ(desktopVertex.rfind("#version 330 core\n", 0), 0u);
-    EXPECT_NE(desktopVertex.find("#extension GL_ARB_shader_draw_parameters : require\n"), std::string::npos);
-    EXPECT_NE(desktopVertex.find("#define VERTEX_SHADER\n#define NORMAL\n#define MAX_LIGHTS 4\n"), std::string::npos);
-
-    const std::string esFragment = Shaders::shaderPreamble(Shaders::ShaderStage::Fragment, defines, Shaders::GlslDialect::Essl300);
-    EXPECT_EQ(esFragment.rfind("#version 300 es\nprecision highp float;\n", 0), 0u);
-    EXPECT_NE(esFragment.find("precision highp sampler2DArray;\n"), std::string::npos);
-    EXPECT_NE(esFragment.find("#define FRAGMENT_SHADER\n"), std::string::npos);
-    // gl_DrawID exists only in vertex stages.
-    EXPECT_EQ(esFragment.find("#extension"), std::string::npos);
 }
 
 TEST(ShaderSourceTest, EmbeddedGroup) {
@@ -71,9 +54,6 @@ TEST(ShaderSourceTest, PipelineRecordValidity) {
         {"default", {}, true},
         {"last blend factor", with([](Data::Pipeline& p) { p.sourceAlpha = Data::BlendFactor(14); }), true},
         {"blend factor past the table", with([](Data::Pipeline& p) { p.destinationAlpha = Data::BlendFactor(15); }), false},
-        {"unknown equation", with([](Data::Pipeline& p) { p.alphaEquation = Data::BlendEquation(5); }), false},
-        {"unknown depth function", with([](Data::Pipeline& p) { p.depthFunction = Data::DepthFunction(8); }), false},
-        {"unknown type", with([](Data::Pipeline& p) { p.type = Data::PipelineType(4); }), false},
         {"mask bits past alpha", with([](Data::Pipeline& p) { p.colorMask = 0x10; }), false},
     };
     for(const auto& c: cases) EXPECT_EQ(Data::isValid(c.pipeline), c.valid) << c.name;
