@@ -119,18 +119,20 @@ TEST_F(SceneViewRuntimeGLTest, ImagesOverflowingTheAtlasAreListedThenOneHint) {
         EXPECT_EQ(thumbnails().size(t.key), std::optional<Vector2i>{t.size}) << t.key;
 }
 
-TEST_F(SceneViewRuntimeGLTest, EditorCameraKeepsNinetyDegreesWhateverTheProjectSays) {
-    const float fovs[]{30.0f, 90.0f, 150.0f};
-    for(const float fov: fovs) {
-        setSetting(Model::Settings::FieldOfView, fov);
-        setSetting(Model::Settings::Near, fov/100.0f);
-        setSetting(Model::Settings::Far, fov*10.0f);
+TEST_F(SceneViewRuntimeGLTest, EditorCameraKeepsNinetyDegreesAndTheProjectsClipPlanes) {
+    // Clip planes that are not 0 < near < far leave the previous ones.
+    struct Case { float fov, near, far, expectedNear, expectedFar; };
+    for(const Case c: {Case{30.0f, 0.5f, 300.0f, 0.5f, 300.0f}, Case{150.0f, 2.0f, 1.0f, 0.5f, 300.0f},
+                       Case{90.0f, 0.05f, 50.0f, 0.05f, 50.0f}}) {
+        setSetting(Model::Settings::FieldOfView, c.fov);
+        setSetting(Model::Settings::Near, c.near);
+        setSetting(Model::Settings::Far, c.far);
+        const Log::Silence silence;
         frame();
         const Data::ViewManager& views = view().canvas().views();
-        EXPECT_EQ(views.fov(Canvas::MainView), 90.0f) << fov;
-        // The clip planes are the project's.
-        EXPECT_FLOAT_EQ(views.near(Canvas::MainView), fov/100.0f);
-        EXPECT_FLOAT_EQ(views.far(Canvas::MainView), fov*10.0f);
+        EXPECT_EQ(views.fov(Canvas::MainView), 90.0f) << c.fov;
+        EXPECT_EQ(views.near(Canvas::MainView), c.expectedNear) << c.fov;
+        EXPECT_EQ(views.far(Canvas::MainView), c.expectedFar) << c.fov;
     }
 }
 
