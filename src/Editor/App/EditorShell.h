@@ -87,6 +87,8 @@ public:
     AssetCompiler& assetCompiler() { return *_compiler; }
     ImGuiContext* imguiContext() const { return _context; }
     AssetPanel& assetPanel() { return _assets; }
+    // GL texture of the thumbnail the asset panel shows for a resource, when one has been made.
+    std::optional<unsigned> thumbnailOf(ResourceType type, ResourceId id) const;
     long frameIndex() const { return _frame; }
     // Last pointer position (window pixels) and the PointerButton bits held.
     Vector2 pointer() const { return _pointer; }
@@ -116,7 +118,6 @@ private:
     void loadViewState(EditorView& view);
     void saveViewState(EditorView& view);
     void persistPreferences();
-    std::optional<unsigned> thumbnailOf(ResourceType type, ResourceId id) const;
     // The panels keep record ids, the views a bit set over the scene's objects; whichever side
     // changed since the last frame wins.
     void pullSceneSelection();
