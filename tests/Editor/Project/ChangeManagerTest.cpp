@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -10,8 +9,6 @@
 
 namespace ArdentisEngine::Test {
 namespace {
-
-namespace fs = std::filesystem;
 
 class ChangeManagerTest: public testing::Test {
 protected:
@@ -25,103 +22,8 @@ protected:
     ChangeManager changes{project};
 };
 
-// Random edits of every kind, checked after every step against the saved bytes of each state.
-TEST_F(ChangeManagerTest, RandomSequencesUndoAndRedoExactly) {
-    const fs::path folder = scratchFolder();
-    for(std::uint32_t seed = 1; seed <= 25; ++seed) {
-        SCOPED_TRACE(seed);
-        ProjectFile p;
-        const fs::path projectFolder = folder/std::to_string(seed);
-        ASSERT_TRUE(p.create(projectFolder.string()));
-        ASSERT_TRUE(p.loadText(SampleProject, "sample"));
-        ASSERT_TRUE(p.save());
-        const std::string original = readFile(projectFolder/ProjectFile::FileName);
-        ChangeManager c{p};
-        std::mt19937 random{seed};
-        auto pick = [&random](std::size_t n) { return std::size_t(random() % n); };
-        auto number = [&random]() { return float(int(random() % 2000) - 1000)/8.0f; };
-        auto objectIds = [&p]() { return p.section<ObjectRecord>().ids(); };
-
-        // states[i] is the saved text after i undo steps exist.
-        std::vector<std::string> states{original};
-        for(int step = 0; step != 40; ++step) {
-            const std::size_t steps = c.undoCount();
-            const int pushes = 1 + int(pick(3));
-            if(pick(4) == 0) c.startChangeGroup();
-            for(int i = 0; i != pushes; ++i) {
-                const auto ids = objectIds();
-                const RecordAccess o = p.section<ObjectRecord>()[ids[pick(ids.size())]];
-                const bool merge = pick(2);
-                switch(pick(9)) {
-                    case 0: c.pushChange(o.access("name"), fmt::format("object{}", random() % 100), merge); break;
-                    case 1: c.pushChange(o.access("translation"), Vector3{number(), number(), number()}, merge); break;
-                    case 2: {
-                        const Matrix4 m = glm::translate(Matrix4{1.0f}, Vector3{number(), 0.0f, number()})*
-                            glm::rotate(Matrix4{1.0f}, number(), glm::normalize(Vector3{1.0f, number(), 2.0f}))*
-                            glm::scale(Matrix4{1.0f}, Vector3{1.0f + float(pick(3)), 2.0f, 0.5f});
-                        c.pushTransformChange(o, m, merge);
-                        break;
-                    }
-                    case 3: c.pushRemoval(o.access("translation")); break;
-                    case 4: {
-                        // A new record under a random existing parent, with a component list.
-                        const ResourceId id = p.section<ObjectRecord>().nextId();
-                        JsonDocument record;
-                        record.Parse(fmt::format(R"({{"name": "new{}", "parent": {}, "components": [{{"type": 4, "mesh": 1}}]}})",
-                            id.value, o.id().value).c_str());
-                        c.pushChange(p.section<ObjectRecord>()[id], record, merge);
-                        break;
-                    }
-                    case 5: {
-                        // Removing a leaf keeps the hierarchy valid.
-                        bool leaf = true;
-                        for(ResourceId other: objectIds())
-                            if(p.section<ObjectRecord>()[other][Model::Object::Parent].value() == o.id()) leaf = false;
-                        if(leaf && objectIds().size() > 1) c.pushRemoval(o);
-                        break;
-                    }
-                    case 6: {
-                        const ValueAccess<void> components = o.access("components");
-                        c.pushChange(components.access(components.size()).access("type"), std::uint32_t(1 + pick(6)), merge);
-                        break;
-                    }
-                    case 7: {
-                        const ValueAccess<void> components = o.access("components");
-                        if(components.size()) c.pushRemoval(components.access(pick(components.size())));
-                        break;
-                    }
-                    case 8: c.pushChange(p.settings()[Model::Settings::BloomThreshold], number(), merge); break;
-                }
-            }
-            c.commit();
-            if(c.undoCount() > steps) states.push_back(p.text());
-            else if(c.undoCount() == steps && steps) states.back() = p.text();
-            ASSERT_EQ(states.size(), c.undoCount() + 1);
-            ASSERT_EQ(p.text(), states.back());
-        }
-        const std::string edited = p.text();
-        ASSERT_TRUE(validateProject(p.document()).has_value() == false);
-
-        for(std::size_t i = states.size() - 1; i > 0; --i) {
-            ASSERT_TRUE(c.undo());
-            ASSERT_EQ(p.text(), states[i - 1]) << "after undoing to step " << i - 1;
-        }
-        EXPECT_FALSE(c.undo());
-        ASSERT_TRUE(p.save());
-        EXPECT_EQ(readFile(projectFolder/ProjectFile::FileName), original);
-
-        for(std::size_t i = 1; i != states.size(); ++i) {
-            ASSERT_TRUE(c.redo());
-            ASSERT_EQ(p.text(), states[i]) << "after redoing step " << i;
-        }
-        EXPECT_FALSE(c.redo());
-        ASSERT_TRUE(p.save());
-        EXPECT_EQ(readFile(projectFolder/ProjectFile::FileName), edited);
-    }
-}
-
-// Edits, undo, redo and cancels interleaved at random, checked after every call against a model
-// of the history: the saved text of each state and the position in it.
+// Edits of every kind, undo, redo and cancels interleaved at random, checked after every call
+// against a model of the history: the saved text of each state and the position in it.
 TEST_F(ChangeManagerTest, RandomInterleavedHistoryMatchesModel) {
     for(std::uint32_t seed = 100; seed != 120; ++seed) {
         SCOPED_TRACE(seed);
@@ -130,14 +32,42 @@ TEST_F(ChangeManagerTest, RandomInterleavedHistoryMatchesModel) {
         ChangeManager c{p};
         std::mt19937 random{seed};
         auto pick = [&random](std::size_t n) { return std::size_t(random() % n); };
+        auto number = [&random]() { return float(int(random() % 2000) - 1000)/8.0f; };
         auto edit = [&](bool merge) {
-            const auto ids = p.section<ObjectRecord>().ids();
-            const RecordAccess o = p.section<ObjectRecord>()[ids[pick(ids.size())]];
-            switch(pick(4)) {
-                case 0: c.pushChange(o.access("scaling"), Vector3{float(pick(5)), 1.0f, 2.0f}, merge); break;
-                case 1: c.pushRemoval(o.access("translation")); break;
-                case 2: c.pushChange(p.settings()[Model::Settings::ShadowMapSize], std::uint32_t(256u << pick(4)), merge); break;
-                case 3: {
+            auto objects = p.section<ObjectRecord>();
+            const auto ids = objects.ids();
+            const RecordAccess o = objects[ids[pick(ids.size())]];
+            switch(pick(9)) {
+                case 0: c.pushChange(o.access("name"), fmt::format("object{}", random() % 100), merge); break;
+                case 1: c.pushChange(o.access("scaling"), Vector3{float(pick(5)), number(), 2.0f}, merge); break;
+                case 2: c.pushTransformChange(o, glm::translate(Matrix4{1.0f}, Vector3{number(), 0.0f, number()})*
+                    glm::rotate(Matrix4{1.0f}, number(), glm::normalize(Vector3{1.0f, number(), 2.0f}))*
+                    glm::scale(Matrix4{1.0f}, Vector3{1.0f + float(pick(3)), 2.0f, 0.5f}), merge); break;
+                case 3: c.pushRemoval(o.access("translation")); break;
+                case 4: {
+                    // A new record under a random existing parent, with a component list.
+                    JsonDocument record;
+                    record.Parse(fmt::format(R"({{"name": "new", "parent": {}, "components": [{{"type": 4, "mesh": 1}}]}})",
+                        o.id().value).c_str());
+                    c.pushChange(objects[objects.nextId()], record, merge);
+                    break;
+                }
+                case 5: {
+                    // Removing a leaf keeps the hierarchy valid.
+                    bool leaf = ids.size() > 1;
+                    for(ResourceId other: ids) if(objects[other][Model::Object::Parent].value() == o.id()) leaf = false;
+                    if(leaf) c.pushRemoval(o);
+                    else c.pushChange(o.access("name"), "inner", merge);
+                    break;
+                }
+                case 6: {
+                    const ValueAccess<void> components = o.access("components");
+                    if(components.size() && pick(2)) c.pushRemoval(components.access(pick(components.size())));
+                    else c.pushChange(components.access(components.size()).access("type"), std::uint32_t(1 + pick(6)), merge);
+                    break;
+                }
+                case 7: c.pushChange(p.settings()[Model::Settings::ShadowMapSize], std::uint32_t(256u << pick(4)), merge); break;
+                case 8: {
                     const ValueAccess<void> events = p.section<AnimationRecord>()[ResourceId{1}].access("events");
                     if(events.size() && pick(2)) c.pushRemoval(events.access(pick(events.size())));
                     else c.pushChange(events.access(events.size()).access("time"), double(pick(100))/10.0, merge);
@@ -191,6 +121,7 @@ TEST_F(ChangeManagerTest, RandomInterleavedHistoryMatchesModel) {
             ASSERT_EQ(c.redoCount(), states.size() - 1 - position);
             ASSERT_EQ(p.text(), states[position]) << "after step " << step;
         }
+        EXPECT_FALSE(validateProject(p.document()));
     }
 }
 
@@ -244,21 +175,10 @@ TEST_F(ChangeManagerTest, UndoLastOfUnchangedPreviewKeepsEarlierStep) {
     EXPECT_EQ(object(1)[Model::Object::Name].value(), "Edited");
 }
 
-TEST_F(ChangeManagerTest, RemovalReturnsFieldToDefault) {
-    changes.pushRemoval(object(1).access("translation"));
-    changes.commit();
-    EXPECT_FALSE(object(1)[Model::Object::Translation].isSet());
-    EXPECT_EQ(object(1)[Model::Object::Translation].value(), Vector3{0.0f});
-    // Removing what is not there records nothing.
-    changes.pushRemoval(object(1).access("translation"));
-    EXPECT_FALSE(changes.commit());
-    changes.undo();
-    EXPECT_EQ(object(1)[Model::Object::Translation].value(), (Vector3{1.0f, 2.0f, 3.0f}));
-}
-
 TEST_F(ChangeManagerTest, EqualValueRecordsNothing) {
     changes.pushChange(object(1).access("name"), "Root");
     changes.pushChange(object(1).access("translation"), Vector3{1.0f, 2.0f, 3.0f});
+    changes.pushRemoval(object(1).access("scaling"));
     EXPECT_FALSE(changes.commit());
     // A float pushed onto the double its saved text reads as is the same value.
     changes.pushChange(object(2).access("translation"), Vector3{0.1f, 0.2f, 0.7f});
@@ -285,11 +205,9 @@ TEST_F(ChangeManagerTest, ImpossiblePathsAreRefused) {
 // File references pushed alone or inside records: refused when they leave the project folder.
 TEST_F(ChangeManagerTest, ReferencesOutsideTheProjectAreRefused) {
     const struct { const char* path; const char* json; bool refused; } cases[]{
-        {"/images/1/file", R"("../../Bricks.png")", true},
         {"/shaders/5", R"({"name": "Evil", "file": "../../x.frag"})", true},
         {"/settings/environment/image", R"("/home/sky.hdr")", true},
         {"/shaders/5", R"({"name": "Fine", "file": "shaders/x.frag"})", false},
-        {"/textures/1/image", "2", false},
     };
     for(const auto& c: cases) {
         SCOPED_TRACE(c.json);
@@ -330,7 +248,6 @@ TEST_F(ChangeManagerTest, StampsMoveOnlyForTouchedCategories) {
     const struct { const char* path; const char* json; std::vector<ChangeCategory> moved; } cases[]{
         {"/settings/render/clearColor", "[1, 1, 1, 1]", {ChangeCategory::RenderSettings}},
         {"/objects/2/components/0/intensity", "4", {ChangeCategory::Objects, ChangeCategory::Lights}},
-        {"/materials/1/Phong/diffuseTexture", "2", {ChangeCategory::Materials}},
         {"/pipelines/1/transparent", "true", {ChangeCategory::Shaders}},
     };
     std::size_t heard = 0;
