@@ -93,6 +93,9 @@ public:
     static bool isMiddleMouseOrEmulated(const PointerEvent& event);
     // Turns the orbit camera to `rotation` and moves the canvas camera there.
     void focus(const Quaternion& rotation);
+    // Orbits a three-quarter view from above around the bounds of every mesh in the scene, at the
+    // distance where they fit the view; false (camera untouched) when the scene has no meshes.
+    bool frameScene();
     // Centre of the view's window in screen pixels.
     Vector2i windowCenter() const;
 

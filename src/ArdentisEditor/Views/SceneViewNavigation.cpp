@@ -3,6 +3,7 @@
 #include "ArdentisEditor/Views/SceneView.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include <imgui.h>
@@ -19,6 +20,10 @@
 namespace ArdentisEngine {
 
 namespace {
+
+// The opening view looks down at the scene from the front right.
+constexpr float FrameYaw = 35.0f;
+constexpr float FramePitch = -30.0f;
 
 void warpCursor(ArdentisEditor& app, Vector2 position) {
     // Headless runs have no window, and their pointer is wherever the script puts it.
@@ -61,6 +66,33 @@ Vector2i SceneView::windowCenter() const {
     const ImGuiWindow* window = ImGui::FindWindowByName(title());
     AE_ASSERT(window);
     return Vector2i{int(window->Pos.x), int(window->Pos.y)} + Vector2i{int(window->Size.x), int(window->Size.y)}/2;
+}
+
+bool SceneView::frameScene() {
+    Data::Scene& scene = _canvas->mainScene();
+    Data::SceneGraph& graph = scene.graph();
+    graph.computeAbsoluteTransformations();
+    BoundingSphere bounds;
+    for(std::size_t i = 0; i != graph.capacity(); ++i)
+        if(graph.isValid(Data::Id(i))) bounds = bounds.joined(_canvas->getObjectAbsoluteBoundingSphere(UnsignedShort(i)));
+    if(bounds.isEmpty()) return false;
+
+    // The field of view is horizontal; a wide view fits the sphere into its narrower vertical angle.
+    // Before its window was first laid out the view is 1x1, and a 16:9 view is assumed.
+    Data::ViewManager& views = _canvas->views();
+    const Vector2 size = _viewSize.x > 1 && _viewSize.y > 1 ? Vector2{_viewSize} : Vector2{16.0f, 9.0f};
+    float halfAngle = 0.5f*glm::radians(views.fov(Canvas::MainView));
+    if(size.x > size.y) halfAngle = std::atan(std::tan(halfAngle)*size.y/size.x);
+    const float distance = std::clamp(bounds.radius/std::tan(halfAngle), views.near(Canvas::MainView)*2.0f,
+                                      views.far(Canvas::MainView)*0.5f);
+
+    _orbit.setRotation(glm::angleAxis(glm::radians(FrameYaw), Vector3{0.0f, 1.0f, 0.0f})*
+                       glm::angleAxis(glm::radians(FramePitch), Vector3{1.0f, 0.0f, 0.0f}));
+    _orbit.setTarget(bounds.center);
+    _orbit.setDistance(distance);
+    _canvas->cameraTransform(_orbit.update());
+    _fly.reset(_canvas->cameraTransform());
+    return true;
 }
 
 void SceneView::pointerMoveEvent(PointerMoveEvent& event) {

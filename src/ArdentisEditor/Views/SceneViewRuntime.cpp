@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <limits>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -317,7 +318,8 @@ void SceneView::reloadRuntime() {
         return;
     }
 
-    // 16. Everything has been seen.
+    // 16. Everything has been seen. A project opens with its whole scene in view.
+    if(_lastRevision == std::numeric_limits<std::uint32_t>::max() && editorData().hasProject()) frameScene();
     stampReloaded(scene);
 }
 

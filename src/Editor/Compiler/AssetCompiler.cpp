@@ -28,6 +28,7 @@
 #include "Renderer/DefaultPipelines.h"
 #include "Renderer/InlineIncludes.h"
 #include "Renderer/InternalShaders.h"
+#include "Renderer/MeshPacking.h"
 
 namespace ArdentisEngine {
 
@@ -51,6 +52,17 @@ std::optional<std::size_t> indexedResource(std::string_view resource, std::strin
     const auto [end, error] = std::from_chars(resource.data(), resource.data() + resource.size(), index);
     if(error != std::errc{} || end != resource.data() + resource.size()) return {};
     return index;
+}
+
+MeshDataFlags attributeFlags(const MeshData& mesh) {
+    if(mesh.positions.empty()) return 0;
+    MeshDataFlags flags = 0;
+    if(!mesh.normals.empty()) flags |= MeshDataNormal;
+    if(!mesh.textureCoordinates.empty()) flags |= MeshDataTextureCoordinates;
+    if(!mesh.colors.empty()) flags |= MeshDataColor;
+    if(!mesh.tangents.empty()) flags |= MeshDataTangent;
+    if(!mesh.jointIds.empty()) flags |= MeshDataJoints;
+    return flags;
 }
 
 // Built-in shapes that mesh records can name with a "primitive" field instead of a source.
@@ -610,6 +622,9 @@ void AssetCompiler::compileMeshes(bool force) {
         ++count;
     }
     if(count) {
+        // The renderer packs every mesh with one vertex layout, chosen from what the meshes carry.
+        _scene->meshDataFlags = 0;
+        for(const MeshData& mesh: _scene->meshData) _scene->meshDataFlags |= attributeFlags(mesh);
         markCompiled(SceneCategory::Meshes, count);
         _componentInputs = true;
     }
