@@ -107,8 +107,7 @@ TEST(EditorShellTest, OutlinerClickSelectsAndEachTranslationEditIsOneStep) {
     driver.play(at(0, "click left " + field) + at(2, "click left " + field) + at(5, "key Ctrl+A") +
                 at(7, "text 7.25") + at(9, "key Enter"), 12);
     const Vector3 edited = driver.translation(1);
-    EXPECT_FLOAT_EQ(edited.x, 7.25f);
-    EXPECT_FLOAT_EQ(edited.y, original.y);
+    EXPECT_EQ(edited, Vector3(7.25f, original.y, original.z));
     EXPECT_EQ(driver.shell.changeManager().undoCount(), 1u) << "typing is one undo step";
 
     // A second edit of the same field, past the double-click time, is a step of its own.
@@ -117,8 +116,6 @@ TEST(EditorShellTest, OutlinerClickSelectsAndEachTranslationEditIsOneStep) {
                 at(7, "text 9") + at(9, "key Enter"), 12);
     EXPECT_FLOAT_EQ(driver.translation(1).x, 9.0f);
     EXPECT_EQ(driver.shell.changeManager().undoCount(), 2u);
-    driver.play(at(0, "key Ctrl+Z"), 3);
-    EXPECT_EQ(driver.translation(1), edited);
 }
 
 TEST(EditorShellTest, OutlinerDragReparents) {
@@ -132,7 +129,6 @@ TEST(EditorShellTest, OutlinerDragReparents) {
     auto parentOf = [&](std::uint32_t id) {
         return driver.shell.project().section<ObjectRecord>()[ResourceId{id}][Model::Object::Parent].value();
     };
-    const std::string original = driver.shell.project().text();
 
     // Rows: Crate, Lid (child of Crate), Lamp. Lid onto Lamp.
     drag(layout.outlinerRow(1), layout.outlinerRow(2));
@@ -147,9 +143,7 @@ TEST(EditorShellTest, OutlinerDragReparents) {
     // Lid onto the free space below the tree becomes a root.
     drag(layout.outlinerRow(2), {40.0f, 500.0f});
     EXPECT_EQ(parentOf(2), ResourceId{});
-
-    driver.play(at(0, "key Ctrl+Z") + at(3, "key Ctrl+Z"), 6);
-    EXPECT_EQ(driver.shell.project().text(), original);
+    EXPECT_EQ(driver.shell.changeManager().undoCount(), 2u);
 }
 
 TEST(EditorShellTest, NewObjectAndComponentFromThePanels) {
@@ -186,8 +180,7 @@ TEST(EditorShellTest, UnsavedChangesAreOfferedOnQuit) {
     EXPECT_TRUE(driver.shell.shouldQuit()) << "nothing to save";
 
     ShellDriver edited{makeProject("quit-edited")};
-    const RecordAccess crate = edited.shell.project().section<ObjectRecord>()[ResourceId{1}];
-    edited.shell.changeManager().pushChange(crate[Model::Object::Name], std::string_view{"Box"});
+    edited.shell.changeManager().pushChange(edited.shell.project().section<ObjectRecord>()[ResourceId{1}][Model::Object::Name], std::string_view{"Box"});
     edited.shell.changeManager().commit();
     EXPECT_TRUE(edited.shell.hasUnsavedChanges());
     edited.shell.requestQuit();
@@ -292,13 +285,6 @@ TEST(EditorShellViewTest, EventsAndShortcutsFollowFocus) {
     second.busy = false;
     driver.shell.requestQuit();
     EXPECT_TRUE(driver.shell.shouldQuit());
-
-    // Closed views are neither updated nor drawn.
-    first.setOpen(false);
-    const int draws = first.draws;
-    driver.frame();
-    EXPECT_EQ(first.draws, draws);
-    EXPECT_FALSE(first.isVisible());
 }
 
 TEST(EditorShellTest, SaveAsCopiesSourcesAndContinuesThere) {
@@ -329,8 +315,7 @@ TEST(EditorShellTest, SaveAsCopiesSourcesAndContinuesThere) {
 TEST(EditorShellTest, NewProjectStartsEmptyWithNoHistory) {
     const std::filesystem::path from = makeProject("new-from");
     ShellDriver driver{from};
-    const RecordAccess crate = driver.shell.project().section<ObjectRecord>()[ResourceId{1}];
-    driver.shell.changeManager().pushChange(crate[Model::Object::Name], std::string_view{"Box"});
+    driver.shell.changeManager().pushChange(driver.shell.project().section<ObjectRecord>()[ResourceId{1}][Model::Object::Name], std::string_view{"Box"});
     driver.shell.changeManager().commit();
     driver.shell.selection().select(ResourceId{1});
     const std::filesystem::path folder = from.parent_path()/"brand-new";
@@ -385,27 +370,20 @@ TEST(EditorShellViewTest, OpeningAnotherProjectRemakesTheViews) {
     EXPECT_EQ(&remade.editorData(), &driver.shell.editorData());
     EXPECT_FALSE(remade.isOpen()) << "closed views stay closed";
     driver.frame();
+    EXPECT_EQ(remade.draws, 0) << "and are not drawn";
 }
 
 TEST(EditorShellViewTest, ViewStateIsKeptBetweenRuns) {
     const std::filesystem::path project = makeProject("view-state");
     const std::filesystem::path layout = project.parent_path()/"config"/"layout.ini";
     std::filesystem::remove_all(layout.parent_path());
-    auto factory = [] { return std::make_unique<RecordingView>("Stateful View"); };
-    {
+    for(const char* expected: {"", "tab=3"}) {
         EditorShell shell{EditorShell::Configuration{layout, {}}};
         ASSERT_TRUE(shell.openProject(project.string()));
         shell.initWithoutGraphics();
-        auto& view = static_cast<RecordingView&>(shell.addView(factory));
-        EXPECT_EQ(view.loaded, "") << "nothing saved yet";
+        auto& view = static_cast<RecordingView&>(shell.addView([] { return std::make_unique<RecordingView>("Stateful View"); }));
+        EXPECT_EQ(view.loaded, expected);
         view.toSave = "tab=3";
-    }
-    {
-        EditorShell shell{EditorShell::Configuration{layout, {}}};
-        ASSERT_TRUE(shell.openProject(project.string()));
-        shell.initWithoutGraphics();
-        auto& view = static_cast<RecordingView&>(shell.addView(factory));
-        EXPECT_EQ(view.loaded, "tab=3");
     }
 }
 

@@ -29,10 +29,8 @@ TEST(PreferencesTest, SaveLoadRoundTrip) {
     const std::filesystem::path path = scratch("nested/dir/preferences.json");
     Preferences preferences;
     preferences.cameraRotationSensitivity = 0.75f;
-    preferences.cameraPanSensitivity = 0.01f;
     preferences.uiScale = 1.5f;
     preferences.shortcuts["SceneView/Box select"] = "Ctrl+Shift+B";
-    preferences.shortcuts["Editor/Undo"] = "Alt+Z";
     ASSERT_TRUE(savePreferences(preferences, path));
     EXPECT_FALSE(std::filesystem::exists(path.string() + ".tmp"));
     EXPECT_EQ(loadPreferences(path), preferences);
@@ -42,7 +40,6 @@ TEST(PreferencesTest, SaveLoadRoundTrip) {
 TEST(PreferencesTest, BrokenFilesAreReportedAndDefaulted) {
     const struct { const char* name; const char* text; const char* message; float rotation; } cases[]{
         {"NotJson", "{ \"cameraRotationSensitivity\": ", "not valid JSON at line 1, column 32", 0.4f},
-        {"WrongType", "{\"cameraRotationSensitivity\": \"fast\"}", "\"cameraRotationSensitivity\" must be a number", 0.4f},
         {"OutOfRange", "{\"cameraRotationSensitivity\": -1}", "is outside", 0.4f},
         {"UnknownKeyKeepsTheRest", "{\"colour\": 1, \"cameraRotationSensitivity\": 2}", "unknown preference \"colour\"", 2.0f},
     };
@@ -57,16 +54,12 @@ TEST(PreferencesTest, BrokenFilesAreReportedAndDefaulted) {
     }
 }
 
-TEST(PreferencesTest, MissingFileIsSilent) {
+TEST(PreferencesTest, MissingFileIsSilentUnwritablePlaceIsNot) {
     Log::Capture errors{Log::Channel::Error};
     EXPECT_EQ(loadPreferences(scratch("absent.json")), Preferences{});
     EXPECT_TRUE(errors.text().empty());
-}
-
-TEST(PreferencesTest, SaveIntoUnwritablePlaceFails) {
     const std::filesystem::path blocker = scratch("blocker");
     write(blocker, "a file where a folder is needed");
-    Log::Capture errors{Log::Channel::Error};
     EXPECT_FALSE(savePreferences(Preferences{}, blocker/"preferences.json"));
     EXPECT_TRUE(errors.contains("preferences not saved")) << errors.text();
 }

@@ -19,22 +19,15 @@ Image readTexture(GLuint id, Vector2i size) {
 
 using ThumbnailManagerGLTest = GLTestFixture;
 
-struct ImageCase {
-    const char* name;
-    PixelFormat format;
-    Vector4 value;   // what every pixel holds, in readPixel's float form
-    Rgba8 expected;
-};
-
 TEST_F(ThumbnailManagerGLTest, ImagesOfEveryKindBecomeRGBA8) {
-    // Tolerance 1: rounding of 8-bit normalisation.
-    const ImageCase cases[]{
+    // Every pixel holds `value`; tolerance 1 for the rounding of 8-bit normalisation.
+    const struct { const char* name; PixelFormat format; Vector4 value; Rgba8 expected; } cases[]{
         {"RGBA8", PixelFormat::RGBA8, {1.0f, 0.5f, 0.0f, 1.0f}, {255, 128, 0, 255}},
         {"RGB8 gets opaque alpha", PixelFormat::RGB8, {0.0f, 0.0f, 1.0f, 1.0f}, {0, 0, 255, 255}},
         {"float is clamped", PixelFormat::RGB32F, {4.0f, -1.0f, 0.25f, 1.0f}, {255, 0, 64, 255}},
     };
     ThumbnailManager thumbnails;
-    for(const ImageCase& c: cases) {
+    for(const auto& c: cases) {
         Image image{c.format, {3, 2}};
         for(int y = 0; y != 2; ++y)
             for(int x = 0; x != 3; ++x) writePixel(image, x, y, c.value);

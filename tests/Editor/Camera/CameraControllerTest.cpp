@@ -20,7 +20,6 @@ Quaternion yawPitch(float yawDegrees, float pitchDegrees) {
 
 TEST(OrbitControllerTest, ResetKeepsTheCameraWhereItIs) {
     const struct { float yaw, pitch; Vector3 position; } poses[]{
-        {30.0f, -35.0f, {3.0f, 5.0f, 8.0f}},
         {0.0f, -90.0f, {0.0f, 10.0f, 0.0f}},  // straight down
         {45.0f, -20.0f, {0.0f, -3.0f, 0.0f}},  // below the ground looking down
     };
@@ -47,9 +46,7 @@ TEST(OrbitControllerTest, TargetOnTheGroundWhenLookingDown) {
 TEST(OrbitControllerTest, ViewDirections) {
     // yaw, pitch in degrees, and where the camera then looks.
     const struct { const char* name; float yaw, pitch; Vector3 forward; } cases[]{
-        {"forward", 0, 0, {0, 0, -1}},
         {"right", 90, 0, {-1, 0, 0}},
-        {"down", 0, -90, {0, -1, 0}},
         {"up", 0, 90, {0, 1, 0}},
     };
     for(const auto& c: cases) {
@@ -85,8 +82,6 @@ TEST(OrbitControllerTest, ZoomStaysBetweenThePlanes) {
     orbit.setDistance(10.0f);
     orbit.zoom(0.1f, 0.01f, 1000.0f);
     EXPECT_NEAR(orbit.distance(), 10.0f*std::exp(-0.1f), 1e-4f);
-    orbit.zoom(-0.1f, 0.01f, 1000.0f);
-    EXPECT_NEAR(orbit.distance(), 10.0f, 1e-4f);
     for(int i = 0; i != 1000; ++i) orbit.zoom(1.0f, 0.5f, 100.0f);
     EXPECT_FLOAT_EQ(orbit.distance(), 1.0f);
     for(int i = 0; i != 1000; ++i) orbit.zoom(-1.0f, 0.5f, 100.0f);
@@ -123,19 +118,13 @@ DualQuaternion flyFor(int moves, float firstDuration, float secondDuration, int 
 }
 
 TEST(FlyControllerTest, OneLongStepEqualsFourShortOnes) {
-    const std::pair<int, int> flights[]{  // moves started, moves stopped
-        {FlyController::Backward | FlyController::Left, FlyController::Left}, {FlyController::Down, 0}};
-    for(const auto& [moves, stop]: flights) {
-        SCOPED_TRACE(moves);
-        const DualQuaternion slow = flyFor(moves, 1.0f/30.0f, 1.0f/30.0f, 1, stop);
-        const DualQuaternion fast = flyFor(moves, 1.0f/30.0f, 1.0f/30.0f, 4, stop);
-        EXPECT_LT(glm::length(slow.translation() - fast.translation()), 1e-5f);
-        // Over a longer flight with many frames, too.
-        const DualQuaternion coarse = flyFor(moves, 0.5f, 0.3f, 5, stop);
-        const DualQuaternion fine = flyFor(moves, 0.5f, 0.3f, 60, stop);
-        EXPECT_LT(glm::length(coarse.translation() - fine.translation()), 1e-4f);
-        EXPECT_GT(glm::length(coarse.translation() - Vector3{1, 2, 3}), 0.5f) << "it did move";
-    }
+    // Backward and left, then left stops: one step against four, and a long flight in 5 against 60 frames.
+    const int moves = FlyController::Backward | FlyController::Left, stop = FlyController::Left;
+    const DualQuaternion slow = flyFor(moves, 1.0f/30.0f, 1.0f/30.0f, 1, stop), fast = flyFor(moves, 1.0f/30.0f, 1.0f/30.0f, 4, stop);
+    EXPECT_LT(glm::length(slow.translation() - fast.translation()), 1e-5f);
+    const DualQuaternion coarse = flyFor(moves, 0.5f, 0.3f, 5, stop), fine = flyFor(moves, 0.5f, 0.3f, 60, stop);
+    EXPECT_LT(glm::length(coarse.translation() - fine.translation()), 1e-4f);
+    EXPECT_GT(glm::length(coarse.translation() - Vector3{1, 2, 3}), 0.5f) << "it did move";
 }
 
 TEST(FlyControllerTest, ReachesItsSpeedAndStopsSmoothly) {
@@ -166,8 +155,6 @@ TEST(FlyControllerTest, ReachesItsSpeedAndStopsSmoothly) {
 TEST(FlyControllerTest, DirectionsCombine) {
     // Directions at yaw 0, pitch 0.
     const struct { const char* name; int moves; Vector3 direction; } cases[]{
-        {"forward", FlyController::Forward, {0, 0, -1}},
-        {"right", FlyController::Right, {1, 0, 0}},
         {"up", FlyController::Up, {0, 1, 0}},
         {"opposites cancel", FlyController::Forward | FlyController::Backward, {0, 0, 0}},
         {"diagonal is not faster", FlyController::Forward | FlyController::Right, glm::normalize(Vector3{1, 0, -1})},
@@ -182,16 +169,13 @@ TEST(FlyControllerTest, DirectionsCombine) {
 }
 
 TEST(FlyControllerTest, SpeedBounds) {
-    const struct { float requested, expected; } cases[]{{-5.0f, 0.1f}, {0.1f, 0.1f}, {100.0f, 100.0f}, {1000.0f, 100.0f}};
-    for(const auto& c: cases) {
-        FlyController fly;
-        fly.setSpeed(c.requested);
-        EXPECT_FLOAT_EQ(fly.speed(), c.expected) << c.requested;
-    }
     FlyController fly;
-    fly.setSpeed(3.0f);
-    fly.setSpeed(NAN);
-    EXPECT_FLOAT_EQ(fly.speed(), 3.0f);
+    // A NaN keeps the speed before it.
+    const std::pair<float, float> cases[]{{-5.0f, 0.1f}, {1000.0f, 100.0f}, {3.0f, 3.0f}, {NAN, 3.0f}};
+    for(const auto& [requested, expected]: cases) {
+        fly.setSpeed(requested);
+        EXPECT_FLOAT_EQ(fly.speed(), expected) << requested;
+    }
 }
 
 TEST(FlyControllerTest, ResetTakesThePoseAndStops) {

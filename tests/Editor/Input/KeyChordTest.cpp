@@ -37,11 +37,7 @@ TEST(KeyTest, ViewChordsDecodeToTheirKeyAndModifiers) {
 
 TEST(KeyTest, GlfwMapping) {
     const struct { const char* name; int glfw; Key key; } cases[]{
-        {"letter", GLFW_KEY_W, Key::W},
-        {"digit", GLFW_KEY_7, Key::Num7},
         {"keypad digit is not the row digit", GLFW_KEY_KP_7, Key::Keypad7},
-        {"delete", GLFW_KEY_DELETE, Key::Delete},
-        {"keypad enter", GLFW_KEY_KP_ENTER, Key::KeypadEnter},
         {"world key has no name", GLFW_KEY_WORLD_1, Key::None},
         {"unknown", GLFW_KEY_UNKNOWN, Key::None},
         {"past the end", GLFW_KEY_LAST + 1, Key::None},
@@ -68,21 +64,16 @@ TEST(KeyTest, EveryNamedKeyRoundTrips) {
 }
 
 TEST(KeyTest, ParseAndName) {
-    struct Case {
-        const char* text;
-        std::optional<KeyChord> expected;
-    } cases[]{
-        {"ctrl+shift+c", chord(Key::C, KeyMod::Ctrl | KeyMod::Shift)},
-        {"Shift+Ctrl+C", chord(Key::C, KeyMod::Ctrl | KeyMod::Shift)},
+    const struct { const char* text; std::optional<KeyChord> expected; } cases[]{
+        {"shift+ctrl+c", chord(Key::C, KeyMod::Ctrl | KeyMod::Shift)},
         {"Super+Keypad +", chord(Key::KeypadAdd, KeyMod::Super)},
         {"Ctrl+-", chord(Key::Minus, KeyMod::Ctrl)},
         {"", std::nullopt},
         {"Ctrl+", std::nullopt},
         {"Ctrl+Hyper+A", std::nullopt},
-        {"Banana", std::nullopt},
         {"Ctrl", std::nullopt},
     };
-    for(const Case& c: cases) EXPECT_EQ(parseChord(c.text), c.expected) << '"' << c.text << '"';
+    for(const auto& c: cases) EXPECT_EQ(parseChord(c.text), c.expected) << '"' << c.text << '"';
 
     EXPECT_EQ(chordName(chord(Key::Z, KeyMod::Super | KeyMod::Alt | KeyMod::Shift | KeyMod::Ctrl)), "Ctrl+Shift+Alt+Super+Z");
     EXPECT_EQ(chordName(KeyMod::Ctrl), "");
@@ -90,10 +81,9 @@ TEST(KeyTest, ParseAndName) {
 }
 
 TEST(KeyTest, EventModifiers) {
-    EXPECT_EQ(chordModifiersFromEvent(GLFW_MOD_SHIFT | GLFW_MOD_CONTROL), KeyMod::Shift | KeyMod::Ctrl);
-    EXPECT_EQ(chordModifiersFromEvent(GLFW_MOD_ALT | GLFW_MOD_SUPER), KeyMod::Alt | KeyMod::Super);
     // Lock keys are no modifiers of a chord.
-    EXPECT_EQ(chordModifiersFromEvent(GLFW_MOD_CAPS_LOCK | GLFW_MOD_NUM_LOCK), 0);
+    EXPECT_EQ(chordModifiersFromEvent(GLFW_MOD_SHIFT | GLFW_MOD_CONTROL | GLFW_MOD_CAPS_LOCK | GLFW_MOD_NUM_LOCK), KeyMod::Shift | KeyMod::Ctrl);
+    EXPECT_EQ(chordModifiersFromEvent(GLFW_MOD_ALT | GLFW_MOD_SUPER), KeyMod::Alt | KeyMod::Super);
 }
 
 }

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <set>
 
 #include <imgui.h>
 
@@ -54,9 +53,16 @@ public:
         ImGui::Render();
         return changed;
     }
-    void pointer(ImVec2 at, bool down) {
-        ImGui::GetIO().MousePos = at;
-        ImGui::GetIO().MouseDown[0] = down;
+    // Moves the pointer to `at`, presses and releases the left button, one frame each; returns
+    // whether any frame reported a change.
+    bool click(ImVec2 at, const std::function<bool()>& widgets) {
+        bool changed = false;
+        for(bool down: {false, true, false}) {
+            ImGui::GetIO().MousePos = at;
+            ImGui::GetIO().MouseDown[0] = down;
+            changed |= frame(widgets);
+        }
+        return changed;
     }
     ValueAccess<void> component(const char* field) {
         return project.section<ObjectRecord>()[ResourceId{1}].access("components").access(std::size_t{0}).access(field);
@@ -70,23 +76,22 @@ private:
     ImGuiContext* _context;
 };
 
+ImVec2 lastItemCentre() {
+    return {(ImGui::GetItemRectMin().x + ImGui::GetItemRectMax().x)*0.5f, (ImGui::GetItemRectMin().y + ImGui::GetItemRectMax().y)*0.5f};
+}
+
 TEST(UiValueWidgetsTest, CheckboxBitsFlipsOneBitAsOneStep) {
     UiHarness h;
     const ValueAccess<void> flags = h.project.section<AnimationRecord>()[ResourceId{1}].access("flags");
     ImVec2 third{};
-    h.frame([&] {
+    auto draw = [&] {
         const bool changed = h.editor.ui().checkboxBits(flags, 3, {"loop", "root motion", "mirror"});
-        // The last item is the third checkbox.
-        third = {(ImGui::GetItemRectMin().x + ImGui::GetItemRectMax().x)*0.5f, (ImGui::GetItemRectMin().y + ImGui::GetItemRectMax().y)*0.5f};
+        third = lastItemCentre();  // the third checkbox
         return changed;
-    });
+    };
+    h.frame(draw);
     const std::string before = h.project.text();
-    bool changed = false;
-    for(bool down: {false, true, false}) {
-        h.pointer(third, down);
-        changed |= h.frame([&] { return h.editor.ui().checkboxBits(flags, 3, {"loop", "root motion", "mirror"}); });
-    }
-    EXPECT_TRUE(changed);
+    EXPECT_TRUE(h.click(third, draw));
     EXPECT_EQ(flags.as<std::uint32_t>(), 0b101u);
     EXPECT_EQ(h.changes.undoCount(), 1u);
     h.changes.undo();
@@ -133,37 +138,16 @@ TEST(UiValueWidgetsTest, WithoutAProjectTheEditIsReported) {
     h.editor.attachProject(nullptr, nullptr);
     const ValueAccess<void> flags = h.project.section<AnimationRecord>()[ResourceId{1}].access("flags");
     ImVec2 first{};
-    h.frame([&] {
+    auto draw = [&] {
         h.editor.ui().checkboxBits(flags, 1, {"loop"});
-        first = {(ImGui::GetItemRectMin().x + ImGui::GetItemRectMax().x)*0.5f, (ImGui::GetItemRectMin().y + ImGui::GetItemRectMax().y)*0.5f};
+        first = lastItemCentre();
         return false;
-    });
+    };
+    h.frame(draw);
     Log::Capture errors{Log::Channel::Error};
-    for(bool down: {true, false}) {
-        h.pointer(first, down);
-        h.frame([&] { return h.editor.ui().checkboxBits(flags, 1, {"loop"}); });
-    }
+    h.click(first, draw);
     EXPECT_TRUE(errors.contains("no project is open")) << errors.text();
     EXPECT_EQ(flags.as<std::uint32_t>(), 1u);
-}
-
-TEST(UiTest, ResourcePayloadTypes) {
-    // The two the scene view accepts, by their numbers, and every type named, fitting Dear ImGui's
-    // 32-character payload type limit, distinct.
-    EXPECT_EQ(Ui::resourceToDragDropType(ResourceType(7)), Ui::resourceToDragDropType(ResourceType::Material));
-    EXPECT_EQ(Ui::resourceToDragDropType(ResourceType(5)), Ui::resourceToDragDropType(ResourceType::Texture));
-    std::set<std::string_view> seen;
-    for(int t = 1; t != int(ResourceType::Count); ++t) {
-        const std::string_view name = Ui::resourceToDragDropType(ResourceType(t));
-        EXPECT_FALSE(name.empty()) << t;
-        EXPECT_LE(name.size(), 32u) << name;
-        EXPECT_TRUE(seen.insert(name).second) << name;
-    }
-    EXPECT_TRUE(Ui::resourceToDragDropType(ResourceType::None).empty());
-}
-
-ImVec2 lastItemCentre() {
-    return {(ImGui::GetItemRectMin().x + ImGui::GetItemRectMax().x)*0.5f, (ImGui::GetItemRectMin().y + ImGui::GetItemRectMax().y)*0.5f};
 }
 
 TEST(WidgetsTest, ButtonsWithTheSameFaceAreDistinct) {
@@ -188,12 +172,7 @@ TEST(WidgetsTest, ButtonsWithTheSameFaceAreDistinct) {
         return false;
     };
     h.frame(draw);
-    for(int target: {1, 3}) {
-        for(bool down: {false, true, false}) {
-            h.pointer(centres[target], down);
-            h.frame(draw);
-        }
-    }
+    for(int target: {1, 3}) h.click(centres[target], draw);
     EXPECT_EQ(presses, (std::array<int, 5>{0, 1, 0, 1, 0}));
 }
 
@@ -213,13 +192,8 @@ TEST(UiValueWidgetsTest, SelectGenericStoresTheChosenIndex) {
     // Open the list, then choose its third entry.
     const ImVec2 combo{comboMin.x + 20.0f, (comboMin.y + comboMax.y)*0.5f};
     const ImVec2 spot{combo.x, comboMax.y + style.WindowPadding.y + ImGui::GetFontSize()*0.5f + 2.0f*pitch};
-    bool changed = false;
-    for(const ImVec2& at: {combo, spot})
-        for(bool down: {false, true, false}) {
-            h.pointer(at, down);
-            changed |= h.frame(draw);
-        }
-    EXPECT_TRUE(changed);
+    h.click(combo, draw);
+    EXPECT_TRUE(h.click(spot, draw));
     EXPECT_EQ(lightType.as<std::uint32_t>(), 2u);
     EXPECT_EQ(h.changes.undoCount(), 1u);
     h.changes.undo();
