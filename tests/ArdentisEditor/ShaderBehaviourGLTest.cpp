@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <epoxy/gl.h>
+#include <glm/gtx/string_cast.hpp>
 
 #include "ArdentisEditor/Shaders/EditorShaders.h"
 #include "Gfx/GLTestFixture.h"
@@ -113,9 +114,7 @@ Image bake(RendererState& state, const std::function<Vector4(Vector2)>& environm
 
 ::testing::AssertionResult near(const Vector4& actual, const Vector4& expected, float tolerance) {
     if(glm::all(glm::lessThanEqual(glm::abs(actual - expected), Vector4{tolerance}))) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "(" << actual.r << ", " << actual.g << ", " << actual.b << ", " << actual.a
-        << ") is not within " << tolerance << " of (" << expected.r << ", " << expected.g << ", " << expected.b
-        << ", " << expected.a << ")";
+    return ::testing::AssertionFailure() << glm::to_string(actual) << " is not within " << tolerance << " of " << glm::to_string(expected);
 }
 
 // Even with the widest lobe, a constant environment comes out as itself times the tint, with alpha 1.

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -10,62 +8,25 @@
 #include "Gfx/HeadlessContext.h"
 #include "Gfx/Log.h"
 #include "Gfx/Resource.h"
-#include "Renderer/RendererState.h"
-#include "Renderer/ShaderBindings.h"
 #include "Renderer/ShaderProgram.h"
 
 using namespace ArdentisEngine;
 namespace AT = ArdentisEngine::Test;
-using Shaders::ShaderType;
 
 namespace {
 
 using AT::PrintTo;
 
-const std::vector<std::string_view> PackFiles{
-    "Depth.frag", "Depth.wgsl.frag", "IrradianceProbePreview.frag", "OutlineDraw.frag", "OutlineInit.frag",
-    "OutlineStep.frag", "Skinning.vert", "SpecularIBLBaker.frag", "TileFeedback.frag"};
-
-TEST(ShaderPack, RegisteredInOrderBeforeMain) {
+TEST(ShaderPack, RegisteredBeforeMain) {
     ASSERT_TRUE(Resource::hasGroup(Shaders::EditorShaderGroup));
     const Resource pack{Shaders::EditorShaderGroup};
-    EXPECT_EQ(pack.list(), PackFiles);
     // The glyph shaders arrive with the glyph library; until then they are absent, not empty.
     EXPECT_FALSE(pack.contains("lib/Slug.frag.glsl"));
-    for(std::string_view file: PackFiles) EXPECT_FALSE(pack.get(file).empty()) << file;
+    for(std::string_view file: pack.list()) EXPECT_FALSE(pack.get(file).empty()) << file;
 }
 
-struct HeaderCase {
-    const char* name;
-    ShaderType type;
-    bool internal;
-};
-
-// Depth, skinning and tile feedback stay visible to projects (their internal define is commented out).
-const HeaderCase HeaderCases[]{
-    {"Depth.frag", ShaderType::Depth, false},
-    {"IrradianceProbePreview.frag", ShaderType::Forward, true},
-    {"OutlineDraw.frag", ShaderType::ScreenSpaceQuad, true},
-    {"Skinning.vert", ShaderType::Skinning, false},
-    {"SpecularIBLBaker.frag", ShaderType::ScreenSpaceQuad, true},
-    {"TileFeedback.frag", ShaderType::TileFeedback, false},
-};
-
-class ShaderPackHeader: public ::testing::TestWithParam<HeaderCase> {};
-
-TEST_P(ShaderPackHeader, DeclaresItsType) {
-    const HeaderCase& c = GetParam();
-    const Resource pack{Shaders::EditorShaderGroup};
-    Log::Capture errors{Log::Channel::Error};
-    const Shaders::ShaderHeader header = Shaders::parseShaderHeader(pack.get(c.name), c.name);
-    EXPECT_EQ(header.type, c.type);
-    EXPECT_EQ(header.internal, c.internal);
-    EXPECT_EQ(errors.text(), "");
-}
-
-INSTANTIATE_TEST_SUITE_P(, ShaderPackHeader, ::testing::ValuesIn(HeaderCases), AT::caseName);
-
-// Every program the engine builds from the pack, with the variants its defines select.
+// The programs and variants the engine builds from the pack that no behaviour test draws with (the
+// outline, specular baker and skinning tests compile theirs).
 struct CompileCase {
     const char* name;
     const char* fragment;   // a pack file, or "" for SkinningCapture
@@ -78,19 +39,13 @@ struct CompileCase {
 const char* const SkinningCapture = "#define SHADER_TYPE_SKINNING\nvoid main() {}\n";
 
 const CompileCase CompileCases[]{
-    {"Depth", "Depth.frag", "Dynamic.vert", {}},
     {"Depth skinned input", "Depth.frag", "Dynamic.vert", {"PRETRANSFORMED"}},
     {"Depth web", "Depth.wgsl.frag", "Dynamic.vert", {}},
     {"Irradiance probe preview", "IrradianceProbePreview.frag", "Dynamic.vert", {"NORMAL"}},
-    {"Outline init", "OutlineInit.frag", "FullScreenTriangle.vert", {}},
-    {"Outline step", "OutlineStep.frag", "FullScreenTriangle.vert", {}},
-    {"Outline draw", "OutlineDraw.frag", "FullScreenTriangle.vert", {}},
-    {"Skinning plain", "", "Skinning.vert", {}},
     {"Skinning everything", "", "Skinning.vert",
      {"PRIMARY_JOINTS", "SECONDARY_JOINTS", "MORPH_TARGETS", "MORPH_NORMALS", "TEXTURE_COORDS", "TEXTURE_COORDS_1",
       "COLOR", "TANGENT", "NORMAL"}},
     {"Skinning multidraw", "", "Skinning.vert", {"PRIMARY_JOINTS", "MULTIDRAW", "NORMAL"}, true},
-    {"Specular IBL baker", "SpecularIBLBaker.frag", "FullScreenTriangle.vert", {}},
     {"Tile feedback", "TileFeedback.frag", "Dynamic.vert", {"TEXTURE_COORDS"}},
     {"Tile feedback sky", "TileFeedback.frag", "FullScreenTriangle.vert", {"SKY"}},
 };
