@@ -286,9 +286,10 @@ BoundingSphere Canvas::getObjectAbsoluteBoundingSphere(UnsignedShort object) {
     for(const Data::Id component: graph.componentsOfType(object, Data::ComponentType::Mesh)) {
         const UnsignedShort mesh = scene.meshes().mesh(component);
         if(mesh >= scene.meshBoundingSpheres.size()) continue;
+        // Scaled in the object's own space, before it is placed.
         sphere = sphere.joined(scene.meshBoundingSpheres[mesh]
-            .transformed(graph.absoluteTransformation(object))
-            .scaled(graph.absoluteScaling(object)));
+            .scaled(graph.absoluteScaling(object))
+            .transformed(graph.absoluteTransformation(object)));
     }
     return sphere;
 }

@@ -295,6 +295,11 @@ void AbstractRenderer::addDebugDraw(const Data::Draw& draw) {
     _drawsDirty = true;
 }
 
+bool AbstractRenderer::isSkyDraw(const Data::Draw& draw) const {
+    return draw.pipeline && draw.pipeline < _pipelines.pipelineCount() &&
+           _pipelines.pipeline(draw.pipeline).type == Data::PipelineType::Sky;
+}
+
 void AbstractRenderer::prepareDraws() {
     if(!_drawsDirty) return;
     _drawsDirty = false;
@@ -305,6 +310,8 @@ void AbstractRenderer::prepareDraws() {
     _transformations.resize(std::max<std::size_t>(base + _draws.size(), 1));
     for(std::size_t i = 0; i != _draws.size(); ++i) {
         const Data::Draw& d = _draws[i];
+        // The sky pass draws its own full-screen triangle with the draw's material.
+        if(isSkyDraw(d)) continue;
         MeshBatch batch{BatchType::Mesh, d.pipeline};
         if(d.mesh < _packedMeshes.size() && !_packedMeshes[d.mesh].isEmpty()) {
             batch.addMeshes(std::span{&_packedMeshes[d.mesh], 1});

@@ -142,7 +142,8 @@ public:
     // the same record.
     void updateMaterial(UnsignedShort index, const Data::Material& material, const Data::Material* alpha = nullptr);
     // Draws outside the component batches: scene mesh (as packed by updateMeshes), material,
-    // pipeline and a matrix each, drawn in their pipeline's pass without culling.
+    // pipeline and a matrix each, drawn in their pipeline's pass without culling. A draw with a sky
+    // pipeline needs no mesh: it is the sky when no mesh component group draws one.
     void updateDrawsList(std::span<const Data::Draw> draws);
     void addDebugDraw(const Data::Draw& draw);
     // Uploads the fonts' glyph atlases into the glyph texture; call updateTexts() afterwards.
@@ -271,6 +272,7 @@ protected:
     void uploadTransformations();
     // Batches and transformation rows of the draw list, when it changed.
     void prepareDraws();
+    bool isSkyDraw(const Data::Draw& draw) const;
     // The vertex features a shadow caster of this pipeline needs.
     std::vector<std::string> casterFeatures(UnsignedInt pipeline) const;
     // Renderer object ids per scene object, for visiting only what the graph marked changed.

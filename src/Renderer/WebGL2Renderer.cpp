@@ -1,5 +1,7 @@
 #include "Renderer/WebGL2Renderer.h"
 
+#include <algorithm>
+
 #include "Engine/Clock.h"
 #include "Engine/MeshManager.h"
 #include "Engine/ViewManager.h"
@@ -162,7 +164,7 @@ void WebGL2Renderer::render() {
     if(_preZ) drawEntries(_opaque, true);
     drawEntries(_opaque, false);
     drawDraws(Data::PipelineType::Opaque);
-    if(_skyBatch != ~0u) drawSky();
+    drawSky();
     drawEntries(_transparent, false);
     drawDraws(Data::PipelineType::Transparent);
     drawEntries(_overlay, false);
@@ -228,17 +230,25 @@ void WebGL2Renderer::drawDraws(Data::PipelineType type) {
 }
 
 void WebGL2Renderer::drawSky() {
-    // The sky group needs no mesh: its first active component only names the material.
-    if(!_meshes || _skyBatch >= _meshGroupCount) return;
-    const auto& mc = _meshes->components();
-    if(_skyBatch >= mc.groupsCount() || mc.groupSize(_skyBatch) == 0) return;
-    const UnsignedInt pipeline = _batches[_skyBatch].pipeline();
+    // A mesh component group of the sky pipeline names the material with its first component;
+    // without one, the first sky draw of the draw list does.
+    UnsignedInt pipeline = 0, material = 0;
+    if(_meshes && _skyBatch < _meshGroupCount && _skyBatch < _meshes->components().groupsCount() &&
+       _meshes->components().groupSize(_skyBatch) != 0) {
+        pipeline = _batches[_skyBatch].pipeline();
+        material = _meshes->material(_meshes->component(_meshes->components().groupStart(_skyBatch)));
+    } else {
+        const auto sky = std::find_if(_draws.begin(), _draws.end(), [&](const Data::Draw& d) { return isSkyDraw(d); });
+        if(sky == _draws.end()) return;
+        pipeline = sky->pipeline;
+        material = sky->material;
+    }
     Shaders::ShaderProgram* shader = _pipelines.shader(pipeline);
     if(!shader || !shader->asyncCompile(false)) return;
     _state.apply(_pipelines.pipeline(pipeline));
     shader->use(_state);
-    const int material = shader->uniformLocation("skyMaterial");
-    if(material != -1) glUniform1ui(material, _meshes->material(_meshes->component(mc.groupStart(_skyBatch))));
+    const int materialLocation = shader->uniformLocation("skyMaterial");
+    if(materialLocation != -1) glUniform1ui(materialLocation, material);
     const int viewIndex = shader->uniformLocation("viewIndex");
     if(viewIndex != -1) glUniform1ui(viewIndex, _targetBuffer);
     if(!_emptyVertexArray) glGenVertexArrays(1, &_emptyVertexArray);

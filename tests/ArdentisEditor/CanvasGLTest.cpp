@@ -235,6 +235,8 @@ struct FocusCase {
     // An unselected cube under the first empty, at this offset, with or without children.
     std::optional<Vector3> childCube{};
     bool withChildren = false;
+    // Of the selected cubes: their spheres grow about their own centres.
+    float scaling = 1.0f;
 };
 
 const float HalfFov = glm::radians(60.0f)*0.8f*0.5f;  // the canvas view's default field of view
@@ -245,6 +247,7 @@ const FocusCase FocusCases[]{
     {"wide viewport fits the height", {200, 100}, {{0, 1, 0}}, {}, {0, 1, 0}, Wide},
     {"children joined", {100, 200}, {}, {{1, 0, 0}}, {1, 0, 0}, HalfFov, Vector3{0, 2, 0}, true},
     {"children left out", {100, 200}, {}, {{1, 0, 0}}, {1, 0, 0}, 0.0f, Vector3{0, 2, 0}, false},
+    {"scaled cubes apart", {100, 200}, {{4, 0, 0}, {-4, 0, 0}}, {}, {0, 0, 0}, HalfFov, {}, false, 2.0f},
 };
 
 class CanvasFocusGLTest: public AT::GLTestFixtureWithParam<FocusCase> {};
@@ -255,7 +258,11 @@ TEST_P(CanvasFocusGLTest, Focus) {
     std::unique_ptr<Canvas> canvas = world.makeCanvas();
     BitSet selection;
     selection.resize(16);
-    for(const Vector3& at: data.cubes) selection.set(world.addCube(at));
+    for(const Vector3& at: data.cubes) {
+        const Id cube = world.addCube(at);
+        world.scene().graph().setLocalScaling(cube, Vector3{data.scaling});
+        selection.set(cube);
+    }
     for(const Vector3& at: data.empties) selection.set(world.addObject(at));
     std::vector<Vector3> meshCenters = data.cubes;
     if(data.childCube) {
@@ -274,7 +281,8 @@ TEST_P(CanvasFocusGLTest, Focus) {
     if(data.halfAngle > 0.0f) {
         BoundingSphere all;
         for(const Vector3& at: meshCenters)
-            all = all.joined(world.scene().meshBoundingSpheres[1].transformed(DualQuaternion::translation(at)));
+            all = all.joined(world.scene().meshBoundingSpheres[1].scaled(Vector3{data.scaling})
+                                 .transformed(DualQuaternion::translation(at)));
         expectedDistance = all.radius/std::tan(data.halfAngle);
     }
     EXPECT_NEAR(distance, expectedDistance, 1e-4f);

@@ -1,6 +1,7 @@
 // The scene view keeping its renderer in step with the project (only what changed is rebuilt, atlas
 // overflow is reported per image, the editor camera keeps its own field of view) and its own passes
 // over the canvas frame (ground and top-view grid, frozen culling frustum).
+#include <cmath>
 #include <functional>
 #include <string>
 #include <vector>
@@ -21,16 +22,24 @@ using AT::Rgba8;
 
 class SceneViewRuntimeGLTest: public AT::SceneViewFixture {
 protected:
-    // A PNG of one colour in the project folder, and an image record naming it.
-    void addImage(std::uint32_t id, Vector2i size) {
+    // A PNG in the project folder, of one colour unless said otherwise, and an image record naming it.
+    void addImage(std::uint32_t id, Vector2i size, std::function<Rgba8(int, int)> color = {}) {
         Image image{PixelFormat::RGBA8, size};
         for(int y = 0; y != size.y; ++y)
-            for(int x = 0; x != size.x; ++x) image.setPixel(x, y, Rgba8{200, 100, 50, 255});
+            for(int x = 0; x != size.x; ++x) image.setPixel(x, y, color ? color(x, y) : Rgba8{200, 100, 50, 255});
         const std::string file = "images/" + std::to_string(id) + ".png";
         std::filesystem::create_directories(folder/"images");
         AbstractImageConverter* png = shell->assetCompiler().pluginManager().converter("PngImageConverter");
         ASSERT_TRUE(png && png->convertToFile(image, (folder/file).string()));
         changes().pushChange(project().section<ImageRecord>()[ResourceId{id}][Model::Image::File], file);
+    }
+    // A record (or a part of one) replaced by a JSON text, as one undo step.
+    void setJson(const ValueAccess<void>& target, const char* json) {
+        JsonDocument document;
+        std::string error;
+        ASSERT_TRUE(parseJson(json, document, error)) << error;
+        changes().pushChange(target, document);
+        changes().commit();
     }
     template<class T, class V> void setSetting(const Model::Field<T>& field, const V& value) {
         edit(project().settings(), field, value);
@@ -117,6 +126,84 @@ TEST_F(SceneViewRuntimeGLTest, ImagesOverflowingTheAtlasAreListedThenOneHint) {
     struct Thumbnail { const char* key; Vector2i size; };
     for(const Thumbnail& t: {Thumbnail{"1", {40, 40}}, Thumbnail{"2", {8, 8}}, Thumbnail{"3", {48, 30}}})
         EXPECT_EQ(thumbnails().size(t.key), std::optional<Vector2i>{t.size}) << t.key;
+}
+
+// What the project's materials and environment ask for reaches the frame: texture coordinates
+// (the renderer's vertex layout follows the meshes' attributes) and the sky material.
+TEST_F(SceneViewRuntimeGLTest, TexturesAndSkyReachTheFrame) {
+    // Left half green, right half blue: a plane facing the camera shows both only when its texture
+    // coordinates reach the shader.
+    addImage(1, {64, 64}, [](int x, int) { return x < 32 ? Rgba8{40, 200, 40, 255} : Rgba8{40, 40, 200, 255}; });
+    changes().commit();
+    setSetting(Model::Settings::ClearColor, Vector4{0.0f, 0.0f, 0.0f, 1.0f});
+    view().canvas().cameraTransform(DualQuaternion::translation({0.0f, 0.7f, 3.0f}));
+
+    const auto isGreen = [](Rgba8 p) { return p.g > p.r + 30 && p.g > p.b + 30; };
+    const auto isBlue = [](Rgba8 p) { return p.b > p.r + 30 && p.b > p.g + 30; };
+    const auto isRed = [](Rgba8 p) { return p.r > p.g + 30 && p.r > p.b + 30; };
+    using Predicate = std::function<bool(Rgba8)>;
+    const Predicate isBlack = [](Rgba8 p) { return p == Rgba8{0, 0, 0, 255}; };
+    struct Case {
+        const char* name;
+        std::function<void()> edit;
+        std::vector<Predicate> expected;
+        Predicate unexpected;
+        Range2Di region;  // in hundredths of the view
+    };
+    const Range2Di crate{{35, 30}, {65, 70}}, top{{0, 85}, {100, 100}};
+    const Case cases[]{
+        {"untextured red crate", [] {}, {isRed}, isGreen, crate},
+        {"textured plane", [&] {
+            setJson(record(project(), "meshes", 1), R"({"name": "Plane", "primitive": "plane"})");
+            setJson(record(project(), "textures", 1), R"({"image": 1})");
+            setJson(record(project(), "pipelines", 2), R"({"name": "Phong Opaque Textured"})");
+            setJson(record(project(), "materials", 1),
+                    R"({"name": "Red", "pipeline": 2, "Phong": {"diffuseColor": [1, 1, 1, 1], "diffuseTexture": 1}})");
+        }, {isGreen, isBlue}, isRed, crate},
+        {"clear colour without a sky", [] {}, {isBlack}, isBlue, top},
+        {"sky material", [&] {
+            setJson(record(project(), "pipelines", 3), R"({"name": "Sky"})");
+            setJson(record(project(), "materials", 2),
+                    R"({"name": "Sky", "pipeline": 3, "Sky": {"zenithColor": [0, 0, 1, 1], "horizonColor": [0, 0, 1, 1]}})");
+            setSetting(Model::Settings::SkyMaterial, ResourceId{2});
+        }, {isBlue}, isBlack, top},
+    };
+    for(const Case& c: cases) {
+        SCOPED_TRACE(c.name);
+        c.edit();
+        frame();
+        const Image image = canvasImage();
+        const Range2Di region{image.size()*c.region.min/100, image.size()*c.region.max/100};
+        const int area = region.sizeX()*region.sizeY();
+        for(const Predicate& expected: c.expected) EXPECT_GT(AT::countPixelsIf(image, expected, region), area/20);
+        EXPECT_LT(AT::countPixelsIf(image, c.unexpected, region), area/100);
+    }
+}
+
+TEST_F(SceneViewRuntimeGLTest, OpeningAProjectFramesItsWholeSceneFromAbove) {
+    // Far from the origin, where the editor camera starts out.
+    edit(object(1), Model::Object::Translation, Vector3{12.0f, 0.5f, -20.0f});
+    ASSERT_TRUE(shell->saveProject());
+    shell = std::make_unique<EditorShell>(EditorShell::Configuration{});
+    ASSERT_TRUE(shell->openProject(folder.string()));
+    ASSERT_TRUE(shell->initGraphics(1.0f));
+    Canvas& canvas = shell->addView<SceneView>().canvas();
+    frames(2);
+
+    const Matrix4 viewProjection = canvas.views().viewProjectionMatrix(Canvas::MainView);
+    const Vector3 camera = canvas.cameraTransform().translation();
+    EXPECT_LT((canvas.cameraTransform().rotation()*Vector3{0.0f, 0.0f, -1.0f}).y, -0.3f) << "not looking down";
+    BoundingSphere all;
+    for(const std::uint32_t record: {1u, 2u}) {
+        const BoundingSphere sphere = canvas.getObjectAbsoluteBoundingSphere(instance(record));
+        ASSERT_FALSE(sphere.isEmpty()) << record;
+        all = all.joined(sphere);
+        const Vector4 clip = viewProjection*Vector4{sphere.center, 1.0f};
+        ASSERT_GT(clip.w, 0.0f) << record;
+        EXPECT_LT(glm::max(std::abs(clip.x/clip.w), std::abs(clip.y/clip.w)), 0.8f) << record;
+    }
+    // Filling the view rather than seen from afar.
+    EXPECT_LT(glm::distance(camera, all.center), 2.5f*all.radius);
 }
 
 TEST_F(SceneViewRuntimeGLTest, EditorCameraKeepsNinetyDegreesAndTheProjectsClipPlanes) {

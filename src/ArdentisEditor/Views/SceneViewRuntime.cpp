@@ -276,6 +276,11 @@ void SceneView::reloadRuntime() {
         // New glyphs: the texts are laid out again with them.
         renderer.updateTexts(scene.texts());
     }
+    // The draw list also holds the sky, which the compiler updates with the environment settings.
+    if(!rebuildMeshes && changed(Category::EnvironmentSettings)) {
+        renderer.updateDrawsList(scene.draws);
+        if(_debugDraw.pipeline && _debugDrawEnabled) renderer.addDebugDraw(_debugDraw);
+    }
 
     // 12. Materials
     if(rebuildPipelines || rebuildMeshes || changed(Category::Materials)) {

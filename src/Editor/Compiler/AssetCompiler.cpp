@@ -192,6 +192,8 @@ void AssetCompiler::compileCategories(bool allObjects) {
     const bool texturesChanged = _compiledMask & bit(SceneCategory::Textures);
     if(moved(ChangeCategory::Materials) || pipelinesChanged || texturesChanged)
         compileMaterials(pipelinesChanged || texturesChanged);
+    if(moved(ChangeCategory::EnvironmentSettings) || (_compiledMask & bit(SceneCategory::Materials)) || pipelinesChanged)
+        compileSkyDraw();
 
     if(moved(ChangeCategory::Meshes) || files) compileMeshes(false);
     // A text using a character the fonts lack a glyph for reloads them all with it.
@@ -519,6 +521,26 @@ void AssetCompiler::compileMaterials(bool force) {
         ++count;
     }
     if(count) markCompiled(SceneCategory::Materials, count);
+}
+
+void AssetCompiler::compileSkyDraw() {
+    std::vector<Data::Draw> draws;
+    const ResourceId id = _project->settings()[Model::Settings::SkyMaterial].value();
+    if(id) {
+        const std::uint16_t material = _materials.find(id);
+        const std::uint16_t pipeline = material ? _scene->materials[material].pipeline : 0;
+        if(!material) Log::error("Settings: environment/skyMaterial names material {}, which is not compiled", id.value);
+        else if(!pipeline || pipeline >= _scene->pipelines.size() || Data::PipelineType(_scene->pipelines[pipeline].header & 0xff) != Data::PipelineType::Sky)
+            Log::error("Settings: environment/skyMaterial {} ({}) does not draw with a sky pipeline", id.value,
+                       _scene->materials[material].name);
+        // The sky pass needs no mesh: its full-screen triangle only reads the material.
+        else draws.push_back(Data::Draw{pipeline, 0, material, Matrix4{1.0f}});
+    }
+    if(draws.size() == _scene->draws.size() && std::equal(draws.begin(), draws.end(), _scene->draws.begin(),
+        [](const Data::Draw& a, const Data::Draw& b) { return a.pipeline == b.pipeline && a.material == b.material; }))
+        return;
+    _scene->draws = std::move(draws);
+    markCompiled(SceneCategory::EnvironmentSettings);
 }
 
 // [SECTION] Meshes, fonts and animations

@@ -185,6 +185,8 @@ private:
     void compileImages(bool force);
     void compileTextures(bool force);
     void compileMaterials(bool force);
+    // The scene's draw list: the sky material of the environment settings, drawn behind everything.
+    void compileSkyDraw();
     void compileMeshes(bool force);
     void compileFonts(bool force);
     // Adds the code points past Latin-1 that the project's texts use to those the fonts were
