@@ -41,23 +41,6 @@ TEST_F(ThumbnailManagerGLTest, ImagesOfEveryKindBecomeRGBA8) {
     EXPECT_EQ(thumbnails.count(), 3u);
 }
 
-TEST_F(ThumbnailManagerGLTest, FramebufferIsResolvedIntoTheStore) {
-    // A multisampled target like the views' thumbnail framebuffer.
-    GL::Renderbuffer colour;
-    colour.setStorageMultisample(4, GL::TextureFormat::RGBA8, {ThumbnailManager::Size, ThumbnailManager::Size});
-    GL::Framebuffer framebuffer{Range2Di{{0, 0}, {ThumbnailManager::Size, ThumbnailManager::Size}}};
-    framebuffer.attachRenderbuffer(GL::Framebuffer::Attachment::color(0), colour).mapForDraw({0}).mapForRead(0);
-    framebuffer.bind();
-    framebuffer.clearColor(0, Color4{0.2f, 0.4f, 0.6f, 1.0f});
-
-    ThumbnailManager thumbnails;
-    ASSERT_TRUE(thumbnails.setThumbnail("m0", framebuffer));
-    const Image back = readTexture(*thumbnails.texture("m0"), {ThumbnailManager::Size, ThumbnailManager::Size});
-    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(back, {64, 64}, ArdentisEngine::Test::toRgba8({0.2f, 0.4f, 0.6f, 1.0f}), 1));
-    thumbnails.remove("m0");
-    EXPECT_FALSE(thumbnails.texture("m0"));
-}
-
 TEST_F(ThumbnailManagerGLTest, EmptyInputIsRefused) {
     ThumbnailManager thumbnails;
     Log::Capture errors{Log::Channel::Error};

@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include <gtest/gtest.h>
 
 #include "Editor/Compiler/AssetCompiler.h"
@@ -14,51 +12,6 @@ using namespace ArdentisEngine;
 namespace {
 
 constexpr const char* DejaVu = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
-
-// A filled disk of the given radius in pixels, centred in a square bitmap, anti-aliased by
-// supersampling so that its outline sits where the circle runs.
-std::vector<std::uint8_t> disk(int size, float radius) {
-    std::vector<std::uint8_t> pixels(std::size_t(size)*size);
-    for(int y = 0; y != size; ++y) for(int x = 0; x != size; ++x) {
-        int hits = 0;
-        for(int sy = 0; sy != 4; ++sy) for(int sx = 0; sx != 4; ++sx) {
-            const float px = float(x) + (float(sx) + 0.5f)/4.0f - float(size)*0.5f;
-            const float py = float(y) + (float(sy) + 0.5f)/4.0f - float(size)*0.5f;
-            hits += px*px + py*py <= radius*radius;
-        }
-        pixels[std::size_t(y)*size + x] = std::uint8_t(hits*255/16);
-    }
-    return pixels;
-}
-
-TEST(FontAtlasTest, DistanceFieldIsHalfOnTheOutline) {
-    // A disk of radius 10 in a 24-pixel bitmap; field pixels are sampled at a distance from the
-    // circle along a ray from the centre (positive inside).
-    constexpr int Size = 24, Spread = 4;
-    const std::vector<std::uint8_t> field = signedDistanceField(disk(Size, 10.0f), Vector2i{Size}, Spread);
-    const int out = Size + 2*Spread;
-    ASSERT_EQ(field.size(), std::size_t(out*out));
-    auto at = [&](float angle, float inside) {
-        const float r = 10.0f - inside;
-        const float cx = float(out)*0.5f + std::cos(angle)*r, cy = float(out)*0.5f + std::sin(angle)*r;
-        // Rows are bottom-up in the field.
-        return float(field[std::size_t(out - 1 - int(cy))*out + std::size_t(cx)])/255.0f;
-    };
-    const struct { const char* name; float inside, min, max; } cases[]{
-        {"on the outline", 0.0f, 0.5f - 0.1f, 0.5f + 0.1f},
-        {"deep inside", 8.0f, 0.99f, 1.0f},
-        {"past the spread", -Spread - 1.0f, 0.0f, 0.01f},
-    };
-    for(const auto& c: cases) for(float angle: {0.3f, 1.9f, 3.5f, 5.0f}) {
-        SCOPED_TRACE(testing::Message() << c.name << " at " << angle);
-        const float v = at(angle, c.inside);
-        EXPECT_GE(v, c.min);
-        EXPECT_LE(v, c.max);
-    }
-    // The padding's corners are outside everything.
-    EXPECT_EQ(field.front(), 0);
-    EXPECT_EQ(field.back(), 0);
-}
 
 TEST(FontAtlasTest, LoadsGlyphFieldsIntoTheAtlas) {
     std::string error;

@@ -51,15 +51,6 @@ TEST_F(ObjectClipboardTest, TreeCopyPasteRoundTripsHierarchyWithComponents) {
     EXPECT_EQ(project.text(), before);
 }
 
-TEST_F(ObjectClipboardTest, PlainCopyTakesOnlyTheObjects) {
-    const ResourceId lamp[]{ResourceId{2}};
-    const std::vector<ResourceId> created = pasteObjects(changes, copyObjects(project, lamp, false), ResourceId{3});
-    ASSERT_EQ(created.size(), 1u);
-    EXPECT_EQ(nameOf(created[0]), "Lamp");
-    EXPECT_EQ(parentOf(created[0]), ResourceId{3});
-    EXPECT_TRUE(objectDescendants(project, created[0]).empty());
-}
-
 TEST_F(ObjectClipboardTest, DuplicatesStayBesideTheirOriginals) {
     const ResourceId lampAndChild[]{ResourceId{2}, ResourceId{3}};
     // Child is part of Lamp's tree and is not duplicated twice.
