@@ -180,6 +180,28 @@ TEST_F(SceneViewRuntimeGLTest, TexturesAndSkyReachTheFrame) {
     }
 }
 
+// With the sun gone, the red crate is lit only by the environment baked from a white sky.
+TEST_F(SceneViewRuntimeGLTest, EnvironmentLightingComesFromTheSky) {
+    setJson(record(project(), "objects", 3), R"({"name": "Sun"})");
+    setJson(record(project(), "pipelines", 2), R"({"name": "Sky"})");
+    setJson(record(project(), "materials", 2), R"({"name": "White sky", "pipeline": 2,
+        "Sky": {"zenithColor": [1, 1, 1, 1], "horizonColor": [1, 1, 1, 1], "groundColor": [1, 1, 1, 1]}})");
+    setSetting(Model::Settings::SkyMaterial, ResourceId{2});
+    view().canvas().cameraTransform(DualQuaternion::translation({0.0f, 0.7f, 3.0f}));
+
+    struct Case { std::uint32_t lighting; int red; };
+    // Off, then constant and quadratic: a white sky gives back the material's own colour.
+    for(const Case c: {Case{0, 0}, Case{1, 255}, Case{3, 255}, Case{0, 0}}) {
+        setSetting(Model::Settings::EnvironmentLighting, c.lighting);
+        frame();
+        view().requestEnvironmentBake(0.0);
+        frames(2);
+        const Image image = canvasImage();
+        const Vector2i center = image.size()/2;
+        EXPECT_TRUE(AT::pixelNear(image, center, Rgba8{std::uint8_t(c.red), 0, 0, 255}, 12)) << c.lighting;
+    }
+}
+
 TEST_F(SceneViewRuntimeGLTest, OpeningAProjectFramesItsWholeSceneFromAbove) {
     // Far from the origin, where the editor camera starts out.
     edit(object(1), Model::Object::Translation, Vector3{12.0f, 0.5f, -20.0f});

@@ -147,6 +147,10 @@ private:
     // Draws that batch translucent over the frame.
     void colliderPass();
 
+    // The environment's diffuse lighting: spherical harmonics of the sky material or the environment
+    // image, given to the renderer. The pre-filtered specular levels and their cache are not made.
+    void bakeEnvironment();
+
     // SceneViewRuntime.cpp
     void reloadPipelines();
     // Marks every category of the scene as seen by this view.
