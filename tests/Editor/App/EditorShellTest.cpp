@@ -9,6 +9,9 @@
 
 #include "Editor/App/EditorShell.h"
 #include "Editor/App/InputScript.h"
+#include "Editor/Compiler/AssetCompiler.h"
+#include "Editor/Data/EditorData.h"
+#include "Editor/Data/ObjectCommands.h"
 #include "Editor/Input/Key.h"
 #include <GLFW/glfw3.h>
 #include "Editor/Project/ProjectFile.h"
@@ -72,12 +75,7 @@ public:
 
 // Where the default layout puts things, from the style's metrics.
 struct Layout {
-    float frame, line, padding;
-    Layout() {
-        frame = ImGui::GetFrameHeight();
-        line = ImGui::GetFontSize();
-        padding = ImGui::GetStyle().WindowPadding.y;
-    }
+    float frame = ImGui::GetFrameHeight(), line = ImGui::GetFontSize(), padding = ImGui::GetStyle().WindowPadding.y;
     // Centre of the n-th row of the outliner (all rows are open).
     Vector2 outlinerRow(int n) const {
         return {40.0f, 2.0f*frame + padding + line*0.5f + float(n)*(line + ImGui::GetStyle().ItemSpacing.y)};
@@ -311,29 +309,6 @@ TEST(EditorShellTest, SaveAsCopiesSourcesAndContinuesThere) {
     EXPECT_FALSE(driver.shell.saveProjectAs(source.string()));
     EXPECT_TRUE(errors.contains("already holds a project")) << errors.text();
 }
-
-TEST(EditorShellTest, NewProjectStartsEmptyWithNoHistory) {
-    const std::filesystem::path from = makeProject("new-from");
-    ShellDriver driver{from};
-    driver.shell.changeManager().pushChange(driver.shell.project().section<ObjectRecord>()[ResourceId{1}][Model::Object::Name], std::string_view{"Box"});
-    driver.shell.changeManager().commit();
-    driver.shell.selection().select(ResourceId{1});
-    const std::filesystem::path folder = from.parent_path()/"brand-new";
-    std::filesystem::remove_all(folder);
-    ASSERT_TRUE(driver.shell.newProject(folder.string()));
-    EXPECT_TRUE(driver.shell.project().section<ObjectRecord>().resourceIds().empty());
-    EXPECT_EQ(driver.shell.changeManager().undoCount(), 0u);
-    EXPECT_TRUE(driver.shell.selection().empty());
-    driver.frame();
-}
-
-}
-
-#include "Editor/Compiler/AssetCompiler.h"
-#include "Editor/Data/EditorData.h"
-#include "Editor/Data/ObjectCommands.h"
-
-namespace {
 
 TEST(EditorShellViewTest, SelectionIsSharedThroughTheScene) {
     ShellDriver driver{makeProject("shared-selection")};

@@ -16,17 +16,6 @@ protected:
     ProjectFile project;
 };
 
-TEST_F(RecordAccessTest, ListsHaveSizeKeysAndOnePastTheEnd) {
-    ValueAccess<void> events = project.section<AnimationRecord>()[ResourceId{1}].access(Model::Animation::Events);
-    EXPECT_EQ(events.size(), 2u);
-    EXPECT_EQ(events.access(1).key(), "1");
-    EXPECT_EQ(events.access(1)[Model::AnimationEvent::Time].value(), 0.75);
-    // One past the end names the element an append creates; it does not exist yet.
-    EXPECT_EQ(events.access(2).path(), "/animations/1/events/2");
-    EXPECT_FALSE(events.access(2).exists());
-    EXPECT_EQ(events.access(2)[Model::AnimationEvent::Name].value(), "");
-}
-
 TEST_F(RecordAccessTest, MissingPathIsReportedByNameWrongTypeReadsAsDefault) {
     RecordAccess material = project.section<MaterialRecord>()[ResourceId{1}];
     Log::Capture errors{Log::Channel::Error};

@@ -14,9 +14,6 @@ class ChangeManagerTest: public testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(project.loadText(SampleProject, "sample")); }
     RecordAccess object(std::uint32_t id) { return project.section<ObjectRecord>()[ResourceId{id}]; }
-    ValueAccess<void> events() {
-        return project.section<AnimationRecord>()[ResourceId{1}].access(Model::Animation::Events);
-    }
 
     ProjectFile project;
     ChangeManager changes{project};
@@ -192,18 +189,17 @@ TEST_F(ChangeManagerTest, EqualValueRecordsNothing) {
     EXPECT_TRUE(again.commit());
 }
 
-TEST_F(ChangeManagerTest, ImpossiblePathsAreRefused) {
-    Log::Capture errors{Log::Channel::Error};
-    // Through a string value, and more than one past the end of a list.
-    changes.pushChange(object(1).access("name").access("first"), "x");
-    changes.pushChange(events().access(5).access("time"), 1.0);
-    EXPECT_FALSE(changes.commit());
-    EXPECT_TRUE(errors.contains("Cannot change /objects/1/name/first")) << errors.text();
-    EXPECT_TRUE(errors.contains("Cannot change /animations/1/events/5/time")) << errors.text();
-}
-
-// File references pushed alone or inside records: refused when they leave the project folder.
-TEST_F(ChangeManagerTest, ReferencesOutsideTheProjectAreRefused) {
+// Paths through a string value or more than one past the end of a list, and file references pushed
+// alone or inside records that leave the project folder, are refused.
+TEST_F(ChangeManagerTest, ImpossiblePathsAndReferencesOutsideTheProjectAreRefused) {
+    {
+        Log::Capture errors{Log::Channel::Error};
+        changes.pushChange(object(1).access("name").access("first"), "x");
+        changes.pushChange(project.section<AnimationRecord>()[ResourceId{1}].access("events").access(5).access("time"), 1.0);
+        EXPECT_FALSE(changes.commit());
+        EXPECT_TRUE(errors.contains("Cannot change /objects/1/name/first")) << errors.text();
+        EXPECT_TRUE(errors.contains("Cannot change /animations/1/events/5/time")) << errors.text();
+    }
     const struct { const char* path; const char* json; bool refused; } cases[]{
         {"/shaders/5", R"({"name": "Evil", "file": "../../x.frag"})", true},
         {"/settings/environment/image", R"("/home/sky.hdr")", true},
@@ -223,6 +219,7 @@ TEST_F(ChangeManagerTest, ReferencesOutsideTheProjectAreRefused) {
 }
 
 TEST_F(ChangeManagerTest, TransformsDecomposeIntoFields) {
+    // A half turn (where the quaternion's w is 0) and a general transform.
     const struct { Vector3 translation; float angle; Vector3 axis, scaling; } cases[]{
         {Vector3{0.0f}, Pi, Vector3{1.0f, 0.0f, 0.0f}, Vector3{1.0f}},
         {Vector3{4.0f, 5.0f, 6.0f}, 0.7f, Vector3{1.0f, 2.0f, 3.0f}, Vector3{2.0f, 0.5f, 3.0f}},
