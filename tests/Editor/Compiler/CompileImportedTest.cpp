@@ -21,7 +21,7 @@ TEST(CompileModel, ObjectsSkinsAndAnimations) {
     const fs::path models = fs::path{ARDENTIS_TESTDATA_DIR}/"gltf";
     if(!fs::is_directory(models)) GTEST_SKIP() << "test models not found in " << models;
     const struct { const char* name; const char* file; std::size_t skins, animations; std::uint32_t morphTargets; } cases[]{
-        {"Box", "Box/Box.glb", 0, 0, 0},
+        {"Box", "Box/glTF-Embedded/Box.gltf", 0, 0, 0},  // buffers in data URIs
         {"RiggedSimple", "RiggedSimple/RiggedSimple.glb", 1, 1, 0},
         {"AnimatedMorphCube", "AnimatedMorphCube/AnimatedMorphCube.glb", 0, 1, 2},
         {"Fox", "Fox/Fox.glb", 1, 3, 0},

@@ -1,6 +1,4 @@
 #include <filesystem>
-#include <map>
-#include <set>
 
 #include <gtest/gtest.h>
 
@@ -15,72 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 
 fs::path modelFolder() { return fs::path{ARDENTIS_TESTDATA_DIR}/"gltf"; }
-
-// The glTF JSON of a .gltf or .glb file: what the importer's results are checked against.
-bool readGltfJson(const fs::path& file, JsonDocument& out) {
-    std::string bytes = readFile(file);
-    if(file.extension() == ".glb") {
-        if(bytes.size() < 20) return false;
-        std::uint32_t length;
-        std::memcpy(&length, bytes.data() + 12, 4);
-        bytes = bytes.substr(20, length);
-    }
-    std::string error;
-    return parseJson(bytes, out, error);
-}
-
-// Each file's nodes come back as objects with their names and parents; the meshes and animations
-// the compiler tests resolve from the same files.
-TEST(ImportModel, MatchesTheFile) {
-    if(!fs::is_directory(modelFolder())) GTEST_SKIP() << "test models not found in " << modelFolder();
-    for(const char* name: {"Box/glTF-Embedded/Box.gltf", "CesiumMan/glTF/CesiumMan.gltf", "Fox/Fox.glb"}) {
-        SCOPED_TRACE(name);
-        ProjectFile project;
-        ASSERT_TRUE(project.create((scratchFolder()/fs::path{name}.stem()).string()));
-        ChangeManager changes{project};
-        const fs::path file = modelFolder()/name;
-        JsonDocument gltf;
-        ASSERT_TRUE(readGltfJson(file, gltf));
-        const std::string before = project.text();
-        ASSERT_TRUE(loadFile(file.string(), changes));
-        EXPECT_EQ(changes.undoCount(), 1u);
-
-        auto files = project.section<FileRecord>();
-        ASSERT_EQ(files.ids().size(), 1u);
-        const ImportedSceneCache* cache = files.resolveData(files.ids()[0]);
-        ASSERT_TRUE(cache);
-        EXPECT_TRUE(fs::exists(project.absolutePath(files[files.ids()[0]][Model::File::FileName].value())));
-        const JsonValue& nodes = gltf["nodes"];
-        EXPECT_EQ(cache->objectCount(), nodes.Size());
-        EXPECT_EQ(project.section<ObjectRecord>().ids().size(), nodes.Size());
-        EXPECT_EQ(project.section<AnimationRecord>().ids().size(), gltf.HasMember("animations") ? gltf["animations"].Size() : 0u);
-
-        // Named nodes keep their names, and each keeps its parent, listed before it.
-        std::map<std::string, std::uint32_t> objectByName;
-        for(std::uint32_t i = 0; i != cache->objectCount(); ++i) objectByName[cache->names[i]] = i;
-        std::map<std::uint32_t, std::uint32_t> parentOf;
-        std::set<std::uint32_t> seen;
-        for(const auto& entry: cache->hierarchy) {
-            EXPECT_TRUE(entry.parent == ImportedSceneCache::NoParent || seen.count(entry.parent)) << "parent after child";
-            seen.insert(entry.object);
-            parentOf[entry.object] = entry.parent;
-        }
-        for(rapidjson::SizeType n = 0; n != nodes.Size(); ++n) {
-            if(!nodes[n].HasMember("name") || !nodes[n].HasMember("children")) continue;
-            const std::string parent = nodes[n]["name"].GetString();
-            ASSERT_TRUE(objectByName.count(parent)) << parent;
-            for(const JsonValue& child: nodes[n]["children"].GetArray()) {
-                if(!nodes[child.GetUint()].HasMember("name")) continue;
-                const std::string childName = nodes[child.GetUint()]["name"].GetString();
-                ASSERT_TRUE(objectByName.count(childName)) << childName;
-                EXPECT_EQ(parentOf[objectByName[childName]], objectByName[parent]) << childName;
-            }
-        }
-        EXPECT_FALSE(validateProject(project.document()));
-        changes.undo();
-        EXPECT_EQ(project.text(), before);
-    }
-}
 
 class ImportTest: public testing::Test {
 protected:
@@ -222,6 +154,7 @@ TEST(ImportGltf, FilesInSubFoldersComeAlong) {
     })");
     ProjectFile project;
     ASSERT_TRUE(project.create((folder/"project").string()));
+    const std::string before = project.text();
     ChangeManager changes{project};
     ASSERT_TRUE(loadFile((source/"tri.gltf").string(), changes));
     EXPECT_TRUE(fs::exists(folder/"project/imported/tri/data/tri.bin"));
@@ -231,6 +164,9 @@ TEST(ImportGltf, FilesInSubFoldersComeAlong) {
     ASSERT_TRUE(mesh);
     EXPECT_EQ(mesh->positions.at(1), (Vector3{1.0f, 0.0f, 0.0f}));
     EXPECT_EQ(project.section<ObjectRecord>()[ResourceId{1}][Model::Object::Name].value(), "Triangle");
+    // One step: undone, the project is as it was.
+    changes.undo();
+    EXPECT_EQ(project.text(), before);
 }
 
 }
