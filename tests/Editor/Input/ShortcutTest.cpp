@@ -25,17 +25,13 @@ public:
 };
 
 // What happens between two frames, then which owner has focus in the frame.
-struct Press {
-    Key key;
-    int modifiers;
-    bool repeat;
-};
+struct Press { Key key; int modifiers; bool repeat; };
 
 TEST(ShortcutTest, FramesTriggerAsExpected) {
     // focus: 0 nobody, 1 the view, 2 another window; then typing, and whether each shortcut fires.
     const struct { const char* name; std::vector<Press> presses; int focus; bool typing, boxSelect, copyTrees; } frames[]{
         {"PlainPress", {{Key::B, 0, false}}, 1, false, true, false},
-        {"OtherWindowFocused", {{Key::B, 0, false}}, 2, false, false, false},
+        {"OtherWindowFocused", {{Key::B, 0, false}}, 2, false, false, false},  // real views: the shell's test
         {"RepeatOnly", {{Key::B, 0, true}}, 1, false, false, false},
         {"ExtraModifierDoesNotMatch", {{Key::B, KeyMod::Shift, false}}, 1, false, false, false},
         {"ModifierKeyAlone", {{Key::LeftCtrl, KeyMod::Ctrl, false}}, 1, false, false, false},

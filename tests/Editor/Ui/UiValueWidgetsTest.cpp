@@ -80,7 +80,7 @@ ImVec2 lastItemCentre() {
     return {(ImGui::GetItemRectMin().x + ImGui::GetItemRectMax().x)*0.5f, (ImGui::GetItemRectMin().y + ImGui::GetItemRectMax().y)*0.5f};
 }
 
-TEST(UiValueWidgetsTest, CheckboxBitsFlipsOneBitAsOneStep) {
+TEST(UiValueWidgetsTest, CheckboxBitsFlipsOneBitAsOneStepOrReportsNoProject) {
     UiHarness h;
     const ValueAccess<void> flags = h.project.section<AnimationRecord>()[ResourceId{1}].access("flags");
     ImVec2 third{};
@@ -95,6 +95,13 @@ TEST(UiValueWidgetsTest, CheckboxBitsFlipsOneBitAsOneStep) {
     EXPECT_EQ(flags.as<std::uint32_t>(), 0b101u);
     EXPECT_EQ(h.changes.undoCount(), 1u);
     h.changes.undo();
+    EXPECT_EQ(h.project.text(), before);
+
+    // Without a project the edit is reported and nothing changes.
+    h.editor.attachProject(nullptr, nullptr);
+    Log::Capture errors{Log::Channel::Error};
+    h.click(third, draw);
+    EXPECT_TRUE(errors.contains("no project is open")) << errors.text();
     EXPECT_EQ(h.project.text(), before);
 }
 
@@ -131,23 +138,6 @@ TEST(UiValueWidgetsTest, InputFloatClampsAndMergesTyping) {
     EXPECT_FLOAT_EQ(intensity.as<float>(), 7.25f);
     h.changes.undo();
     EXPECT_FLOAT_EQ(intensity.as<float>(), 2.0f);
-}
-
-TEST(UiValueWidgetsTest, WithoutAProjectTheEditIsReported) {
-    UiHarness h;
-    h.editor.attachProject(nullptr, nullptr);
-    const ValueAccess<void> flags = h.project.section<AnimationRecord>()[ResourceId{1}].access("flags");
-    ImVec2 first{};
-    auto draw = [&] {
-        h.editor.ui().checkboxBits(flags, 1, {"loop"});
-        first = lastItemCentre();
-        return false;
-    };
-    h.frame(draw);
-    Log::Capture errors{Log::Channel::Error};
-    h.click(first, draw);
-    EXPECT_TRUE(errors.contains("no project is open")) << errors.text();
-    EXPECT_EQ(flags.as<std::uint32_t>(), 1u);
 }
 
 TEST(WidgetsTest, ButtonsWithTheSameFaceAreDistinct) {
