@@ -94,6 +94,13 @@ protected:
         return definition->get(packed, unsigned(index));
     }
     std::uint32_t compiled(SceneCategory c) const { return compiler->compiledCounts()[std::size_t(c)]; }
+    // One undo step setting the JSON text at a path.
+    void edit(const char* path, const char* json) {
+        JsonDocument value;
+        ASSERT_FALSE(value.Parse(json).HasParseError()) << json;
+        changes->pushChange(ValueAccess<void>{project, path}, value);
+        changes->commit();
+    }
 
     fs::path folder;
     ProjectFile project;
@@ -178,10 +185,7 @@ TEST_F(AssetCompilerTest, IncrementalEditCompilesOnlyItsCategory) {
         SCOPED_TRACE(c.path);
         EXPECT_EQ(compiler->compile(), 0u) << "nothing changed";
         const auto stamps = scene.stamps();
-        JsonDocument value;
-        ASSERT_FALSE(value.Parse(c.json).HasParseError());
-        changes->pushChange(ValueAccess<void>{project, c.path}, value);
-        changes->commit();
+        edit(c.path, c.json);
         const auto afterEdit = scene.stamps();
         compiler->compile();
         EXPECT_EQ(compiled(c.recompiled), 1u);
@@ -199,13 +203,9 @@ TEST_F(AssetCompilerTest, RemovedAndAddedObjects) {
     // Remove the lamp with its camera child; add a new object under the root.
     changes->pushRemoval(record("objects", 3));
     changes->pushRemoval(record("objects", 2));
-    JsonDocument value;
-    value.Parse(R"({"name": "Added", "parent": 1, "components": [{"type": 1}]})");
-    changes->pushChange(record("objects", 9), value);
-    changes->commit();
+    edit("/objects/9", R"({"name": "Added", "parent": 1, "components": [{"type": 1}]})");
     compiler->compile();
-    EXPECT_EQ(object(2), Data::InvalidId);
-    EXPECT_EQ(object(3), Data::InvalidId);
+    EXPECT_TRUE(object(2) == Data::InvalidId && object(3) == Data::InvalidId);
     ASSERT_NE(object(9), Data::InvalidId);
     EXPECT_EQ(scene.graph().parent(object(9)), object(1));
     EXPECT_EQ(scene.lights().size(), 1u);
@@ -223,8 +223,7 @@ TEST_F(AssetCompilerTest, RemovedAndAddedObjects) {
 TEST_F(AssetCompilerTest, InactiveObjectsKeepTheirComponentsOff) {
     compiler->compile();
     EXPECT_TRUE(scene.visibleObjects.isSetSafe(object(2)));
-    changes->pushChange(record("objects", 2).access("active"), false);
-    changes->commit();
+    edit("/objects/2/active", "false");
     compiler->compile();
     const auto lights = scene.graph().componentsOfType(object(2), Data::ComponentType::Light);
     ASSERT_EQ(lights.size(), 1u);
@@ -248,16 +247,14 @@ TEST_F(AssetCompilerTest, ReparentingKeepsObjectsAndTheirWorldPlace) {
     changes->pushChange(record("objects", 4).access("parent"), ResourceId{1});
     changes->commit();
     compiler->compile();
-    EXPECT_EQ(object(3), camera);
-    EXPECT_EQ(object(4), floor);
+    EXPECT_TRUE(object(3) == camera && object(4) == floor);
     EXPECT_EQ(scene.graph().parent(camera), floor);
     EXPECT_EQ(scene.graph().parent(floor), object(1));
     scene.graph().computeAbsoluteTransformations();
     EXPECT_NEAR(glm::distance(scene.graph().absoluteTransformation(camera).translation(), Vector3{1, 2, 3}), 0.0f, 1e-5f);
 
     // A parent that does not exist puts the object at the root, with a message.
-    changes->pushChange(record("objects", 3).access("parent"), ResourceId{77});
-    changes->commit();
+    edit("/objects/3/parent", "77");
     Log::Capture errors{Log::Channel::Error};
     compiler->compile();
     EXPECT_TRUE(errors.contains("parent 77 does not exist")) << errors.text();
@@ -279,8 +276,7 @@ TEST_F(AssetCompilerTest, BrokenSourceKeepsThePreviousState) {
         SCOPED_TRACE(data.file);
         if(data.bytes) writeFile(folder/data.file, data.bytes);
         else fs::remove(folder/data.file);
-        changes->pushChange(ValueAccess<void>{project, data.path}, std::string_view{"renamed"});
-        changes->commit();
+        edit(data.path, "\"renamed\"");
         Log::Capture errors{Log::Channel::Error};
         compiler->compile();
         EXPECT_EQ(std::count(errors.text().begin(), errors.text().end(), '\n'), 1) << errors.text();
@@ -318,8 +314,7 @@ TEST_F(AssetCompilerTest, MissingImageAtFirstCompileLeavesTheRestCompiled) {
 
     // The file arrives and the record is touched: the image compiles now.
     writePng(folder/"textures/checker.png", {2, 2});
-    changes->pushChange(record("images", 1).access("name"), std::string_view{"again"});
-    changes->commit();
+    edit("/images/1/name", "\"again\"");
     compiler->compile();
     ASSERT_TRUE(compiler->imageInstance(ResourceId{1}));
     EXPECT_EQ(scene.textures[texture].image, compiler->imageInstance(ResourceId{1}));
@@ -337,10 +332,7 @@ TEST_F(AssetCompilerTest, RecordErrorsReportedInOneLine) {
     };
     compiler->compile();
     for(const auto& c: cases) {
-        JsonDocument value;
-        value.Parse(c.json);
-        changes->pushChange(ValueAccess<void>{project, c.path}, value);
-        changes->commit();
+        edit(c.path, c.json);
         Log::Capture errors{Log::Channel::Error};
         compiler->compile();
         EXPECT_EQ(std::count(errors.text().begin(), errors.text().end(), '\n'), 1) << errors.text();
