@@ -240,34 +240,6 @@ TEST_F(ChangeManagerTest, TransformsDecomposeIntoFields) {
     EXPECT_TRUE(errors.contains("singular")) << errors.text();
 }
 
-// Which category stamps an edit moves; undo moves the same ones again.
-TEST_F(ChangeManagerTest, StampsMoveOnlyForTouchedCategories) {
-    const struct { const char* path; const char* json; std::vector<ChangeCategory> moved; } cases[]{
-        {"/settings/render/clearColor", "[1, 1, 1, 1]", {ChangeCategory::RenderSettings}},
-        {"/objects/2/components/0/intensity", "4", {ChangeCategory::Objects, ChangeCategory::Lights}},
-        {"/pipelines/1/transparent", "true", {ChangeCategory::Shaders}},
-    };
-    std::size_t heard = 0;
-    project.addChangeListener([&heard](std::string_view, ChangeCategories) { ++heard; });
-    for(const auto& [path, json, moved]: cases) {
-        SCOPED_TRACE(path);
-        const auto before = project.stamps();
-        const std::uint32_t revision = project.revision();
-        const std::size_t listened = heard;
-        JsonDocument value;
-        value.Parse(json);
-        changes.pushChange(ValueAccess<void>{project, path}, value);
-        changes.commit();
-        EXPECT_GT(project.revision(), revision);
-        EXPECT_GT(heard, listened);
-        for(std::size_t i = 0; i != std::size_t(ChangeCategory::Count); ++i)
-            EXPECT_EQ(project.stamps()[i] != before[i], std::find(moved.begin(), moved.end(), ChangeCategory(i)) != moved.end()) << i;
-        const auto afterEdit = project.stamps();
-        changes.undo();
-        for(ChangeCategory c: moved) EXPECT_NE(project.stamp(c), afterEdit[std::size_t(c)]);
-    }
-}
-
 TEST(ChangeManagerLifetime, LoadingForgetsHistoryThatNoLongerApplies) {
     ProjectFile project;
     ChangeManager changes{project};
