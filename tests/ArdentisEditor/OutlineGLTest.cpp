@@ -114,13 +114,8 @@ protected:
     std::unique_ptr<SelectionOutline> outline = std::make_unique<SelectionOutline>();
 };
 
-struct WidthCase {
-    const char* name;
-    Vector2 scale;
-    int fullUpTo;      // pixels beyond the edge in full outline colour: 1 .. fullUpTo
-    int noneFrom;      // untouched from this distance on
-    std::size_t steps;
-};
+// Pixels beyond the edge in full outline colour: 1 .. fullUpTo; untouched from noneFrom on.
+struct WidthCase { const char* name; Vector2 scale; int fullUpTo, noneFrom; std::size_t steps; };
 
 // With a crisp mask the seeds are the shape's pixel centres, so a pixel d away along an axis gets
 // alpha clamp(width - d, 0, 1).

@@ -27,12 +27,9 @@ TEST(ShaderPack, RegisteredBeforeMain) {
 
 // The programs and variants the engine builds from the pack that no behaviour test draws with (the
 // outline, specular baker and skinning tests compile theirs).
+// The fragment is a pack file, or "" for SkinningCapture; the vertex stage is the engine's or a pack file.
 struct CompileCase {
-    const char* name;
-    const char* fragment;   // a pack file, or "" for SkinningCapture
-    const char* vertex;     // engine vertex stage, or a pack file
-    std::vector<std::string> defines;
-    bool needsDrawParameters = false;
+    const char* name; const char* fragment; const char* vertex; std::vector<std::string> defines; bool needsDrawParameters = false;
 };
 
 // The skinning stage rasterises nothing; a fragment stage is only there to link.
