@@ -230,11 +230,16 @@ void AbstractRenderer::updateTexts(Data::TextManager& texts) {
     if(_meshGroupCount >= _batches.size()) return;
     MeshBatch& batch = _batches[_meshGroupCount];
     const auto& tc = texts.components();
+    const UnsignedInt textPipeline = pipelineIndex("Text");
+    const Shaders::ShaderProgram* textShader = textPipeline ? _pipelines.shader(textPipeline) : nullptr;
+    _textMaterials.assign(tc.size(), 0);
     std::vector<PackedMesh> meshes;
     std::vector<UnsignedInt> componentMeshes, objects;
     for(std::size_t i = tc.groupStart(0); i != tc.groupEnd(0); ++i) {
         const Data::Id component = texts.component(i);
         const UnsignedShort font = texts.font(component);
+        _textMaterials[i] = texts.material(component);
+        if(!_textMaterials[i] && textShader) _textMaterials[i] = fontMaterial(font, textShader->materialDefinition());
         if(font >= _fonts.size()) {
             Log::error("AbstractRenderer::updateTexts(): text {} uses font {}, but {} fonts are loaded", component, font,
                        _fonts.size());
@@ -254,6 +259,16 @@ void AbstractRenderer::updateTexts(Data::TextManager& texts) {
     batch.addMeshes(meshes);
     batch.setComponents(std::move(componentMeshes), std::move(objects), UnsignedInt(_meshes->size() + tc.groupStart(0)));
     _transformsAll = true;
+}
+
+UnsignedShort AbstractRenderer::fontMaterial(UnsignedShort font, const Shaders::MaterialDefinition& definition) {
+    if(_fontMaterials.size() <= font) _fontMaterials.resize(font + 1u, 0);
+    if(!_fontMaterials[font]) _fontMaterials[font] = registerCustomMaterial();
+    if(!_fontMaterials[font]) return 0;
+    Data::Material material = definition.defaults();
+    if(const int index = definition.paramIndex("font"); index >= 0) definition.setInteger(material, UnsignedInt(index), font);
+    updateMaterial(_fontMaterials[font], material);
+    return _fontMaterials[font];
 }
 
 void AbstractRenderer::updateMaterials(std::span<const Data::MaterialData> materials,
@@ -488,8 +503,9 @@ void AbstractRenderer::updateTransforms() {
         const bool mesh = id < meshCount;
         const Data::Id object = mesh ? _meshes->object(id) : _texts->object(id - meshCount);
         if(!graph->isValid(object)) return;
+        const std::size_t text = id - meshCount;
         const UnsignedInt material = mesh ? _meshes->material(_meshes->component(id))
-                                          : _texts->material(_texts->component(id - meshCount));
+            : text < _textMaterials.size() ? _textMaterials[text] : _texts->material(_texts->component(text));
         _transformations.setTransformation(id, graph->absoluteTransformation(object), graph->absoluteScaling(object),
                                            material);
     });

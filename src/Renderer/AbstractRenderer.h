@@ -135,7 +135,8 @@ public:
     void prepareBatches(Data::MeshManager& meshes, Data::TextManager& texts);
     // Packs the scene's meshes (by scene mesh index) into the mesh batches that use them.
     void updateMeshes(Data::MeshManager& meshes, std::span<const MeshData> meshData);
-    // Lays the active texts out with the fonts of updateFonts() into the text batch.
+    // Lays the active texts out with the fonts of updateFonts() into the text batch. A text without a
+    // material of its own draws white with its font, through a material the renderer keeps per font.
     void updateTexts(Data::TextManager& texts);
     void updateMaterials(std::span<const Data::MaterialData> materials, std::span<const Data::MaterialData> alphaMaterials = {});
     // `alpha` (a blended variant's record) is accepted for the callers' sake; blended pipelines read
@@ -273,6 +274,8 @@ protected:
     // Batches and transformation rows of the draw list, when it changed.
     void prepareDraws();
     bool isSkyDraw(const Data::Draw& draw) const;
+    // The renderer's material for texts of `font` that name none; 0 when no slot is left.
+    UnsignedShort fontMaterial(UnsignedShort font, const Shaders::MaterialDefinition& definition);
     // The vertex features a shadow caster of this pipeline needs.
     std::vector<std::string> casterFeatures(UnsignedInt pipeline) const;
     // Renderer object ids per scene object, for visiting only what the graph marked changed.
@@ -307,6 +310,8 @@ protected:
     std::vector<MeshBatch> _drawBatches;
     bool _drawsDirty = false;
     std::vector<Data::FontData> _fonts;
+    std::vector<UnsignedShort> _textMaterials;  // by text dense index, as drawn
+    std::vector<UnsignedShort> _fontMaterials;  // custom material by font, 0 none yet
     GlyphAtlas _glyphs;
     std::vector<UnsignedInt> _morphFirstLayer;     // by scene mesh
     UnsignedInt _morphLayersPerTarget = 1;

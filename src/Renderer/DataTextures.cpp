@@ -56,8 +56,11 @@ int Vector4Texture::upload() {
     if(!_texture.id() || rows > _uploadedRows) {
         if(_texture.id()) RendererState::notifyTextureDeleted(_texture.id());
         _texture = GL::Texture2D{};
-        // Room to grow, so that adding a few objects does not reallocate every time.
-        const int allocated = std::max(rows, _uploadedRows*2);
+        // Room to grow, so that adding a few objects does not reallocate every time, but never past
+        // the height GL allows (material rows are numbered up to near that limit).
+        GLint maxHeight = 0;
+        glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxHeight);
+        const int allocated = std::max(rows, std::min(_uploadedRows*2, int(maxHeight)));
         _texture.setStorage(1, GL::TextureFormat::RGBA32F, {_width, allocated})
             .setMinificationFilter(GL::SamplerFilter::Nearest)
             .setMagnificationFilter(GL::SamplerFilter::Nearest)

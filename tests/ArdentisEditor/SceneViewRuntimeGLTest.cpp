@@ -180,6 +180,20 @@ TEST_F(SceneViewRuntimeGLTest, TexturesAndSkyReachTheFrame) {
     }
 }
 
+// Texts name no material: they draw white in their font.
+TEST_F(SceneViewRuntimeGLTest, TextsDrawInTheirFont) {
+    setJson(record(project(), "pipelines", 2), R"({"name": "Text"})");
+    setJson(record(project(), "objects", 1), R"({"name": "Crate"})");
+    setJson(record(project(), "objects", 2), R"({"name": "Lid", "parent": 1})");
+    setSetting(Model::Settings::ClearColor, Vector4{0.0f, 0.0f, 0.0f, 1.0f});
+    // Nothing else white in view: no grid, no light arrow.
+    app().viewSwitch(ArdentisEditor::Grid) = false;
+    app().viewSwitch(ArdentisEditor::Lights) = false;
+    view().canvas().cameraTransform(DualQuaternion::translation({-1.0f, 0.25f, 2.0f}));
+    frame();
+    EXPECT_GT(AT::countPixelsIf(canvasImage(), [](Rgba8 p) { return p.r > 200 && p.g > 200 && p.b > 200; }), 500);
+}
+
 // With the sun gone, the red crate is lit only by the environment baked from a white sky.
 TEST_F(SceneViewRuntimeGLTest, EnvironmentLightingComesFromTheSky) {
     setJson(record(project(), "objects", 3), R"({"name": "Sun"})");

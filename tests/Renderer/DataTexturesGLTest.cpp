@@ -56,3 +56,18 @@ TEST_F(DataTexturesGLTest, MovingOneObjectUploadsOneRow) {
     EXPECT_EQ(Vector3{scaling}, Vector3{2.0f});
     EXPECT_EQ(std::bit_cast<UnsignedInt>(scaling.w), 9u);
 }
+
+// Rows are numbered up to just below GL's height limit (material ids): growing past half of it
+// allocates no more than the limit instead of twice the old height.
+TEST_F(DataTexturesGLTest, GrowthStopsAtTheHeightLimit) {
+    GLint maxHeight = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxHeight);
+    Vector4Texture texture{1, "test"};
+    texture.resize(std::size_t(maxHeight/2 + 1));
+    texture.upload();
+    texture.resize(std::size_t(maxHeight));
+    texture.set(std::size_t(maxHeight - 1), Vector4{1.0f});
+    EXPECT_EQ(texture.upload(), maxHeight);
+    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+    EXPECT_EQ(texelOnGpu(texture, std::size_t(maxHeight - 1)), Vector4{1.0f});
+}

@@ -22,7 +22,7 @@ namespace ArdentisEngine {
 namespace {
 
 // The opening view looks down at the scene from the front right.
-constexpr float FrameYaw = 35.0f;
+constexpr float FrameYaw = -30.0f;
 constexpr float FramePitch = -30.0f;
 
 void warpCursor(ArdentisEditor& app, Vector2 position) {
