@@ -101,13 +101,22 @@ bool TextureAtlas::setImage(UnsignedInt slot, const ImageView& image) {
             .setWrapping(GL::SamplerWrapping::ClampToEdge)
             .setLabel("Texture atlas");
     }
+    std::optional<Image> converted;
     if(image.format() == PixelFormat::RGB8) {
-        const std::optional<Image> rgba = convertPixelFormat(image, PixelFormat::RGBA8);
-        AE_ASSERT(rgba);
-        _texture.setSubImage(0, _rectangles[slot].layer, r.min, *rgba);
-    } else {
-        _texture.setSubImage(0, _rectangles[slot].layer, r.min, image);
+        converted = convertPixelFormat(image, PixelFormat::RGBA8);
+        AE_ASSERT(converted);
     }
+    const ImageView rgba = converted ? converted->view() : image;
+    // Materials repeat their textures: the padding holds the opposite edges, so that filtering
+    // across a seam blends the texels the repetition puts there instead of empty ones.
+    const Vector2i size = r.size();
+    Image bordered{PixelFormat::RGBA8, size + Vector2i{2*Padding}};
+    for(int y = 0; y != bordered.size().y; ++y) {
+        const int sourceY = ((y - Padding) % size.y + size.y) % size.y;
+        for(int x = 0; x != bordered.size().x; ++x)
+            bordered.setPixel(x, y, rgba.pixel<glm::u8vec4>(((x - Padding) % size.x + size.x) % size.x, sourceY));
+    }
+    _texture.setSubImage(0, _rectangles[slot].layer, r.min - Vector2i{Padding}, bordered);
     _mipsDirty = true;
     return true;
 }

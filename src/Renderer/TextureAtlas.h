@@ -4,9 +4,10 @@
 // Images are reserved first (CPU only, so that overflow is known before anything is uploaded) and
 // their pixels set afterwards by slot; the slot of a reservation is the texture count before it.
 //
-// Packing is by shelves, first fit over the layers in order; each image keeps Padding transparent
-// texels on every side so that bilinear filtering does not bleed between neighbours. Mip levels are
-// generated over whole layers by finishUploads(), so the smallest levels do mix neighbours.
+// Packing is by shelves, first fit over the layers in order; each image keeps Padding texels on
+// every side, filled with its opposite edges, so that bilinear filtering neither bleeds between
+// neighbours nor darkens the seams of a repeated texture. Mip levels are generated over whole layers
+// by finishUploads(), so the smallest levels do mix neighbours.
 #include <array>
 #include <vector>
 

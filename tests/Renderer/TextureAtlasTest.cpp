@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include "Gfx/GLTestFixture.h"
 #include "Renderer/TextureAtlas.h"
 
 using namespace ArdentisEngine;
 
 namespace {
+
+using TextureAtlasGLTest = ArdentisEngine::Test::GLTestFixture;
 
 Range2Di padded(const Range2Di& r) {
     return {r.min - TextureAtlas::Padding, r.max + TextureAtlas::Padding};
@@ -86,4 +89,23 @@ TEST(TextureAtlasTest, RandomReservationsNeverOverlap) {
         // Shelf packing wastes space, but not most of it.
         EXPECT_GT(double(area), 0.5*256*128*3) << "round " << round;
     }
+}
+
+// Materials repeat their textures: the padding around an image holds its opposite edges, so that
+// filtering across a seam never reaches empty texels.
+TEST_F(TextureAtlasGLTest, PaddingRepeatsTheOppositeEdges) {
+    TextureAtlas atlas{Vector2i{16}, 1};
+    ASSERT_TRUE(atlas.reserve({4, 3}));
+    Image image{PixelFormat::RGB8, {4, 3}};
+    for(int y = 0; y != 3; ++y)
+        for(int x = 0; x != 4; ++x) image.setPixel(x, y, glm::u8vec3{std::uint8_t(10 + 60*x), std::uint8_t(10 + 80*y), 200});
+    ASSERT_TRUE(atlas.setImage(0, image));
+    const Image layer = atlas.texture().image(0, 0);
+    const Vector2i origin = atlas.rectangle(0).min;
+    for(int y = -TextureAtlas::Padding; y != 3 + TextureAtlas::Padding; ++y)
+        for(int x = -TextureAtlas::Padding; x != 4 + TextureAtlas::Padding; ++x) {
+            const glm::u8vec3 expected = image.pixel<glm::u8vec3>((x + 4) % 4, (y + 3) % 3);
+            EXPECT_EQ(layer.pixel<glm::u8vec4>(origin.x + x, origin.y + y), glm::u8vec4(expected, 255)) << x << " " << y;
+        }
+    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
