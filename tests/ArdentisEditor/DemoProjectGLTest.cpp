@@ -8,6 +8,8 @@
 
 #include "ArdentisEditor/Views/SceneView.h"
 #include "Editor/App/EditorShell.h"
+#include "Editor/App/InputEvent.h"
+#include "Editor/View/Events.h"
 #include "Editor/Project/ResourceSection.h"
 #include "Editor/Ui/ResourceType.h"
 #include "Gfx/GLTestFixture.h"
@@ -52,10 +54,23 @@ TEST_F(DemoProjectGLTest, EveryListedAssetHasAThumbnail) {
     ASSERT_TRUE(shell->initGraphics(1.0f));
     shell->addView<SceneView>();
     ArdentisEngine::Test::RenderTarget target{{1280, 720}};
-    for(int frame = 0; frame != 3; ++frame) {
-        shell->buildFrame(1.0f/60.0f, Vector2{1280.0f, 720.0f}, Vector2{1.0f});
-        target.framebuffer.bind();
-        shell->renderFrame({1280, 720});
+    auto frames = [&](int count) {
+        for(int frame = 0; frame != count; ++frame) {
+            shell->buildFrame(1.0f/60.0f, Vector2{1280.0f, 720.0f}, Vector2{1.0f});
+            target.framebuffer.bind();
+            shell->renderFrame({1280, 720});
+        }
+    };
+    frames(3);
+
+    // Holding a button anywhere while thumbnails are shown once tripped the UI library's check
+    // that drag sources sit on items with an id, and aborted the editor.
+    for(const float y: {200.0f, 700.0f}) {
+        shell->handle({.type = InputEvent::Type::PointerMove, .position = {500.0f, y}});
+        shell->handle({.type = InputEvent::Type::PointerPress, .position = {500.0f, y}, .button = PointerButton::Left});
+        frames(2);
+        shell->handle({.type = InputEvent::Type::PointerRelease, .position = {500.0f, y}, .button = PointerButton::Left});
+        frames(1);
     }
 
     expectThumbnails<MeshRecord>(*shell, ResourceType::Mesh, "mesh");

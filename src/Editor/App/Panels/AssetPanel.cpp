@@ -66,8 +66,9 @@ void AssetPanel::draw(PanelContext& context) {
         ImGui::BeginGroup();
         const std::optional<unsigned> texture = _thumbnails ? _thumbnails(kind.type, id) : std::nullopt;
         if(texture)
-            // Thumbnails are rendered bottom-up, as GL stores them.
-            ImGui::Image(ImTextureID(std::uintptr_t(*texture)), {_tileSize, _tileSize}, {0, 1}, {1, 0});
+            // Thumbnails are rendered bottom-up, as GL stores them. A button, not an image: the drag
+            // source below needs an item with an id.
+            ImGui::ImageButton(ImTextureID(std::uintptr_t(*texture)), {_tileSize, _tileSize}, {0, 1}, {1, 0}, 0);
         else
             ImGui::Button(kind.icon, {_tileSize, _tileSize});
         Ui::resourceDragSource(kind.type, id.value, name);
