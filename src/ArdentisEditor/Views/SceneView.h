@@ -12,6 +12,8 @@
 //   SceneViewRuntime.cpp     reloadRuntime and the mesh layout
 //   SceneViewRender.cpp      renderScene, drawScene and the debug passes
 //   SceneViewThumbnails.cpp  mesh, font and material thumbnails
+//   SceneViewToolbars.cpp    the toolbars over the image and the legend
+//   SceneViewDrop.cpp        files, materials and textures dropped into the scene
 #include <cstdint>
 #include <limits>
 #include <memory>
