@@ -14,14 +14,17 @@
 //   SceneViewThumbnails.cpp  mesh, font and material thumbnails
 //   SceneViewToolbars.cpp    the toolbars over the image and the legend
 //   SceneViewDrop.cpp        files, materials and textures dropped into the scene
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "Editor/Camera/FlyController.h"
 #include "Editor/Camera/OrbitController.h"
+#include "Editor/Project/Model.h"
 #include "Editor/View/EditorView.h"
 #include "Engine/Id.h"
 #include "Engine/Scene.h"
@@ -32,6 +35,8 @@
 #include "Gfx/Shaders/FlatGL.h"
 #include "Gfx/Shaders/PhongGL.h"
 #include "Math/Types.h"
+
+struct ImGuiPayload;
 
 namespace ArdentisEngine {
 
@@ -109,6 +114,21 @@ public:
     Range2Di mouseRange() const;
     void selectObjectsInBox(const Range2Di& range, bool extend, bool click);
 
+    // [drop] Materials and textures dragged onto a mesh object are assigned to it, each assignment
+    // one undo step; files from the operating system are loaded into the project.
+    // Accepts a payload of payloadType while it hovers or is dropped; true (payload handed out, the
+    // object kept as the drop target) when there is something new to assign to the object under the
+    // pointer. Takes back a preview made for another object.
+    bool dropInScene(std::string_view payloadType, const ImGuiPayload*& payload);
+    // Whether the object's record lists a component of that type (record numbering).
+    bool objectHasComponent(Data::Id object, Model::ComponentType type);
+    // Records the material on the object's first mesh component and commits it.
+    void setObjectMaterial(Data::Id object, ResourceId material);
+    // Puts the texture into the first texture parameter of the material of each of the object's
+    // mesh components, as one undo step; true when any was set.
+    bool setObjectTexture(Data::Id object, ResourceId texture);
+    bool isDropPreviewActive() const { return _dropPreviewActive; }
+
     // [physics] Starts or stops the live simulation; stopping puts the scene back as edited.
     void setSimulatePhysics(bool simulate);
 
@@ -136,7 +156,21 @@ public:
     bool isCullingFrustumFrozen() const { return _frustumFrozen; }
     void freezeCullingFrustum(bool frozen);
 
+    // [snapping] Per operation (translate, rotate, scale): snap without holding Ctrl.
+    bool snapAlways(GizmoOperation operation) const { return _snapAlways[std::size_t(operation)]; }
+    Vector3 translationSnap() const { return _translationSnap; }
+    float rotationSnap() const { return _rotationSnap; }
+    Vector3 scaleSnap() const { return _scaleSnap; }
+    // The renderer batch of the collision shape visualisation, once the pipeline for it exists.
+    std::optional<UnsignedInt> colliderBatch() const { return _colliderBatch; }
+
 private:
+    // SceneViewToolbars.cpp: the gizmo, snapping, physics, projection and speed controls over the
+    // image's top left; the render type and debug menus at its top right; what is under the pointer.
+    void toolbar();
+    void toolbarRight();
+    void legend();
+
     // SceneViewRender.cpp
     void gridPass();
     void probeDebugPass();
@@ -157,6 +191,14 @@ private:
     void reloadPipelines();
     // Marks every category of the scene as seen by this view.
     void stampReloaded(Data::Scene& scene);
+
+    // SceneViewDrop.cpp: the window as a drop target, run after the image each frame.
+    void drawDropTarget();
+    // Takes back the assignment previewed for the hovered object, if any.
+    void cancelDropPreview();
+    // The texture of the image file a drag brings from outside, loading the image when it is not in
+    // the project yet; 0 when the path is no image or it fails to load.
+    ResourceId dropImageTexture(std::string_view path);
 
     // SceneViewThumbnails.cpp: the material preview's sphere, made on first use.
     GL::Mesh& thumbnailSphere();
@@ -179,6 +221,10 @@ private:
     bool _frustumFrozen = false;
     Matrix4 _frozenCullingMatrix{1.0f};
     float _flySpeedMultiplier = 1.0f;
+    std::array<bool, 3> _snapAlways{};
+    Vector3 _translationSnap{0.5f};
+    float _rotationSnap = 30.0f;
+    Vector3 _scaleSnap{0.1f};
     Vector2 _flyPressPosition{0.0f};
     Vector2i _viewSize{1, 1};
     Vector2 _imageOrigin{0.0f};
@@ -213,6 +259,12 @@ private:
     std::unique_ptr<Canvas> _canvas;
     // The two custom material slots init registers: collider visualisation, thumbnail previews.
     UnsignedShort _colliderMaterial = 0, _thumbnailMaterial = 0;
+
+    // [drop] An assignment made for _dropTarget while a drag hovers it, undone unless dropped there.
+    bool _dropPreviewActive = false;
+    Data::Id _dropTarget = 0;
+    // The texture of the image file being dragged in from outside, found once per drag.
+    ResourceId _droppedImageTexture{};
 
     // [thumbnails]
     Data::Id _thumbnailObject = 0, _thumbnailView = 0;

@@ -163,7 +163,11 @@ void SceneView::bakeEnvironment() {
 }
 
 void SceneView::drawScene() {
-    // Toolbars and legend are a later piece. While flying the pointer is hidden and held in the
+    toolbar();
+    toolbarRight();
+    legend();
+
+    // While flying the pointer is hidden and held in the
     // window: GLFW's disabled cursor keeps it there and still reports unbounded motion, so the fly
     // controller's look source sees true deltas (warping it to the centre every frame would show
     // up as a turn).
