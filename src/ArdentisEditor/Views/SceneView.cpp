@@ -204,9 +204,7 @@ void SceneView::draw() {
         ImGui::GetForegroundDrawList()->AddRect(start, ImGui::GetIO().MousePos, IM_COL32(0xcc, 0x99, 0x00, 0xff));
     }
 
-    // Dropping files and resources into the scene is not built yet: the window is a drop target
-    // that previews nothing and accepts nothing.
-    if(Ui::beginDragDropTargetWindow()) ImGui::EndDragDropTarget();
+    drawDropTarget();
 
     ImGui::End();
 }

@@ -369,6 +369,11 @@ const Shaders::MaterialDefinition* AssetCompiler::materialDefinition(std::uint16
     return pipeline < _definitions.size() && _definitions[pipeline] ? &*_definitions[pipeline] : nullptr;
 }
 
+const std::string& AssetCompiler::pipelineShaderName(std::uint16_t pipeline) const {
+    static const std::string None;
+    return pipeline < _pipelineShaderNames.size() ? _pipelineShaderNames[pipeline] : None;
+}
+
 // [SECTION] Images and textures
 
 void AssetCompiler::compileImages(bool force) {

@@ -143,6 +143,9 @@ public:
 
     // The material definition of a compiled pipeline (by its slot), or null.
     const Shaders::MaterialDefinition* materialDefinition(std::uint16_t pipeline) const;
+    // The name a material record of the pipeline keeps its shader parameters under: the shader
+    // record's name, or a built-in pipeline's shader file without extension. Empty when none.
+    const std::string& pipelineShaderName(std::uint16_t pipeline) const;
     // By pipeline slot; empty where a pipeline has no definition.
     std::span<const std::optional<Shaders::MaterialDefinition>> materialDefinitions() const { return _definitions; }
     std::span<const AnimationInstance> animationInstances() const { return _animationInstances; }
