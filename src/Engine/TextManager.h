@@ -71,5 +71,7 @@ private:
 
 // Decodes UTF-8; malformed bytes become U+FFFD.
 std::u32string decodeUtf8(std::string_view text);
+// Appends the UTF-8 encoding of one code point.
+void appendUtf8(std::string& out, char32_t c);
 
 }

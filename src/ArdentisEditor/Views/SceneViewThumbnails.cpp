@@ -47,24 +47,6 @@ bool isPrintable(char32_t c) {
     return true;
 }
 
-void appendUtf8(std::string& out, char32_t c) {
-    if(c < 0x80) {
-        out += char(c);
-    } else if(c < 0x800) {
-        out += char(0xc0 | (c >> 6));
-        out += char(0x80 | (c & 0x3f));
-    } else if(c < 0x10000) {
-        out += char(0xe0 | (c >> 12));
-        out += char(0x80 | ((c >> 6) & 0x3f));
-        out += char(0x80 | (c & 0x3f));
-    } else {
-        out += char(0xf0 | (c >> 18));
-        out += char(0x80 | ((c >> 12) & 0x3f));
-        out += char(0x80 | ((c >> 6) & 0x3f));
-        out += char(0x80 | (c & 0x3f));
-    }
-}
-
 // Sets near and far around a unit sphere `distance` away and returns the new projection.
 const Matrix4& frameUnitSphere(Data::ViewManager& views, Data::Id view, float distance, const Range2Di& viewport) {
     // A view without a viewport would make the aspect ratio undefined.
@@ -166,7 +148,7 @@ std::string fontSampleText(const Data::FontData& font) {
     const std::size_t count = std::min<std::size_t>(printable.size(), 2);
     std::partial_sort(printable.begin(), printable.begin() + std::ptrdiff_t(count), printable.end());
     std::string text;
-    for(std::size_t i = 0; i != count; ++i) appendUtf8(text, printable[i]);
+    for(std::size_t i = 0; i != count; ++i) Data::appendUtf8(text, printable[i]);
     return text;
 }
 
