@@ -214,7 +214,8 @@ TEST_F(SceneViewGLTest, SceneChangeReloadsOnceAndKeepsReloadOutOfTheFrameDelta) 
 
 TEST_F(SceneViewGLTest, BoxAndClickSelectThroughThePickingImage) {
     focusView();
-    const Vector2 corner = view().windowPosition() + Vector2{16.0f, 48.0f};
+    // Below the toolbar, which takes the pointer where it floats.
+    const Vector2 corner = view().windowPosition() + Vector2{16.0f, 96.0f};
     const Vector2 opposite = view().windowPosition() + view().windowSize() - Vector2{16.0f};
     auto boxSelect = [&](Vector2 from, Vector2 to) {
         chord(chordOf(view(), Shortcuts::BoxSelect));

@@ -191,8 +191,10 @@ void SceneView::updateColliderBatch(bool shown) {
     WebGL2Renderer& renderer = _canvas->renderer();
     if(!_colliderBatch || *_colliderBatch >= renderer.batchCount()) return;
     MeshBatch& batch = renderer.batch(*_colliderBatch);
+    // Emptied completely, so that switching the shapes on again packs them from scratch.
     if(!shown) {
         if(!batch.views().isEmpty()) batch.views().removeAll();
+        if(batch.meshCount()) batch.removeMeshes();
         _colliderShapes.clear();
         return;
     }
