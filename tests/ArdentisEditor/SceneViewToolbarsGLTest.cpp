@@ -67,6 +67,13 @@ protected:
     // Of what the window holds this frame (its content size is the last frame's).
     static float contentWidth(const ImGuiWindow* in) { return in->DC.CursorMaxPos.x - in->DC.CursorStartPos.x; }
     static float textWidth(const std::string& text) { return ImGui::CalcTextSize(text.c_str()).x; }
+    // A rigid body component on the crate, left uncommitted.
+    void addBody(const char* json) {
+        JsonDocument body;
+        std::string error;
+        ASSERT_TRUE(parseJson(json, body, error)) << error;
+        changes().pushChange(object(1).access("components").access(std::size_t{1}), body);
+    }
     Vector3 crateTranslation() { return data().scene().main().graph().absoluteTransformation(instance(1)).translation(); }
 };
 
@@ -114,10 +121,7 @@ TEST_F(SceneViewToolbarsGLTest, GizmoButtonsSetOperationAndSpace) {
 }
 
 TEST_F(SceneViewToolbarsGLTest, CollisionShapesOffAndOnRebuildTheShapes) {
-    JsonDocument body;
-    std::string error;
-    ASSERT_TRUE(parseJson(R"({"type": 6, "bodyType": 0, "shape": 1, "radius": 3})", body, error)) << error;
-    changes().pushChange(object(1).access("components").access(std::size_t{1}), body);
+    addBody(R"({"type": 6, "bodyType": 0, "shape": 1, "radius": 3})");
     changes().pushChange(project().section<PipelineRecord>()[ResourceId{2}][Model::Pipeline::Name], "MeshVisualizer");
     changes().commit();
     frame();
@@ -135,10 +139,7 @@ TEST_F(SceneViewToolbarsGLTest, CollisionShapesOffAndOnRebuildTheShapes) {
 }
 
 TEST_F(SceneViewToolbarsGLTest, SimulationNeedsPhysicsAndStoppingRestoresTheScene) {
-    JsonDocument body;
-    std::string error;
-    ASSERT_TRUE(parseJson(R"({"type": 6, "bodyType": 1, "shape": 0, "halfExtents": [0.5, 0.5, 0.5]})", body, error)) << error;
-    changes().pushChange(object(1).access("components").access(std::size_t{1}), body);
+    addBody(R"({"type": 6, "bodyType": 1, "shape": 0, "halfExtents": [0.5, 0.5, 0.5]})");
     changes().pushChange(project().settings()[Model::Settings::PhysicsEnabled], false);
     changes().commit();
     frame();
