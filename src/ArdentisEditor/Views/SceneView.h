@@ -14,6 +14,8 @@
 //   SceneViewThumbnails.cpp  mesh, font and material thumbnails
 //   SceneViewToolbars.cpp    the toolbars over the image and the legend
 //   SceneViewDrop.cpp        files, materials and textures dropped into the scene
+//   SceneViewGizmo.cpp       the transformation gizmo over the selection
+//   SceneViewEnvironment.cpp environment bakes, their cache files and reload
 #include <array>
 #include <cstdint>
 #include <limits>
