@@ -10,11 +10,13 @@
 #include <epoxy/gl.h>
 #define GLFW_INCLUDE_NONE
 #include <GLFW/glfw3.h>
+#include <fmt/format.h>
 #include <imgui.h>
 #include <imgui_internal.h>
 #include <backends/imgui_impl_opengl3.h>
 
 #include "Editor/Compiler/AssetCompiler.h"
+#include "Renderer/DefaultPipelines.h"
 #include "Editor/Data/EditorData.h"
 #include "Editor/Data/ObjectCommands.h"
 #include "Editor/App/ThumbnailManager.h"
@@ -204,6 +206,14 @@ bool EditorShell::openProject(const std::string& path) {
 bool EditorShell::newProject(const std::string& folder) {
     auto project = std::make_unique<ProjectFile>();
     if(!project->create(folder)) return false;
+    // A new project draws out of the box: one pipeline record for each of the engine's built-in
+    // pipelines (texts, for one, only draw with the "Text" pipeline). Part of creating, not undoable.
+    std::string text = fmt::format(R"({{"format": "{}", "version": {}, "pipelines": {{)", ProjectFile::Format, ProjectFile::Version);
+    const std::vector<Shaders::PipelineDescription>& builtIn = Shaders::defaultPipelines();
+    for(std::size_t i = 0; i != builtIn.size(); ++i)
+        text += fmt::format(R"({}"{}": {{"name": "{}"}})", i ? ", " : "", i + 1, builtIn[i].name);
+    text += "}}";
+    if(!project->loadText(text, project->filePath()) || !project->save()) return false;
     adoptProject(std::move(project));
     WorkspaceData::setProjectPath(_project->folder());
     Log::info("Created project {}", _project->filePath());

@@ -15,6 +15,7 @@
 #include "Editor/Input/Key.h"
 #include <GLFW/glfw3.h>
 #include "Editor/Project/ProjectFile.h"
+#include "Editor/Project/ResourceSection.h"
 #include "Editor/Undo/ChangeManager.h"
 #include "Gfx/Log.h"
 
@@ -324,6 +325,20 @@ TEST(EditorShellViewTest, SelectionIsSharedThroughTheScene) {
     selectObjects(driver.shell.editorData(), picked, false, false);
     driver.frame();
     EXPECT_EQ(driver.shell.selection().ids(), std::vector<ResourceId>{ResourceId{3}});
+}
+
+TEST(EditorShellTest, NewProjectStartsWithTheBuiltInPipelinesSaved) {
+    ShellDriver driver{makeProject("new-from")};
+    const std::filesystem::path folder = makeProject("new-to").parent_path()/"new-project";
+    std::filesystem::remove_all(folder);
+    ASSERT_TRUE(driver.shell.newProject(folder.string()));
+    const ResourceSection<PipelineRecord> pipelines = driver.shell.project().section<PipelineRecord>();
+    for(const char* name: {"Phong Opaque", "Text", "Sky", "MeshVisualizer"})
+        EXPECT_TRUE(pipelines.resourceByName("name", name)) << name;
+    EXPECT_FALSE(driver.shell.hasUnsavedChanges());
+    EXPECT_EQ(driver.shell.changeManager().undoCount(), 0u);
+    std::ifstream saved{folder/ProjectFile::FileName};
+    EXPECT_NE(std::string(std::istreambuf_iterator<char>{saved}, {}).find("\"MeshVisualizer\""), std::string::npos);
 }
 
 TEST(EditorShellViewTest, OpeningAnotherProjectRemakesTheViews) {
