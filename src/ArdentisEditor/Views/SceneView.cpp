@@ -23,6 +23,7 @@
 #include "Gfx/Log.h"
 #include "Gfx/MeshTools.h"
 #include "Gfx/Primitives/Primitives.h"
+#include "Gizmo/Gizmo.h"
 #include "Renderer/WebGL2Renderer.h"
 
 namespace ArdentisEngine {
@@ -84,8 +85,7 @@ void SceneView::init(ImGuiContext* context, EditorData* data, ArdentisEditorAppl
     registerShortcuts(shortcutTable());
     AE_ASSERT(shortcuts().size() == size_t(Shortcuts::Count));
 
-    // The gizmo's own style (rotation line thickness) is set where the gizmo is drawn; there is no
-    // gizmo library in the build yet.
+    Gizmo::GetStyle().rotationLineThickness = 3.0f;
     _gizmoOperation = GizmoOperation::Translate;
     _gizmoMode = GizmoMode::World;
 
@@ -157,6 +157,7 @@ void SceneView::draw() {
     _imageOrigin = {origin.x, origin.y};
 
     handleShortcuts();
+    Gizmo::SetOrthographic(_canvas->views().projectionType(Canvas::MainView) == Data::ProjectionType::Orthographic);
 
     // A drag that began in the view belongs to the camera or the box, not to a widget under it.
     if(holdsPointer()) ImGui::ClearActiveID();
@@ -204,6 +205,8 @@ void SceneView::draw() {
         ImGui::GetForegroundDrawList()->AddRect(start, ImGui::GetIO().MousePos, IM_COL32(0xcc, 0x99, 0x00, 0xff));
     }
 
+    if(editorData().selectedCount() && !_boxSelectArmed) gizmoStep();
+
     drawDropTarget();
 
     ImGui::End();
@@ -233,9 +236,10 @@ void SceneView::handleShortcuts() {
     if(fired(Shortcuts::FocusObjects)) focusSelection(false);
     if(fired(Shortcuts::FocusHierarchy)) focusSelection(true);
 
-    // The gizmo library's enable toggle, which would cancel a manipulation in progress, comes with
-    // the gizmo itself. Scaling is only offered in local space.
+    // Toggling the gizmo off and on cancels a drag in progress. Scaling is only offered in local space.
     auto gizmoShortcut = [this](GizmoOperation operation) {
+        Gizmo::Enable(false);
+        Gizmo::Enable(true);
         if(operation != GizmoOperation::Scale && _gizmoOperation == operation)
             _gizmoMode = _gizmoMode == GizmoMode::World ? GizmoMode::Local : GizmoMode::World;
         else {

@@ -131,6 +131,11 @@ public:
     bool setObjectTexture(Data::Id object, ResourceId texture);
     bool isDropPreviewActive() const { return _dropPreviewActive; }
 
+    // [gizmo] Cancels a drag in progress, then sets the operation (gizmo operation bits) and mode
+    // (0 local, 1 world).
+    void setGizmoType(int operation, int mode);
+    bool isManipulating() const { return _manipulating; }
+
     // [physics] Starts or stops the live simulation; stopping puts the scene back as edited.
     void setSimulatePhysics(bool simulate);
 
@@ -172,6 +177,9 @@ private:
     void toolbar();
     void toolbarRight();
     void legend();
+
+    // SceneViewGizmo.cpp: one gizmo over the selection; its drags become transformation changes.
+    void gizmoStep();
 
     // SceneViewRender.cpp
     void gridPass();

@@ -16,6 +16,7 @@
 #include "Editor/Data/EditorData.h"
 #include "Editor/Input/Key.h"
 #include "Gfx/Assert.h"
+#include "Gizmo/Gizmo.h"
 
 namespace ArdentisEngine {
 
@@ -132,7 +133,8 @@ void SceneView::pointerPressEvent(PointerEvent& event) {
     } else if(_keymap == KeyMapMode::Idle && isMiddleMouseOrEmulated(event)) {
         setKeymap(KeyMapMode::Orbit);
         event.accepted = true;
-    } else if(event.button == PointerButton::Left && _boxSelectArmed) {
+    } else if(event.button == PointerButton::Left && _boxSelectArmed &&
+              !(editorData().selectedCount() && Gizmo::IsOver())) {
         _boxStart = event.position - _imageOrigin;
         _boxSelecting = true;
         event.accepted = true;
@@ -165,6 +167,8 @@ void SceneView::pointerReleaseEvent(PointerEvent& event) {
         return;
     }
     if(!isVisible() || !_hovered) return;
+    // The gizmo owns the clicks on it.
+    if(editorData().selectedCount() && Gizmo::IsOver()) return;
     // Shift alone extends; Shift with anything else is another gesture.
     selectObjectsInBox(mouseRange(), event.modifiers == EventMod::Shift, true);
 }

@@ -16,6 +16,7 @@
 #include "Editor/Project/ProjectFile.h"
 #include "Editor/Ui/Icons.h"
 #include "Editor/Ui/Widgets.h"
+#include "Gizmo/Gizmo.h"
 #include "Renderer/WebGL2Renderer.h"
 
 namespace ArdentisEngine {
@@ -63,18 +64,15 @@ void SceneView::toolbar() {
         const auto highlight = [this](Op op, Widgets::ButtonFlags flags) {
             return _gizmoOperation == op ? flags | ButtonFlag::Highlighted : flags;
         };
-        // The gizmo library is not in the build yet; these set what it will be given.
         if(Widgets::buttonGrouped(Icons::Move, fmt::format("Translation Gizmo ({})", chord(Shortcuts::TranslateGizmo)),
                                   highlight(Op::Translate, ButtonFlag::FirstInGroup)))
-            _gizmoOperation = Op::Translate;
+            setGizmoType(Gizmo::Translate, int(_gizmoMode));
         if(Widgets::buttonGrouped(Icons::Rotate, fmt::format("Rotation Gizmo ({})", chord(Shortcuts::RotateGizmo)),
                                   highlight(Op::Rotate, {})))
-            _gizmoOperation = Op::Rotate;
+            setGizmoType(Gizmo::Rotate, int(_gizmoMode));
         if(Widgets::buttonGrouped(Icons::Scale, fmt::format("Scaling Gizmo ({})\n(Only local space)", chord(Shortcuts::ScaleGizmo)),
-                                  highlight(Op::Scale, ButtonFlag::LastInGroup))) {
-            _gizmoOperation = Op::Scale;
-            _gizmoMode = GizmoMode::Local;
-        }
+                                  highlight(Op::Scale, ButtonFlag::LastInGroup)))
+            setGizmoType(Gizmo::Scale, Gizmo::Local);
 
         ImGui::SameLine();
         const std::string translate = chord(Shortcuts::TranslateGizmo), rotate = chord(Shortcuts::RotateGizmo);
