@@ -1,1 +1,187 @@
-#include "ArdentisEditor/Views/SceneView.h"
+// Environment bakes: the cache files they write, how a reload reads them back, and what reaches the
+// renderer.
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <vector>
+
+#include "ArdentisEditor/Canvas.h"
+#include "Gfx/ImageConversion.h"
+#include "Gfx/ImagePlugins.h"
+#include "Renderer/SphericalHarmonics.h"
+#include "Renderer/WebGL2Renderer.h"
+#include "SceneViewFixture.h"
+
+namespace ArdentisEngine::Test {
+// The view's private bake steps.
+struct SceneViewEnvironmentAccess {
+    static bool reload(SceneView& view) { return view.reloadEnvironment(); }
+};
+}
+
+using namespace ArdentisEngine;
+namespace AT = ArdentisEngine::Test;
+namespace fs = std::filesystem;
+
+namespace {
+
+class SceneViewEnvironmentGLTest: public AT::SceneViewFixture {
+protected:
+    template<class T, class V> void setSetting(const Model::Field<T>& field, const V& value) {
+        edit(project().settings(), field, value);
+    }
+    fs::path cache() { return project().cachePath(); }
+    WebGL2Renderer& renderer() { return view().canvas().renderer(); }
+    Vector3 coefficient(int i) { return Vector3{renderer().frameUniforms().data().shCoefficients[i]}; }
+    void write(const fs::path& path, std::span<const std::byte> bytes) {
+        fs::create_directories(path.parent_path());
+        std::ofstream{path, std::ios::binary}.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    }
+    // Size of the first specular level in the cache, zero when there is none.
+    Vector2i mipSize() {
+        const std::unique_ptr<AbstractImageImporter> importer = ImagePluginManager{}.loadImporter("HdrImporter");
+        const Log::Silence quiet;
+        if(!importer->openFile((cache()/"environment-mip-0.hdr").string())) return {};
+        return importer->image2D()->size();
+    }
+};
+
+std::vector<std::byte> encoded(const char* converter, Vector2i size) {
+    Image image{PixelFormat::RGB32F, size};
+    for(int y = 0; y != size.y; ++y)
+        for(int x = 0; x != size.x; ++x) image.setPixel(x, y, Vector3{0.2f, 0.5f, float(y)/float(size.y)});
+    if(std::string_view{converter} == "PngImageConverter") image = *convertPixelFormat(image, PixelFormat::RGB8);
+    return *ImagePluginManager{}.loadConverter(converter)->convertToData(image);
+}
+
+// environment.bin holds RGB float triples; any whole number of them loads, up to nine.
+TEST_F(SceneViewEnvironmentGLTest, ReloadReadsTheDiffuseCache) {
+    struct Case { const char* name; int bytes; UnsignedInt count; const char* message; };
+    const Case cases[]{
+        {"one coefficient", 12, 1, "[baker] Failed to load specular environment"},
+        {"more than nine", 120, 9, "[baker] Failed to load specular environment"},
+        {"not whole triples", 100, 4, "[baker] Failed to load diffuse environment from disk, reason: Corrupted data"},
+        {"missing", -1, 4, "[baker] Failed to load diffuse environment from disk"},
+    };
+    for(const Case& c: cases) {
+        SCOPED_TRACE(c.name);
+        ASSERT_TRUE(renderer().setShCount(4));
+        fs::remove_all(cache());
+        std::vector<std::byte> bytes;
+        for(int i = 0; i < c.bytes/4; ++i) {
+            const auto bits = std::bit_cast<std::uint32_t>(float(i)*0.25f);
+            for(int b = 0; b != 4; ++b) bytes.push_back(std::byte(bits >> (8*b)));
+        }
+        bytes.resize(std::max(c.bytes, 0));
+        if(c.bytes >= 0) write(cache()/"environment.bin", bytes);
+        const Log::Capture errors{Log::Channel::Error};
+        EXPECT_FALSE(AT::SceneViewEnvironmentAccess::reload(view()));
+        EXPECT_TRUE(errors.contains(c.message)) << errors.text();
+        EXPECT_EQ(renderer().shCount(), c.count);
+        // Little-endian triples, coefficient by coefficient.
+        if(c.count == 9) { EXPECT_EQ(coefficient(8), (Vector3{6.0f, 6.25f, 6.5f})); }
+    }
+}
+
+// Image sources: compiled records or project files, Radiance files recognised by their content,
+// images taller than the target size made smaller first.
+TEST_F(SceneViewEnvironmentGLTest, BakesFromImages) {
+    struct Case { const char* name; const char* file; std::function<std::vector<std::byte>()> bytes; std::uint32_t size;
+                  const char* error; Vector2i mip; };
+    const Case cases[]{
+        {"HDR named as PNG", "env/sky.png", [] { return encoded("HdrImageConverter", {32, 16}); }, 512, nullptr, {32, 16}},
+        {"broken HDR named as PNG", "env/broken.png", [] {
+            const std::string_view text = "#?RGBE\nnot an image";
+            return std::vector<std::byte>{reinterpret_cast<const std::byte*>(text.data()), reinterpret_cast<const std::byte*>(text.data() + text.size())};
+         }, 512, "HdrImporter", {}},
+        {"PNG named as HDR", "env/sky.hdr", [] { return encoded("PngImageConverter", {32, 16}); }, 512, nullptr, {32, 16}},
+        {"taller than the target", "env/big.hdr", [] { return encoded("HdrImageConverter", {128, 64}); }, 32, nullptr, {32, 16}},
+        {"as tall as the target", "env/even.hdr", [] { return encoded("HdrImageConverter", {64, 32}); }, 32, nullptr, {64, 32}},
+        {"missing", "env/none.hdr", {}, 512, "Image env/none.hdr isn't valid, skipping environment bake", {}},
+    };
+    setSetting(Model::Settings::EnvironmentSource, std::string{"image"});
+    for(const Case& c: cases) {
+        SCOPED_TRACE(c.name);
+        fs::remove_all(cache());
+        if(c.bytes) write(folder/c.file, c.bytes());
+        setSetting(Model::Settings::EnvironmentImage, std::string{c.file});
+        setSetting(Model::Settings::EnvironmentSize, c.size);
+        frame();
+        const Log::Capture errors{Log::Channel::Error};
+        view().requestEnvironmentBake(0.0);
+        frame();
+        EXPECT_EQ(mipSize(), c.mip);
+        EXPECT_EQ(fs::exists(cache()/"environment.bin"), c.mip != Vector2i{});
+        if(c.error) { EXPECT_TRUE(errors.contains(c.error)) << errors.text(); }
+        if(c.mip == Vector2i{} && c.bytes) {
+            EXPECT_TRUE(errors.contains(fmt::format("Failed to parse image {} from file {}. Skipping environment bake", c.file,
+                                                    (folder/c.file).string()))) << errors.text();
+        }
+    }
+}
+
+// Off: neither a bake nor a reload touches the cache or the renderer.
+TEST_F(SceneViewEnvironmentGLTest, NothingHappensWithLightingOff) {
+    setSetting(Model::Settings::EnvironmentLighting, 0u);
+    setSetting(Model::Settings::EnvironmentSource, std::string{"image"});
+    write(folder/"env/sky.hdr", encoded("HdrImageConverter", {32, 16}));
+    setSetting(Model::Settings::EnvironmentImage, std::string{"env/sky.hdr"});
+    frame();
+    fs::remove_all(cache());
+    const Log::Capture info{Log::Channel::Info}, errors{Log::Channel::Error};
+    view().requestEnvironmentBake(0.0);
+    frames(2);
+    EXPECT_TRUE(AT::SceneViewEnvironmentAccess::reload(view()));
+    EXPECT_FALSE(fs::exists(cache()));
+    EXPECT_EQ(renderer().shCount(), 0u);
+    EXPECT_EQ(info.text() + errors.text(), "");
+}
+
+// A gradient sky, captured through the renderer, gives the coefficients of the same gradient
+// projected directly; its levels reach the renderer, and a reopened project loads them unbaked.
+TEST_F(SceneViewEnvironmentGLTest, SkyBakeWritesTheCacheAndLoadsIt) {
+    const Vector3 zenith{0.1f, 0.3f, 1.0f}, horizon{1.0f, 1.0f, 1.0f}, ground{0.6f, 0.2f, 0.0f};
+    edit(project().settings(), Model::Settings::EnvironmentAutoBake, false);
+    JsonDocument sky;
+    std::string error;
+    ASSERT_TRUE(parseJson(R"({"name": "Gradient", "pipeline": 2, "Sky": {"zenithColor": [0.1, 0.3, 1, 1],
+        "horizonColor": [1, 1, 1, 1], "groundColor": [0.6, 0.2, 0, 1]}})", sky, error)) << error;
+    JsonDocument pipeline;
+    ASSERT_TRUE(parseJson(R"({"name": "Sky"})", pipeline, error)) << error;
+    changes().pushChange(ValueAccess<void>{RecordAccess{project(), "/pipelines/2"}}, pipeline);
+    changes().pushChange(ValueAccess<void>{RecordAccess{project(), "/materials/2"}}, sky);
+    changes().commit();
+    setSetting(Model::Settings::SkyMaterial, ResourceId{2});
+    frame();
+
+    Image expected{PixelFormat::RGB32F, {128, 64}};
+    for(int y = 0; y != 64; ++y)
+        for(int x = 0; x != 128; ++x) {
+            const float h = equirectToDirection({(float(x) + 0.5f)/128.0f, (float(y) + 0.5f)/64.0f}).y;
+            expected.setPixel(x, y, h >= 0.0f ? glm::mix(horizon, zenith, std::sqrt(h)) : glm::mix(horizon, ground, std::sqrt(-h)));
+        }
+    const SphericalHarmonics<2, Vector3> sh = sphericalHarmonicsFromPixels(expected);
+
+    const Log::Capture info{Log::Channel::Info};
+    view().requestEnvironmentBake(0.0);
+    frame();
+    EXPECT_TRUE(info.contains("[baker] Reloading done!")) << info.text();
+    EXPECT_EQ(fs::file_size(cache()/"environment.bin"), 108u);
+    for(int i = 0; i != 5; ++i) EXPECT_TRUE(fs::exists(cache()/fmt::format("environment-mip-{}.hdr", i))) << i;
+    EXPECT_EQ(renderer().frameUniforms().data().environmentLevels, 5u);
+    ASSERT_EQ(renderer().shCount(), 9u);
+    for(int i = 0; i != 9; ++i)
+        for(int c = 0; c != 3; ++c) EXPECT_NEAR(coefficient(i)[c], sh.coefficients[i][c], 0.03f) << i << " " << c;
+
+    ASSERT_TRUE(shell->saveProject());
+    shell = std::make_unique<EditorShell>(EditorShell::Configuration{});
+    ASSERT_TRUE(shell->openProject(folder.string()));
+    ASSERT_TRUE(shell->initGraphics(1.0f));
+    SceneView& reopened = shell->addView<SceneView>();
+    frame();
+    EXPECT_EQ(reopened.canvas().renderer().frameUniforms().data().environmentLevels, 5u);
+    EXPECT_EQ(reopened.environmentBakeDeadline(), std::numeric_limits<double>::infinity());
+    EXPECT_GT(reopened.canvas().renderer().frameUniforms().data().shCoefficients[0].z, 1.0f);
+}
+
+}

@@ -99,8 +99,12 @@ void SceneView::init(ImGuiContext* context, EditorData* data, ArdentisEditorAppl
     _wireCubeMesh.setLabel("SceneView wireframe cube");
     _gridMesh.setLabel("SceneView grid");
 
+    // The bakers keep the renderer's state cache: they go before the canvas that owns it.
+    _rasterProbeBaker.reset();
+    _specularBaker.reset();
     _canvas.reset();
     _canvas = std::make_unique<Canvas>(editorData(), std::nullopt);
+    _rasterProbeBaker = std::make_unique<Baking::RasterProbeBaker>(_canvas->renderer());
     _colliderMaterial = _canvas->renderer().registerCustomMaterial();
     _thumbnailMaterial = _canvas->renderer().registerCustomMaterial();
 

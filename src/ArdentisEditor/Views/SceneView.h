@@ -34,15 +34,19 @@
 #include "Gfx/GL/Mesh.h"
 #include "Gfx/GL/Renderbuffer.h"
 #include "Gfx/GL/Texture.h"
+#include "Gfx/ImagePlugins.h"
 #include "Gfx/Shaders/FlatGL.h"
 #include "Gfx/Shaders/PhongGL.h"
 #include "Math/Types.h"
+#include "Renderer/Baking/RasterProbeBaker.h"
+#include "Renderer/GLTools/IBLSpecularBaker.h"
 
 struct ImGuiPayload;
 
 namespace ArdentisEngine {
 
 class Canvas;
+namespace Test { struct SceneViewEnvironmentAccess; }
 
 class SceneView: public EditorView {
 public:
@@ -193,9 +197,15 @@ private:
     // Draws that batch translucent over the frame.
     void colliderPass();
 
-    // The environment's diffuse lighting: spherical harmonics of the sky material or the environment
-    // image, given to the renderer. The pre-filtered specular levels and their cache are not made.
+    // SceneViewEnvironment.cpp: bakes the sky or the environment image into the cache files,
+    // has the host compile them and loads them into the renderer.
+    friend struct Test::SceneViewEnvironmentAccess;
     void bakeEnvironment();
+    void bakeEnvironment(const ImageView& image);
+    // True on success, or when environment lighting is off.
+    bool reloadEnvironment();
+    // On a project's first reload: the environment its cache holds, instead of a bake.
+    void loadCachedEnvironment();
 
     // SceneViewRuntime.cpp
     void reloadPipelines();
@@ -278,6 +288,14 @@ private:
 
     // [thumbnails]
     Data::Id _thumbnailObject = 0, _thumbnailView = 0;
+
+    // [environment bake] Made on first use, kept for the view's life (the raster baker by init).
+    std::unique_ptr<Baking::RasterProbeBaker> _rasterProbeBaker;
+    std::unique_ptr<GLTools::IBLSpecularBaker> _specularBaker;
+    std::unique_ptr<AbstractImageConverter> _resizeConverter, _pngConverter, _hdrConverter;
+    std::unique_ptr<AbstractImageImporter> _anyImageImporter, _hdrImporter;
+    // The environment probe stamp of the scene once this view's bake compiled and loaded it.
+    std::uint32_t _bakedProbeStamp = std::numeric_limits<std::uint32_t>::max();
 };
 
 }

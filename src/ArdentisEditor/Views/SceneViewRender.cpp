@@ -26,7 +26,6 @@
 #include "Gfx/GL/Object.h"
 #include "Gfx/MeshTools.h"
 #include "Gfx/Primitives/Primitives.h"
-#include "Renderer/SphericalHarmonics.h"
 #include "Renderer/WebGL2Renderer.h"
 
 namespace ArdentisEngine {
@@ -96,70 +95,6 @@ void SceneView::renderScene() {
         _environmentBakeDeadline = std::numeric_limits<double>::infinity();
         bakeEnvironment();
     }
-}
-
-void SceneView::bakeEnvironment() {
-    WebGL2Renderer& renderer = _canvas->renderer();
-    if(!renderer.shCount() || !editorData().hasProject() || !application().hasAssetCompiler()) return;
-    ProjectFile& project = editorData().projectFile();
-    const AssetCompiler& compiler = application().assetCompiler();
-    const Data::Scene& scene = editorData().scene().main();
-    const RecordAccess settings = project.settings();
-    const auto pixelsOf = [&](std::uint16_t image) -> const Image* {
-        return image < scene.images.size() && scene.images[image].pixels ? &*scene.images[image].pixels : nullptr;
-    };
-
-    std::optional<Image> made;
-    const Image* source = nullptr;
-    float intensity = 1.0f;
-    if(settings[Model::Settings::EnvironmentSource].value() != "sky") {
-        const std::string name = settings[Model::Settings::EnvironmentImage].value();
-        if(name.empty()) return;
-        // Named by its record's name or by its file.
-        const ProjectSection images{project, ImageRecord::Section};
-        ResourceId id = images.resourceByName(Model::Image::Name.name, name);
-        if(!id) id = images.resourceByName(Model::Image::File.name, name);
-        source = id ? pixelsOf(compiler.imageInstance(id)) : nullptr;
-        if(!source) {
-            Log::error("Image {} isn't valid, skipping environment bake", name);
-            return;
-        }
-    } else {
-        const std::uint16_t material = compiler.materialInstance(settings[Model::Settings::SkyMaterial].value());
-        if(!material || material >= scene.materials.size()) return;
-        const Data::MaterialData& data = scene.materials[material];
-        const Shaders::ShaderProgram* shader = data.pipeline ? renderer.shader(data.pipeline) : nullptr;
-        if(!shader) return;
-        const Shaders::MaterialDefinition& definition = shader->materialDefinition();
-        Data::Material values = definition.defaults();
-        std::copy_n(data.parameters.begin(), std::min(data.parameters.size(), values.values.size()), values.values.begin());
-        const auto param = [&](const char* name) { return definition.paramIndex(name); };
-        if(param("intensity") >= 0) intensity = definition.get(values, UnsignedInt(param("intensity"))).x;
-        const std::uint32_t texture = param("skyTexture") >= 0 ? definition.getInteger(values, UnsignedInt(param("skyTexture"))) : 0;
-        if(texture && texture < scene.textures.size()) source = pixelsOf(scene.textures[texture].image);
-        if(!source && param("zenithColor") >= 0 && param("horizonColor") >= 0 && param("groundColor") >= 0) {
-            // The sky shader's gradient, from the ground through the horizon to the zenith.
-            const Vector3 zenith{definition.get(values, UnsignedInt(param("zenithColor")))};
-            const Vector3 horizon{definition.get(values, UnsignedInt(param("horizonColor")))};
-            const Vector3 ground{definition.get(values, UnsignedInt(param("groundColor")))};
-            made.emplace(PixelFormat::RGB32F, Vector2i{64, 32});
-            for(int y = 0; y != 32; ++y)
-                for(int x = 0; x != 64; ++x) {
-                    const float h = equirectToDirection({(float(x) + 0.5f)/64.0f, (float(y) + 0.5f)/32.0f}).y;
-                    made->setPixel(x, y, h >= 0.0f ? glm::mix(horizon, zenith, std::sqrt(h)) : glm::mix(horizon, ground, std::sqrt(-h)));
-                }
-            source = &*made;
-        }
-        if(!source) return;
-    }
-    if(channelCount(source->format()) < 3) {
-        Log::error("SceneView::bakeEnvironment(): the environment image has {} channels, not three or four",
-                   channelCount(source->format()));
-        return;
-    }
-    const float factor = settings[Model::Settings::EnvironmentFactor].value()*intensity;
-    const SphericalHarmonics<2, Vector3> sh = sphericalHarmonicsFromPixels(source->view(), Vector3{factor});
-    renderer.setShCoefficients(sh.coefficients);
 }
 
 void SceneView::drawScene() {

@@ -171,8 +171,8 @@ void SceneView::reloadRuntime() {
         if(updateMeshLayout()) meshesDirty = true;
     }
 
-    // 5. Environment probe
-    if(changed(Category::EnvironmentProbe)) {
+    // 5. Environment probe; the one this view's own bake compiled is already loaded.
+    if(changed(Category::EnvironmentProbe) && scene.stamp(Category::EnvironmentProbe) != _bakedProbeStamp) {
         renderer.removeEnvironmentProbe();
         requestEnvironmentBake(1.0);
     }
@@ -323,8 +323,12 @@ void SceneView::reloadRuntime() {
         return;
     }
 
-    // 16. Everything has been seen. A project opens with its whole scene in view.
-    if(_lastRevision == std::numeric_limits<std::uint32_t>::max() && editorData().hasProject()) frameScene();
+    // 16. Everything has been seen. A project opens with its whole scene in view, lit by the
+    // environment its cache holds.
+    if(_lastRevision == std::numeric_limits<std::uint32_t>::max() && editorData().hasProject()) {
+        frameScene();
+        loadCachedEnvironment();
+    }
     stampReloaded(scene);
 }
 
