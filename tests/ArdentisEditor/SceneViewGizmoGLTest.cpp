@@ -3,6 +3,7 @@
 #include <cmath>
 #include <functional>
 
+#include "ArdentisEditor/Canvas.h"
 #include "Editor/Data/ObjectCommands.h"
 #include "Gizmo/Gizmo.h"
 #include "SceneViewFixture.h"
@@ -21,26 +22,34 @@ struct SceneViewGizmoGLTest: Test::SceneViewFixture {
         frames(2);
     }
 
-    // Grabs the X arrow two thirds along and moves the pointer by `pixels` along its screen
-    // direction in `steps` frames; `between` runs before the last step, with the button held.
-    void dragX(float pixels, int modifiers = 0, int steps = 4, const std::function<void()>& between = {}) {
+    // A point two thirds along the X arrow and the arrow's direction on screen.
+    std::pair<Vector2, Vector2> xArrow() {
         const Gizmo::Frame& f = Gizmo::LastFrame();
-        ASSERT_TRUE(f.visible) << "no gizmo was drawn";
-        const Vector2 start = Gizmo::toScreen(f, f.origin + f.axes[0]*f.length*0.66f);
-        const Vector2 direction = glm::normalize(Gizmo::toScreen(f, f.origin + f.axes[0]*f.length) - start);
-        move(start, modifiers);
+        const Vector2 at = Gizmo::toScreen(f, f.origin + f.axes[0]*f.length*0.66f);
+        return {at, glm::normalize(Gizmo::toScreen(f, f.origin + f.axes[0]*f.length) - at)};
+    }
+
+    // Presses on the gizmo at `from` and moves the pointer to `to` in `steps` frames; `between`
+    // runs before the last step, with the button held.
+    void drag(Vector2 from, Vector2 to, int modifiers = 0, int steps = 4, const std::function<void()>& between = {}) {
+        ASSERT_TRUE(Gizmo::LastFrame().visible) << "no gizmo was drawn";
+        move(from, modifiers);
         frame();
-        ASSERT_TRUE(Gizmo::IsOver()) << "the pointer is not on the X arrow";
-        press(PointerButton::Left, start, modifiers);
+        ASSERT_TRUE(Gizmo::IsOver()) << "the pointer is not on a handle";
+        press(PointerButton::Left, from, modifiers);
         frame();
         ASSERT_TRUE(Gizmo::IsUsing());
         for(int i = 1; i <= steps; ++i) {
             if(i == steps && between) between();
-            move(start + direction*(pixels*float(i)/float(steps)), modifiers);
+            move(from + (to - from)*(float(i)/float(steps)), modifiers);
             frame();
         }
-        release(PointerButton::Left, start + direction*pixels, modifiers);
+        release(PointerButton::Left, to, modifiers);
         frames(2);
+    }
+    void dragX(float pixels, int modifiers = 0, int steps = 4, const std::function<void()>& between = {}) {
+        const auto [at, direction] = xArrow();
+        drag(at, at + direction*pixels, modifiers, steps, between);
     }
 };
 
@@ -68,6 +77,43 @@ TEST_F(SceneViewGizmoGLTest, EachDragAlongXIsOneUndoStep) {
     EXPECT_NEAR(translation(1).x, once.x, 1e-4f);
     ASSERT_TRUE(changes().undo());
     EXPECT_EQ(project().text(), original);
+}
+
+TEST_F(SceneViewGizmoGLTest, EachOperationChangesOnlyItsOwnField) {
+    // The crate is the only one selected, so it turns and scales about its own position.
+    struct Case { const char* name; SceneView::GizmoOperation operation; bool translated, rotated, scaled; };
+    for(const Case& c: {Case{"translate", SceneView::GizmoOperation::Translate, true, false, false},
+                        Case{"rotate", SceneView::GizmoOperation::Rotate, false, true, false},
+                        Case{"scale", SceneView::GizmoOperation::Scale, false, false, true}}) {
+        SCOPED_TRACE(c.name);
+        TearDown();
+        SetUp();
+        focusView();
+        select({1});
+        view().setGizmoType(c.operation == SceneView::GizmoOperation::Translate ? Gizmo::Translate
+                            : c.operation == SceneView::GizmoOperation::Rotate ? Gizmo::Rotate : Gizmo::Scale,
+                            Gizmo::Local);
+        frame();
+        const Gizmo::Frame& f = Gizmo::LastFrame();
+        if(c.rotated) {
+            // A quarter turn along the screen ring.
+            drag(f.screenOrigin + Vector2{f.screenRadius, 0.0f}, f.screenOrigin + Vector2{0.0f, -f.screenRadius}, 0, 6);
+        } else if(c.scaled) {
+            const Vector2 box = Gizmo::toScreen(f, Gizmo::handleOuter(f, {Gizmo::Kind::Scale, 0}));
+            drag(box, box + glm::normalize(box - f.screenOrigin)*40.0f);
+        } else dragX(60.0f);
+
+        RecordAccess crate = object(1);
+        const Vector3 t = translation(1);
+        const Quaternion r = crate[Model::Object::Rotation].value();
+        const Vector3 s = crate[Model::Object::Scaling].value();
+        EXPECT_EQ(glm::length(t - Vector3{0.0f, 0.5f, 0.0f}) > 0.05f, c.translated) << t.x << " " << t.y << " " << t.z;
+        EXPECT_EQ(std::abs(r.w) < 0.99f, c.rotated) << r.w;
+        EXPECT_EQ(s.x > 1.05f, c.scaled) << s.x;
+        EXPECT_NEAR(s.y, 1.0f, 1e-3f);
+        EXPECT_NEAR(s.z, 1.0f, 1e-3f);
+        EXPECT_EQ(changes().undoCount(), 1u);
+    }
 }
 
 TEST_F(SceneViewGizmoGLTest, CtrlSnapsTheTranslationToHalfUnits) {
@@ -107,6 +153,24 @@ TEST_F(SceneViewGizmoGLTest, GizmoShortcutMidDragCancelsIt) {
     EXPECT_GT(atShortcut, 0.0f);
     EXPECT_FLOAT_EQ(translation(1).x, atShortcut) << "the rest of the drag moves nothing";
     EXPECT_EQ(changes().undoCount(), 1u);
+}
+
+TEST_F(SceneViewGizmoGLTest, ArrowsAreDrawnOverASelectionAndLightUpUnderThePointer) {
+    focusView();
+    select({1});
+    const Gizmo::Frame& f = Gizmo::LastFrame();
+    const Vector2 y = Gizmo::toScreen(f, f.origin + f.axes[1]*f.length*0.6f);
+    const Vector2i pixel{int(y.x), WindowSize.y - 1 - int(y.y)};
+    using ArdentisEngine::Test::Rgba8;
+    struct Case { const char* name; Vector2 pointer; bool selected; Rgba8 expected; bool drawn; };
+    for(const Case& c: {Case{"the Y arrow", {2.0f, 2.0f}, true, {0x33, 0xd0, 0x33, 0xff}, true},
+                        Case{"hovered", y, true, {0xff, 0xd8, 0x00, 0xff}, true},
+                        Case{"no selection", {2.0f, 2.0f}, false, {0x33, 0xd0, 0x33, 0xff}, false}}) {
+        if(!c.selected) view().canvas().selectObjects(std::vector<Data::Id>{}, false, false);
+        move(c.pointer);
+        frames(2);
+        EXPECT_EQ(ArdentisEngine::Test::pixelNear(target->read(), pixel, c.expected, 40), c.drawn) << c.name;
+    }
 }
 
 }
