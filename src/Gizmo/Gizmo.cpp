@@ -63,6 +63,17 @@ void draw(const Context& c) {
             list->AddCircle(im(f.screenOrigin), f.screenRadius, color({Kind::Rotate, 3}), Segments, s.rotationLineThickness);
     }
     for(int axis = 0; axis != 3; ++axis) {
+        const int planeBits = (TranslateX << ((axis + 1) % 3)) | (TranslateX << ((axis + 2) % 3));
+        if((c.operation & planeBits) != planeBits || std::abs(glm::dot(f.axes[axis], ringNormal(f, 3))) <= 0.2f) continue;
+        const std::array<Vector3, 4> corners = planeCorners(f, axis);
+        ImVec2 points[4];
+        for(int i = 0; i != 4; ++i) points[i] = im(toScreen(f, corners[i]));
+        const ImU32 fill = color({Kind::TranslatePlane, axis});
+        // Translucent so that the scene stays visible through the squares.
+        list->AddConvexPolyFilled(points, 4, (fill & 0x00ffffff) | 0x80000000);
+        list->AddPolyline(points, 4, fill, ImDrawFlags_Closed, 1.0f);
+    }
+    for(int axis = 0; axis != 3; ++axis) {
         for(const Kind kind: {Kind::Translate, Kind::Scale}) {
             if(!(c.operation & ((kind == Kind::Translate ? TranslateX : ScaleX) << axis))) continue;
             const Handle h{kind, axis};

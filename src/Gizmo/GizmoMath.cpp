@@ -108,6 +108,11 @@ Vector3 handleOuter(const Frame& frame, const Handle& handle) {
     return frame.origin + axis*frame.length*(handle.kind == Kind::Scale ? 0.85f : 1.0f);
 }
 
+std::array<Vector3, 4> planeCorners(const Frame& frame, int normalAxis) {
+    const Vector3 a = frame.axes[(normalAxis + 1) % 3]*frame.length, b = frame.axes[(normalAxis + 2) % 3]*frame.length;
+    return {frame.origin + (a + b)*0.2f, frame.origin + a*0.4f + b*0.2f, frame.origin + (a + b)*0.4f, frame.origin + a*0.2f + b*0.4f};
+}
+
 Vector3 ringNormal(const Frame& frame, int axis) {
     if(axis < 3) return frame.axes[axis];
     return frame.orthographic ? -frame.forward : safeNormalize(frame.eye - frame.origin, -frame.forward);
@@ -137,6 +142,21 @@ Handle hitTest(const Frame& frame, const Vector2& pointer, int operation) {
             const Vector2 tip = toScreen(frame, frame.origin + (kind == Kind::Scale ? frame.localAxes[axis] : frame.axes[axis])*frame.length);
             if(glm::length(tip - frame.screenOrigin) < frame.screenRadius/1.2f*MinimumVisibleFraction) continue;
             consider(handle, distanceToSegment(pointer, a, b));
+        }
+        const int planeBits = (TranslateX << ((axis + 1) % 3)) | (TranslateX << ((axis + 2) % 3));
+        // A square seen edge-on would only be a line to miss.
+        const Vector3 toCamera = ringNormal(frame, 3);
+        if((operation & planeBits) == planeBits && std::abs(glm::dot(frame.axes[axis], toCamera)) > 0.2f) {
+            const std::array<Vector3, 4> corners = planeCorners(frame, axis);
+            std::array<Vector2, 4> screen;
+            for(int i = 0; i != 4; ++i) screen[i] = toScreen(frame, corners[i]);
+            // Inside a convex quad: the pointer is on the same side of every edge.
+            int positive = 0, negative = 0;
+            for(int i = 0; i != 4; ++i) {
+                const Vector2 edge = screen[(i + 1) % 4] - screen[i], to = pointer - screen[i];
+                (edge.x*to.y - edge.y*to.x > 0.0f ? positive : negative) += 1;
+            }
+            if(positive == 4 || negative == 4) consider({Kind::TranslatePlane, axis}, 0.0f);
         }
         if(operation & (RotateX << axis)) {
             const Vector3 normal = ringNormal(frame, axis);
@@ -168,11 +188,14 @@ std::optional<Drag> beginDrag(const Frame& frame, const Handle& handle, const Ma
             if(handle.kind == Kind::Scale && std::abs(drag.startParameter) < frame.length*0.05f)
                 return std::nullopt;
             return drag;
+        case Kind::TranslatePlane:
         case Kind::Rotate: {
-            drag.axis = ringNormal(frame, handle.axis);
+            drag.axis = handle.kind == Kind::TranslatePlane ? frame.axes[handle.axis] : ringNormal(frame, handle.axis);
             const std::optional<Vector3> hit = intersectPlane(ray, drag.origin, drag.axis);
             if(!hit || glm::length(*hit - drag.origin) < 1e-6f) return std::nullopt;
-            drag.startVector = glm::normalize(*hit - drag.origin);
+            // A plane drag keeps where it was grabbed; a ring drag only the direction.
+            drag.startVector = handle.kind == Kind::TranslatePlane ? *hit : glm::normalize(*hit - drag.origin);
+            drag.planeAxes = {frame.axes[(handle.axis + 1) % 3], frame.axes[(handle.axis + 2) % 3]};
             return drag;
         }
     }
@@ -187,6 +210,16 @@ Matrix4 dragMatrix(const Drag& drag, const Ray& ray, const float* snap) {
             const float distance = snapped(closestOnLine(drag.origin, drag.axis, ray) - drag.startParameter,
                                            snap ? snap[drag.handle.axis] : 0.0f);
             return glm::translate(Matrix4{1.0f}, drag.axis*distance)*drag.start;
+        }
+        case Kind::TranslatePlane: {
+            const std::optional<Vector3> hit = intersectPlane(ray, drag.origin, drag.axis);
+            if(!hit) return drag.start;
+            const int i = (drag.handle.axis + 1) % 3, j = (drag.handle.axis + 2) % 3;
+            const Vector3 u = drag.planeAxes[0], v = drag.planeAxes[1];
+            const Vector3 moved = *hit - drag.startVector;
+            const Vector3 offset = u*snapped(glm::dot(moved, u), snap ? snap[i] : 0.0f) +
+                                   v*snapped(glm::dot(moved, v), snap ? snap[j] : 0.0f);
+            return glm::translate(Matrix4{1.0f}, offset)*drag.start;
         }
         case Kind::Rotate: {
             const std::optional<Vector3> hit = intersectPlane(ray, drag.origin, drag.axis);

@@ -27,8 +27,9 @@ struct Rect {
     Vector2 min{0.0f}, size{1.0f};
 };
 
-enum class Kind: std::uint8_t { None, Translate, Rotate, Scale };
-// Axis 0-2 is X, Y, Z; 3 is the screen ring of rotation.
+enum class Kind: std::uint8_t { None, Translate, TranslatePlane, Rotate, Scale };
+// Axis 0-2 is X, Y, Z; 3 is the screen ring of rotation. A plane handle is named by its normal's
+// axis and offered when the operation has both of the other translation bits.
 struct Handle {
     Kind kind = Kind::None;
     int axis = 0;
@@ -70,6 +71,8 @@ float snapped(float value, float step);
 // Handle end points in world space: axis arrows and scale lines run from inner to outer.
 Vector3 handleInner(const Frame& frame, const Handle& handle);
 Vector3 handleOuter(const Frame& frame, const Handle& handle);
+// Corners of a plane handle's square, in world space.
+std::array<Vector3, 4> planeCorners(const Frame& frame, int normalAxis);
 // Normal of a rotation ring's plane; the screen ring faces the camera.
 Vector3 ringNormal(const Frame& frame, int axis);
 // Unit vectors spanning a ring's plane.
@@ -86,7 +89,10 @@ struct Drag {
     Matrix4 start{1.0f};
     Vector3 origin{0.0f}, axis{1.0f, 0.0f, 0.0f};
     float startParameter = 0.0f;
+    // Rotation: unit vector to the grabbed point. Plane: the grabbed point, and the plane's axes
+    // (snapped each with its own step).
     Vector3 startVector{1.0f, 0.0f, 0.0f};
+    std::array<Vector3, 2> planeAxes{};
 };
 
 // Empty when the pointer ray cannot grab the handle (a ring seen edge-on).

@@ -60,6 +60,8 @@ TEST(GizmoMathTest, HitTestPicksTheHandleUnderThePointer) {
         Case{"Z points at the camera", world, world.screenOrigin, Translate, {}},
         Case{"Y arrow not offered", world, toScreen(world, {0.0f, 0.6f*l, 0.0f}), TranslateX|TranslateZ, {}},
         Case{"local X is world Y", local, toScreen(local, {0.0f, 0.6f*l, 0.0f}), Translate, {Kind::Translate, 0}},
+        Case{"XY square", world, toScreen(world, {0.3f*l, 0.3f*l, 0.0f}), Translate, {Kind::TranslatePlane, 2}},
+        Case{"XY square needs both bits", world, toScreen(world, {0.3f*l, 0.3f*l, 0.0f}), TranslateX|TranslateZ, {}},
         Case{"Z ring", world, toScreen(world, {d*l, d*l, 0.0f}), Rotate, {Kind::Rotate, 2}},
         Case{"screen ring", world, world.screenOrigin + Vector2{world.screenRadius, 0.0f}, Rotate, {Kind::Rotate, 3}},
         Case{"Y scale box", world, toScreen(world, {0.0f, 0.85f*l, 0.0f}), Scale, {Kind::Scale, 1}}})
@@ -81,6 +83,8 @@ TEST(GizmoMathTest, DraggingAHandleGivesTheSnappedMatrix) {
         Case{"translate X", {Kind::Translate, 0}, {0.6f*l, 0, 0}, {0.6f*l + 1.3f, 0, 0}, nullptr, {2.3f, 0, 0}, {1, 0, 0}},
         Case{"translate X snapped up", {Kind::Translate, 0}, {0.6f*l, 0, 0}, {0.6f*l + 1.3f, 0, 0}, translate05, {2.5f, 0, 0}, {1, 0, 0}},
         Case{"translate X snapped down", {Kind::Translate, 0}, {0.6f*l, 0, 0}, {0.6f*l + 1.2f, 0, 0}, translate05, {2.0f, 0, 0}, {1, 0, 0}},
+        Case{"translate XY plane", {Kind::TranslatePlane, 2}, {0.3f*l, 0.3f*l, 0}, {0.3f*l + 1.2f, 0.3f*l - 0.7f, 0}, nullptr, {2.2f, -0.7f, 0}, {1, 0, 0}},
+        Case{"translate XY plane snapped", {Kind::TranslatePlane, 2}, {0.3f*l, 0.3f*l, 0}, {0.3f*l + 1.2f, 0.3f*l - 0.7f, 0}, translate05, {2.0f, -0.5f, 0}, {1, 0, 0}},
         Case{"rotate Z a quarter", {Kind::Rotate, 2}, {l, 0, 0}, {0, l, 0}, nullptr, pivot, {0, 1, 0}},
         Case{"rotate Z 100 snapped to 90", {Kind::Rotate, 2}, {l, 0, 0}, {std::cos(a)*l, std::sin(a)*l, 0}, rotate30, pivot, {0, 1, 0}},
         Case{"scale X twice", {Kind::Scale, 0}, {0.85f*l, 0, 0}, {1.7f*l, 0, 0}, nullptr, pivot, {2, 0, 0}},
