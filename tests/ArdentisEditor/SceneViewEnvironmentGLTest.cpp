@@ -54,18 +54,24 @@ std::vector<std::byte> encoded(const char* converter, Vector2i size) {
     return *ImagePluginManager{}.loadConverter(converter)->convertToData(image);
 }
 
-// environment.bin holds RGB float triples; any whole number of them loads, up to nine.
+// environment.bin holds RGB float triples; whole bands of them load, up to nine and no more than the
+// render setting asks for.
 TEST_F(SceneViewEnvironmentGLTest, ReloadReadsTheDiffuseCache) {
-    struct Case { const char* name; int bytes; UnsignedInt count; const char* message; };
+    const char* const Specular = "[baker] Failed to load specular environment";
+    const char* const Corrupt = "[baker] Failed to load diffuse environment from disk, reason: Corrupted data";
+    struct Case { const char* name; UnsignedInt before; int bytes; UnsignedInt count; const char* message; };
     const Case cases[]{
-        {"one coefficient", 12, 1, "[baker] Failed to load specular environment"},
-        {"more than nine", 120, 9, "[baker] Failed to load specular environment"},
-        {"not whole triples", 100, 4, "[baker] Failed to load diffuse environment from disk, reason: Corrupted data"},
-        {"missing", -1, 4, "[baker] Failed to load diffuse environment from disk"},
+        {"one coefficient", 9, 12, 1, Specular},
+        {"more than nine", 9, 120, 9, Specular},
+        {"between bands", 9, 24, 1, Specular},
+        {"setting asks for fewer", 4, 108, 4, Specular},
+        {"not whole triples", 9, 100, 9, Corrupt},
+        {"empty", 9, 0, 9, Corrupt},
+        {"missing", 9, -1, 9, "[baker] Failed to load diffuse environment from disk"},
     };
     for(const Case& c: cases) {
         SCOPED_TRACE(c.name);
-        ASSERT_TRUE(renderer().setShCount(4));
+        ASSERT_TRUE(renderer().setShCount(c.before));
         fs::remove_all(cache());
         std::vector<std::byte> bytes;
         for(int i = 0; i < c.bytes/4; ++i) {
@@ -79,7 +85,8 @@ TEST_F(SceneViewEnvironmentGLTest, ReloadReadsTheDiffuseCache) {
         EXPECT_TRUE(errors.contains(c.message)) << errors.text();
         EXPECT_EQ(renderer().shCount(), c.count);
         // Little-endian triples, coefficient by coefficient.
-        if(c.count == 9) { EXPECT_EQ(coefficient(8), (Vector3{6.0f, 6.25f, 6.5f})); }
+        const float last = 0.75f*float(c.count - 1);
+        if(c.message == Specular) { EXPECT_EQ(coefficient(int(c.count) - 1), (Vector3{last, last + 0.25f, last + 0.5f})); }
     }
 }
 

@@ -231,7 +231,11 @@ bool SceneView::reloadEnvironment() {
         Log::error("[baker] Failed to load diffuse environment from disk, reason: Corrupted data");
         return false;
     }
-    const std::size_t count = std::min(bytes->size()/CoefficientSize, MaxCoefficients);
+    // The file holds what was baked; the render setting (the renderer's count) says how many are
+    // used, so that a bake does not turn constant lighting into quadratic. Counts come in whole
+    // bands: 1, 4 or 9.
+    const std::size_t available = std::min({bytes->size()/CoefficientSize, MaxCoefficients, std::size_t(renderer.shCount())});
+    const std::size_t count = available >= 9 ? 9 : available >= 4 ? 4 : 1;
     std::vector<Vector3> coefficients(count);
     for(std::size_t i = 0; i != count; ++i)
         for(std::size_t c = 0; c != 3; ++c)
