@@ -14,7 +14,7 @@ struct Style {
     float scaleBoxSize = 5.0f;
     float arrowSize = 12.0f;
     // Handle length as a fraction of the rectangle's height.
-    float size = 0.12f;
+    float size = 0.16f;
     // ImGui colours (ABGR): X, Y, Z, screen ring, hovered or dragged handle.
     unsigned int axisColors[4]{0xff3333e0, 0xff33d033, 0xffe06633, 0xffcccccc};
     unsigned int activeColor = 0xff00d8ff;
