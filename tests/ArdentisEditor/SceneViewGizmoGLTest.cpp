@@ -140,6 +140,22 @@ TEST_F(SceneViewGizmoGLTest, SelectedChildMovesOnlyThroughItsParent) {
     EXPECT_EQ(changes().undoCount(), 1u);
 }
 
+TEST_F(SceneViewGizmoGLTest, SimulatedBodiesStayOutOfTheDrag) {
+    JsonDocument body;
+    std::string error;
+    ASSERT_TRUE(parseJson(R"({"type": 6, "bodyType": 1, "shape": 0, "halfExtents": [0.5, 0.5, 0.5]})", body, error)) << error;
+    changes().pushChange(object(1).access("components").access(std::size_t{1}), body);
+    changes().commit();
+    focusView();
+    select({1, 4});
+    view().setSimulatePhysics(true);
+    frame();
+    const Vector3 crate = translation(1), label = translation(4);
+    dragX(60.0f);
+    EXPECT_GT(translation(4).x, label.x + 0.05f) << "the label alone carries the gizmo";
+    EXPECT_EQ(glm::distance(translation(1), crate), 0.0f) << "the falling crate's record";
+}
+
 TEST_F(SceneViewGizmoGLTest, GizmoShortcutMidDragCancelsIt) {
     focusView();
     select({1});
