@@ -113,7 +113,7 @@ std::optional<Image> RasterProbeBaker::bake(const RenderData& data, const Vector
     state.bindFramebuffer(framebuffer.id());
     state.setViewport(Range2Di{{0, 0}, Vector2i{size}});
 
-    // The faces borrow view slot 0, which the frame that follows writes again anyway.
+    // The faces borrow view slot 0 and give it back afterwards.
     ViewUniformBuffer& views = _renderer.viewUniforms();
     const Shaders::ViewUniforms kept = views.data().views[0];
     const ResourceViews resources = _renderer.mainSceneResourceViews();
