@@ -80,20 +80,17 @@ TEST_F(SceneViewGizmoGLTest, EachDragAlongXIsOneUndoStep) {
 }
 
 TEST_F(SceneViewGizmoGLTest, EachOperationChangesOnlyItsOwnField) {
-    // The crate is the only one selected, so it turns and scales about its own position.
-    struct Case { const char* name; SceneView::GizmoOperation operation; bool translated, rotated, scaled; };
-    for(const Case& c: {Case{"translate", SceneView::GizmoOperation::Translate, true, false, false},
-                        Case{"rotate", SceneView::GizmoOperation::Rotate, false, true, false},
-                        Case{"scale", SceneView::GizmoOperation::Scale, false, false, true}}) {
+    // The crate is the only one selected, so it turns and scales about its own position. Each case
+    // is undone before the next.
+    focusView();
+    select({1});
+    struct Case { const char* name; int operation; bool translated, rotated, scaled; };
+    for(const Case& c: {Case{"translate", Gizmo::Translate, true, false, false},
+                        Case{"rotate", Gizmo::Rotate, false, true, false},
+                        Case{"scale", Gizmo::Scale, false, false, true}}) {
         SCOPED_TRACE(c.name);
-        TearDown();
-        SetUp();
-        focusView();
-        select({1});
-        view().setGizmoType(c.operation == SceneView::GizmoOperation::Translate ? Gizmo::Translate
-                            : c.operation == SceneView::GizmoOperation::Rotate ? Gizmo::Rotate : Gizmo::Scale,
-                            Gizmo::Local);
-        frame();
+        view().setGizmoType(c.operation, Gizmo::Local);
+        frames(2);
         const Gizmo::Frame& f = Gizmo::LastFrame();
         if(c.rotated) {
             // A quarter turn along the screen ring.
@@ -112,7 +109,9 @@ TEST_F(SceneViewGizmoGLTest, EachOperationChangesOnlyItsOwnField) {
         EXPECT_EQ(s.x > 1.05f, c.scaled) << s.x;
         EXPECT_NEAR(s.y, 1.0f, 1e-3f);
         EXPECT_NEAR(s.z, 1.0f, 1e-3f);
-        EXPECT_EQ(changes().undoCount(), 1u);
+        ASSERT_TRUE(changes().undo());
+        EXPECT_EQ(changes().undoCount(), 0u) << "one step";
+        frames(2);
     }
 }
 
