@@ -161,8 +161,8 @@ bool IsUsing() { return context().drag.has_value(); }
 bool IsOver() {
     const Context& c = context();
     if(c.drag) return true;
-    // Geometry older than the last frame belongs to a gizmo no longer shown.
-    if(!c.enabled || !c.frame.visible || c.frameCount < ImGui::GetFrameCount() - 1) return false;
+    // Geometry from before the latest frame belongs to a gizmo no longer shown.
+    if(!c.enabled || !c.frame.visible || c.frameCount != ImGui::GetFrameCount()) return false;
     return hitTest(c.frame, pointer(), c.operation).kind != Kind::None;
 }
 

@@ -79,6 +79,16 @@ TEST_F(SceneViewGizmoGLTest, EachDragAlongXIsOneUndoStep) {
     EXPECT_EQ(project().text(), original);
 }
 
+TEST_F(SceneViewGizmoGLTest, ClickOnTheGizmoKeepsTheSelection) {
+    // The sun sits inside the crate, so a click that went through would pick the crate.
+    focusView();
+    select({3});
+    dragX(0.0f);
+    EXPECT_TRUE(data().isSelected(instance(3)));
+    EXPECT_EQ(data().selectedCount(), 1u);
+    EXPECT_EQ(changes().undoCount(), 0u) << "a click moves nothing";
+}
+
 TEST_F(SceneViewGizmoGLTest, EachOperationChangesOnlyItsOwnField) {
     // The crate is the only one selected, so it turns and scales about its own position. Each case
     // is undone before the next.
