@@ -16,6 +16,7 @@
 //   SceneViewDrop.cpp        files, materials and textures dropped into the scene
 //   SceneViewGizmo.cpp       the transformation gizmo over the selection
 //   SceneViewEnvironment.cpp environment bakes, their cache files and reload
+//   SceneViewIrradiance.cpp  irradiance volume bakes, one slice per frame
 #include <array>
 #include <cstdint>
 #include <limits>

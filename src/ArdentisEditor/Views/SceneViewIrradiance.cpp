@@ -1,0 +1,1 @@
+#include "ArdentisEditor/Views/SceneView.h"
