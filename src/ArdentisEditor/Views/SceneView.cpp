@@ -32,6 +32,9 @@ namespace {
 
 double secondsSince(std::int64_t start) { return double(now() - start)/1.0e6; }
 
+// Packed as the draw list takes it, alpha in the top byte.
+constexpr ImU32 BoxSelectColor = 0xcc9900ff;
+
 // The view's shortcut table, in the order of SceneView::Shortcuts. Registered with scope 2 (the
 // view's own window) and flags 3 (rebindable, quiet while typing).
 std::vector<Shortcut> shortcutTable() {
@@ -158,7 +161,7 @@ void SceneView::draw() {
 
     // Where the image starts (below the title bar): pointer positions are taken relative to it.
     const ImVec2 origin = ImGui::GetCursorScreenPos();
-    _imageOrigin = {origin.x, origin.y};
+    _imageOrigin = {int(origin.x), int(origin.y)};
 
     handleShortcuts();
     Gizmo::SetOrthographic(_canvas->views().projectionType(Canvas::MainView) == Data::ProjectionType::Orthographic);
@@ -205,8 +208,8 @@ void SceneView::draw() {
     }
 
     if(_boxSelecting) {
-        const ImVec2 start{_imageOrigin.x + _boxStart.x, _imageOrigin.y + _boxStart.y};
-        ImGui::GetForegroundDrawList()->AddRect(start, ImGui::GetIO().MousePos, IM_COL32(0xcc, 0x99, 0x00, 0xff));
+        const Vector2i start = _imageOrigin + _boxStart;
+        ImGui::GetForegroundDrawList()->AddRect({float(start.x), float(start.y)}, ImGui::GetIO().MousePos, BoxSelectColor);
     }
 
     if(editorData().selectedCount() && !_boxSelectArmed) gizmoStep();

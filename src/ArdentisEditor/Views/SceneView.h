@@ -248,9 +248,10 @@ private:
     Vector3 _scaleSnap{0.1f};
     Vector2 _flyPressPosition{0.0f};
     Vector2i _viewSize{1, 1};
-    Vector2 _imageOrigin{0.0f};
+    // Screen position of the image's top-left corner, whole pixels as picking counts them.
+    Vector2i _imageOrigin{0};
     // Box selection start, relative to the image origin (window pixels).
-    Vector2 _boxStart{0.0f};
+    Vector2i _boxStart{0};
     float _cameraDistance = 0.0f;
 
     // [timing] seconds since init

@@ -133,9 +133,9 @@ void SceneView::pointerPressEvent(PointerEvent& event) {
     } else if(_keymap == KeyMapMode::Idle && isMiddleMouseOrEmulated(event)) {
         setKeymap(KeyMapMode::Orbit);
         event.accepted = true;
-    } else if(event.button == PointerButton::Left && _boxSelectArmed &&
-              !(editorData().selectedCount() && Gizmo::IsOver())) {
-        _boxStart = event.position - _imageOrigin;
+    } else if(event.button == PointerButton::Left && _boxSelectArmed) {
+        // While armed the gizmo is not drawn, so a press on the selection starts a box too.
+        _boxStart = Vector2i{event.position} - _imageOrigin;
         _boxSelecting = true;
         event.accepted = true;
     }
@@ -148,20 +148,23 @@ void SceneView::pointerReleaseEvent(PointerEvent& event) {
         warpCursor(application(), _flyPressPosition);
         return;
     }
-    // Alt may be let go before the button, so any release of a button that can orbit ends it.
-    if(_keymap == KeyMapMode::Orbit && (event.button == PointerButton::Middle || event.button == PointerButton::Left)) {
+    if(_keymap == KeyMapMode::Orbit && isMiddleMouseOrEmulated(event)) {
         setKeymap(KeyMapMode::Idle);
         return;
     }
     if(event.button != PointerButton::Left) return;
 
-    const Vector2 scale = application().contentScale();
-    const int height = _canvas->framebufferSize().y;
     if(_boxSelecting) {
-        const Vector2 a = _boxStart*scale, b = (event.position - _imageOrigin)*scale;
-        const Vector2i min{int(std::min(a.x, b.x)), height - int(std::max(a.y, b.y))};
-        const Vector2i max{int(std::max(a.x, b.x)), height - int(std::min(a.y, b.y))};
-        selectObjectsInBox(Range2Di{min, max}, event.modifiers & EventMod::Shift, false);
+        // Each corner to framebuffer pixels, counted from the bottom; the drag may go either way.
+        const Vector2 scale = application().contentScale();
+        const int height = _canvas->framebufferSize().y;
+        const auto toFramebuffer = [&](Vector2i corner) {
+            const Vector2i scaled{Vector2{corner}*scale};
+            return Vector2i{scaled.x, height - scaled.y};
+        };
+        const Vector2i a = toFramebuffer(_boxStart);
+        const Vector2i b = toFramebuffer(Vector2i{event.position} - _imageOrigin);
+        selectObjectsInBox(Range2Di{glm::min(a, b), glm::max(a, b)}, event.modifiers & EventMod::Shift, false);
         _boxSelecting = false;
         _boxSelectArmed = false;
         return;
@@ -177,8 +180,9 @@ Range2Di SceneView::mouseRange() const {
     AE_ASSERT(_application);
     const Vector2 scale = static_cast<const ArdentisEditor*>(_application)->contentScale();
     const ImVec2 pointer = ImGui::GetIO().MousePos;
-    const int x = int((pointer.x - _imageOrigin.x)*scale.x);
-    const int y = _canvas->framebufferSize().y - int((pointer.y - _imageOrigin.y)*scale.y) - 1;
+    // Top-down window units to the bottom-up pixel the pointer is in.
+    const int x = int((pointer.x - float(_imageOrigin.x))*scale.x);
+    const int y = _canvas->framebufferSize().y - int((pointer.y - float(_imageOrigin.y))*scale.y) - 1;
     return Range2Di{{x, y}, {x + 1, y + 1}};
 }
 
