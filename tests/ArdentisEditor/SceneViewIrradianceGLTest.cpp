@@ -1,1 +1,156 @@
-#include "ArdentisEditor/Views/SceneView.h"
+// Irradiance volume bakes driven by the scene view: when they start, what they cache, and what
+// reaches the scene and the renderer.
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+#include "ArdentisEditor/Canvas.h"
+#include "Editor/Project/Json.h"
+#include "Engine/Clock.h"
+#include "Renderer/SphericalHarmonics.h"
+#include "Renderer/WebGL2Renderer.h"
+#include "SceneViewFixture.h"
+
+using namespace ArdentisEngine;
+namespace AT = ArdentisEngine::Test;
+namespace fs = std::filesystem;
+using Baking::ProbeVolumeBaker;
+
+namespace {
+
+class SceneViewIrradianceGLTest: public AT::SceneViewFixture {
+protected:
+    template<class T, class V> void setSetting(const Model::Field<T>& field, const V& value) {
+        edit(project().settings(), field, value);
+    }
+    fs::path cache() { return project().cachePath(); }
+    // A 4x4x4-cell volume around the crate, so that a bake takes a few slices.
+    void smallVolume(const char* quality = "low") {
+        setSetting(Model::Settings::ProbeVolumeScale, Vector3{2.0f});
+        setSetting(Model::Settings::ProbeVolumeVoxelSize, 1.0f);
+        setSetting(Model::Settings::ProbeVolumeQuality, std::string{quality});
+        frame();
+    }
+    void setJson(const char* path, const char* json) {
+        JsonDocument document;
+        std::string error;
+        ASSERT_TRUE(parseJson(json, document, error)) << error;
+        changes().pushChange(ValueAccess<void>{RecordAccess{project(), path}}, document);
+    }
+};
+
+TEST_F(SceneViewIrradianceGLTest, RequestsKeepTheEarliestDeadline) {
+    // `from`: the call whose clock and delay set the deadline.
+    struct Case { const char* name; std::vector<double> delays; std::size_t from; double seconds; };
+    const Case cases[]{
+        {"shorter delay wins", {5.0, 1.0}, 1, 1.0},
+        {"longer delay does not postpone", {1.0, 5.0}, 0, 1.0},
+        {"negative counts as zero", {-3.0}, 0, 0.0},
+    };
+    for(const Case& c: cases) {
+        SCOPED_TRACE(c.name);
+        // A fresh view: its deadline starts at infinity.
+        SceneView& fresh = shell->addView<SceneView>();
+        ASSERT_EQ(fresh.irradianceBakeDeadline(), std::numeric_limits<double>::infinity());
+        std::vector<double> before, after;
+        for(const double delay: c.delays) {
+            before.push_back(double(now()));
+            fresh.requestIrradianceVolumeBake(delay);
+            after.push_back(double(now()));
+        }
+        EXPECT_GE(fresh.irradianceBakeDeadline(), before[c.from] + c.seconds*1e6);
+        EXPECT_LE(fresh.irradianceBakeDeadline(), after[c.from] + c.seconds*1e6);
+    }
+}
+
+TEST_F(SceneViewIrradianceGLTest, QualityTextMapsToTheEnumeration) {
+    struct Case { const char* text; Baking::VolumeBakingQuality expected; };
+    const Case cases[]{
+        {"low", Baking::VolumeBakingQuality::Low}, {"high", Baking::VolumeBakingQuality::High},
+        {"medium", Baking::VolumeBakingQuality::Medium}, {"", Baking::VolumeBakingQuality::Other},
+        {"Low", Baking::VolumeBakingQuality::Other},
+    };
+    for(const Case& c: cases) {
+        SCOPED_TRACE(c.text);
+        smallVolume(c.text);
+        view().requestIrradianceVolumeBake(0.0);
+        frame();
+        EXPECT_EQ(view().probeVolumeBaker().quality(), c.expected);
+    }
+}
+
+TEST_F(SceneViewIrradianceGLTest, StartingABakeDeletesTheCachedLight) {
+    smallVolume();
+    const fs::path light = cache()/ProbeVolumeBaker::DefaulLightFilename;
+    fs::create_directories(cache());
+    std::ofstream{light, std::ios::binary} << "stale";
+    view().requestIrradianceVolumeBake(0.0);
+    frame();
+    // One slice ran and more are left: the stale file is gone, the checkpoint is there.
+    ASSERT_FALSE(view().probeVolumeBaker().done());
+    EXPECT_FALSE(fs::exists(light));
+    EXPECT_TRUE(fs::exists(light.string() + ".tmp"));
+}
+
+// A uniform sky lights every probe alike: each baked probe holds that sky's L00 and no direction.
+TEST_F(SceneViewIrradianceGLTest, BakeRunsOverFramesCachesAndInstallsTheVolume) {
+    const Vector3 sky{0.2f, 0.4f, 0.8f};
+    setJson("/pipelines/2", R"({"name": "Sky"})");
+    setJson("/materials/2", R"({"name": "Sky", "pipeline": 2, "Sky": {"zenithColor": [0.2, 0.4, 0.8, 1],
+        "horizonColor": [0.2, 0.4, 0.8, 1], "groundColor": [0.2, 0.4, 0.8, 1]}})");
+    changes().commit();
+    setSetting(Model::Settings::SkyMaterial, ResourceId{2});
+    setSetting(Model::Settings::ProbeVolumeEnabled, true);
+    smallVolume();
+    EXPECT_TRUE(std::isfinite(view().irradianceBakeDeadline())) << "enabling the volume requests a bake";
+
+    view().requestIrradianceVolumeBake(0.0);
+    const Log::Capture info{Log::Channel::Info};
+    std::vector<std::uint32_t> progress;
+    for(int i = 0; i != 50; ++i) {
+        frame();
+        if(const Progress* p = view().irradianceBakeProgress()) {
+            progress.push_back(p->current());
+            EXPECT_EQ(p->total(), view().probeVolumeBaker().totalProgress());
+            EXPECT_TRUE(app().isBaking());
+        } else break;
+    }
+    ASSERT_GE(progress.size(), 2u) << "the bake should take several frames";
+    EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
+    EXPECT_LT(progress.front(), progress.back());
+    EXPECT_FALSE(app().isBaking());
+    EXPECT_TRUE(info.contains("Probe volume baked in")) << info.text();
+
+    const Data::Scene& scene = data().scene().main();
+    ASSERT_TRUE(scene.probeVolume);
+    const Data::ProbeVolumeData& volume = *scene.probeVolume;
+    EXPECT_EQ(volume.header.resolution, Vector3i{5});
+    EXPECT_EQ(volume.header.size, Vector3{4.0f});
+    const auto probes = std::size_t(std::count_if(volume.indirection.begin(), volume.indirection.end(),
+        [](std::uint32_t i) { return i != ProbeVolumeBaker::NoProbe; }));
+    ASSERT_GT(probes, 0u);
+    EXPECT_EQ(fs::file_size(cache()/ProbeVolumeBaker::DefaulLightFilename), probes*4*8);
+    EXPECT_FALSE(fs::exists(cache()/(std::string{ProbeVolumeBaker::DefaulLightFilename} + ".tmp")));
+    EXPECT_TRUE(fs::exists(cache()/ProbeVolumeBaker::DefaultFilename));
+
+    Image uniform{PixelFormat::RGB32F, {32, 16}};
+    for(int y = 0; y != 16; ++y)
+        for(int x = 0; x != 32; ++x) uniform.setPixel(x, y, sky);
+    const SphericalHarmonics<2, Vector3> expected = sphericalHarmonicsFromPixels(uniform);
+    std::vector<Vector3> coefficients(volume.probes.size()/sizeof(Vector3));
+    std::memcpy(coefficients.data(), volume.probes.data(), volume.probes.size());
+    for(std::size_t i = 0; i != volume.indirection.size(); ++i) {
+        if(volume.indirection[i] == ProbeVolumeBaker::NoProbe) continue;
+        for(int k = 0; k != 3; ++k) {
+            ASSERT_NEAR(coefficients[i*4][k], expected.coefficients[0][k], 0.02f) << "corner " << i;
+            for(int c = 1; c != 4; ++c) ASSERT_NEAR(coefficients[i*4 + c][k], 0.0f, 0.02f) << "corner " << i;
+        }
+    }
+
+    WebGL2Renderer& renderer = view().canvas().renderer();
+    EXPECT_TRUE(view().isProbeVolumeUploaded());
+    EXPECT_EQ(Vector3i{renderer.probeVolume().uniforms().counts}, Vector3i{5});
+    EXPECT_TRUE(renderer.probeVolume().isEnabled());
+}
+
+}

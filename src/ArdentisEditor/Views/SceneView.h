@@ -25,6 +25,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Editor/App/Progress.h"
+#include "Editor/Baking/ProbeVolumeBaker.h"
 #include "Editor/Camera/FlyController.h"
 #include "Editor/Camera/OrbitController.h"
 #include "Editor/Project/Model.h"
@@ -93,6 +95,8 @@ public:
     bool updateMeshLayout();
     // Schedules an environment bake `delay` seconds from now (a later request replaces it).
     void requestEnvironmentBake(double delay);
+    // Schedules an irradiance volume bake `delay` seconds from now; an earlier request is kept.
+    void requestIrradianceVolumeBake(double delay);
 
     // [rendering] Toolbars and legend over the image; fly-mode cursor handling.
     void drawScene();
@@ -161,6 +165,11 @@ public:
     // How often reloadRuntime() ran; lets tests see that an unchanged frame does not reload.
     std::uint64_t reloadCount() const { return _reloadCount; }
     double environmentBakeDeadline() const { return _environmentBakeDeadline; }
+    double irradianceBakeDeadline() const { return _irradianceBakeDeadline; }
+    Baking::ProbeVolumeBaker& probeVolumeBaker() { return _probeVolumeBaker; }
+    // The bake's progress record while one runs.
+    Progress* irradianceBakeProgress() const { return _irradianceJob ? _irradianceJob->get() : nullptr; }
+    bool isProbeVolumeUploaded() const { return _probeVolumeUploaded; }
     Data::Id thumbnailView() const { return _thumbnailView; }
     GL::Framebuffer& thumbnailFramebuffer() { return _thumbnailFramebuffer; }
 
@@ -207,6 +216,12 @@ private:
     bool reloadEnvironment();
     // On a project's first reload: the environment its cache holds, instead of a bake.
     void loadCachedEnvironment();
+
+    // SceneViewIrradiance.cpp: starts a requested bake, then runs one slice per frame; the result
+    // goes to the project cache and into the scene.
+    void bakeIrradianceVolumeStep();
+    void startIrradianceVolumeBake();
+    void finishIrradianceVolumeBake();
 
     // SceneViewRuntime.cpp
     void reloadPipelines();
@@ -298,6 +313,12 @@ private:
     std::unique_ptr<AbstractImageImporter> _anyImageImporter, _hdrImporter;
     // The environment probe stamp of the scene once this view's bake compiled and loaded it.
     std::uint32_t _bakedProbeStamp = std::numeric_limits<std::uint32_t>::max();
+
+    // [irradiance bake]
+    double _irradianceBakeDeadline = std::numeric_limits<double>::infinity();
+    std::unique_ptr<ProgressHandle> _irradianceJob;
+    bool _probeVolumeUploaded = false;
+    Baking::ProbeVolumeBaker _probeVolumeBaker;
 };
 
 }

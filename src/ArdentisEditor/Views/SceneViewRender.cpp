@@ -95,6 +95,8 @@ void SceneView::renderScene() {
         _environmentBakeDeadline = std::numeric_limits<double>::infinity();
         bakeEnvironment();
     }
+    bakeIrradianceVolumeStep();
+    application().setBaking(!_probeVolumeBaker.done());
 }
 
 void SceneView::drawScene() {

@@ -298,9 +298,12 @@ void SceneView::reloadRuntime() {
         renderMaterialThumbnails();
     }
 
-    // 13. Irradiance probe volume. Baking it is a later piece; the baked data is uploaded here.
-    if(changed(Category::ProbeVolume) && probeVolume && scene.probeVolume)
-        renderer.uploadProbeVolume(*scene.probeVolume);
+    // 13. Irradiance probe volume: changed volume settings are baked again a second later (edits in
+    // a row bake once); meanwhile the data the scene has is shown.
+    if(changed(Category::ProbeVolume) && probeVolume) {
+        requestIrradianceVolumeBake(1.0);
+        if(scene.probeVolume) _probeVolumeUploaded = renderer.uploadProbeVolume(*scene.probeVolume);
+    }
 
     // 15. Physics: bodies follow the edited poses unless the simulation owns them.
     Data::PhysicsManager& physics = scene.physics();
