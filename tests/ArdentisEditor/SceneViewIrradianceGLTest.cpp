@@ -133,20 +133,23 @@ TEST_F(SceneViewIrradianceGLTest, BakeRunsOverFramesCachesAndInstallsTheVolume) 
     EXPECT_FALSE(fs::exists(cache()/(std::string{ProbeVolumeBaker::DefaulLightFilename} + ".tmp")));
     EXPECT_TRUE(fs::exists(cache()/ProbeVolumeBaker::DefaultFilename));
 
+    // The red crate hides part of the sky from every probe and reflects red: no probe gets more
+    // blue than the open sky gives, and the ones beside it turn red.
     Image uniform{PixelFormat::RGB32F, {32, 16}};
     for(int y = 0; y != 16; ++y)
         for(int x = 0; x != 32; ++x) uniform.setPixel(x, y, sky);
-    const SphericalHarmonics<2, Vector3> expected = sphericalHarmonicsFromPixels(uniform);
+    const Vector3 open = sphericalHarmonicsFromPixels(uniform).coefficients[0];
     std::vector<Vector3> coefficients(volume.probes.size()/sizeof(Vector3));
     std::memcpy(coefficients.data(), volume.probes.data(), volume.probes.size());
+    float reddest = 0.0f;
     for(std::size_t i = 0; i != volume.indirection.size(); ++i) {
         if(volume.indirection[i] == ProbeVolumeBaker::NoProbe) continue;
-        for(int k = 0; k != 3; ++k) {
-            ASSERT_NEAR(coefficients[i*4][k], expected.coefficients[0][k], 0.02f) << "corner " << i;
-            for(int c = 1; c != 4; ++c) ASSERT_NEAR(coefficients[i*4 + c][k], 0.0f, 0.02f) << "corner " << i;
-        }
+        const Vector3 l00 = coefficients[i*4];
+        EXPECT_LE(l00.b, open.b*1.02f) << "corner " << i;
+        EXPECT_GT(l00.b, 0.0f) << "corner " << i;
+        reddest = std::max(reddest, l00.r/l00.b);
     }
-
+    EXPECT_GT(reddest, 1.5f*open.r/open.b);
     WebGL2Renderer& renderer = view().canvas().renderer();
     EXPECT_TRUE(view().isProbeVolumeUploaded());
     EXPECT_EQ(Vector3i{renderer.probeVolume().uniforms().counts}, Vector3i{5});

@@ -75,6 +75,9 @@ void SceneView::startIrradianceVolumeBake() {
 
     const Baking::VolumeBakingQuality quality = volumeBakingQuality(settings[Settings::ProbeVolumeQuality].value());
     _rasterProbeBaker->resize(quality);
+    // Every mesh component is active for the probes; the camera's culling does not apply to them.
+    const BitSet active{scene.meshes().visibility().size(), true};
+    _rasterProbeBaker->start(scene.meshes(), active);
     _probeVolumeBaker.setQuality(quality);
 
     if(!project.makeCachePath()) return;

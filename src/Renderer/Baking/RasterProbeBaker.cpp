@@ -10,6 +10,7 @@
 #include "Engine/ViewManager.h"
 #include "Gfx/GL/Framebuffer.h"
 #include "Gfx/GL/Object.h"
+#include "Gfx/GL/Renderbuffer.h"
 #include "Gfx/GL/Texture.h"
 #include "Gfx/Log.h"
 #include "Renderer/ShaderBindings.h"
@@ -76,6 +77,12 @@ int RasterProbeBaker::faceSize(VolumeBakingQuality quality) {
 
 void RasterProbeBaker::resize(VolumeBakingQuality quality) { _quality = quality; }
 
+void RasterProbeBaker::start(Data::MeshManager& meshes, ConstBitSetView active) {
+    _meshes = &meshes;
+    _active = BitSet{active.size()};
+    for(const std::size_t i: active) _active.set(i);
+}
+
 std::optional<Image> RasterProbeBaker::bake(const RenderData& data, const Vector3& position, std::span<const Data::Draw> draws) {
     RendererState& state = _renderer.state();
     const PipelineRegistry& pipelines = _renderer.pipelines();
@@ -91,7 +98,19 @@ std::optional<Image> RasterProbeBaker::bake(const RenderData& data, const Vector
         Shaders::ShaderProgram* shader = _renderer.shader(sky->pipeline);
         return !shader || !shader->compile();
     });
-    if(skies.empty()) {
+    // Opaque mesh batches whose shader is ready; others would need sorting or are overlays.
+    std::vector<UnsignedInt> batches;
+    if(_meshes)
+        for(UnsignedInt i = 0; i != _renderer.batchCount(); ++i) {
+            const MeshBatch& batch = _renderer.batch(i);
+            if(batch.type() != BatchType::Mesh || batch.isEmpty() || !batch.pipeline() ||
+               batch.pipeline() >= pipelines.pipelineCount() ||
+               _renderer.pipeline(batch.pipeline()).type != Data::PipelineType::Opaque)
+                continue;
+            Shaders::ShaderProgram* shader = _renderer.shader(batch.pipeline());
+            if(shader && shader->compile()) batches.push_back(i);
+        }
+    if(skies.empty() && batches.empty()) {
         Log::error("RasterProbeBaker::bake(): nothing to capture");
         return std::nullopt;
     }
@@ -109,7 +128,10 @@ std::optional<Image> RasterProbeBaker::bake(const RenderData& data, const Vector
     GL::Texture2D color;
     color.setStorage(1, GL::TextureFormat::RGBA16F, Vector2i{size}).setLabel("Probe face");
     GL::Framebuffer framebuffer{Range2Di{{0, 0}, Vector2i{size}}};
+    GL::Renderbuffer depth;
+    depth.setStorage(GL::TextureFormat::Depth24Stencil8, Vector2i{size});
     framebuffer.attachTexture(GL::Framebuffer::Attachment::color(0), color).mapForDraw({0}).mapForRead(0);
+    framebuffer.attachRenderbuffer(GL::Framebuffer::DepthStencil, depth);
     state.bindFramebuffer(framebuffer.id());
     state.setViewport(Range2Di{{0, 0}, Vector2i{size}});
 
@@ -123,6 +145,14 @@ std::optional<Image> RasterProbeBaker::bake(const RenderData& data, const Vector
     _renderer.frameUniforms().upload();
     _renderer.frameUniforms().bind(state);
     if(!_emptyVertexArray) glGenVertexArrays(1, &_emptyVertexArray);
+    // The camera's culling must not hide what a probe sees: the active set stands in for it.
+    std::optional<BitSet> culled;
+    if(_meshes && !batches.empty()) {
+        culled = _meshes->visibility();
+        BitSet& visibility = _meshes->visibility();
+        for(std::size_t i = 0; i != visibility.size(); ++i)
+            visibility.set(i, i < _active.size() && _active.isSet(i));
+    }
 
     std::array<Image, 6> faces;
     for(std::size_t f = 0; f != Faces.size(); ++f) {
@@ -133,6 +163,12 @@ std::optional<Image> RasterProbeBaker::bake(const RenderData& data, const Vector
         state.apply();
         const Color4 clear = _renderer.clearColor();
         glClearBufferfv(GL_COLOR, 0, &clear.r);
+        glClearBufferfi(GL_DEPTH_STENCIL, 0, _renderer.clearDepth(), 0);
+        for(const UnsignedInt b: batches) {
+            const UnsignedInt pipeline = _renderer.batch(b).pipeline();
+            state.apply(_renderer.pipeline(pipeline));
+            _renderer.renderBatch(resources, *_renderer.shader(pipeline), b, true);
+        }
         for(std::size_t s = 0; s != skies.size(); ++s) {
             state.apply(_renderer.pipeline(skies[s]->pipeline));
             Shaders::ShaderProgram& shader = *_renderer.shader(skies[s]->pipeline);
@@ -146,6 +182,7 @@ std::optional<Image> RasterProbeBaker::bake(const RenderData& data, const Vector
         faces[f] = framebuffer.read(Range2Di{{0, 0}, Vector2i{size}}, PixelFormat::RGBA32F);
     }
 
+    if(culled) _meshes->visibility() = std::move(*culled);
     views.setView(0, kept);
     views.upload();
     state.framebufferDeleted(framebuffer.id());

@@ -5,11 +5,13 @@
 // read it the way shaders do).
 //
 // Draws with a sky pipeline are drawn as the renderer's sky pass draws them (a full-screen triangle
-// reading the draw's material); other draws are not captured yet and are reported.
+// reading the draw's material); other draws are not captured and are reported. After start(), the
+// renderer's opaque mesh batches are drawn too, every active component whatever the camera sees.
 #include <cstdint>
 #include <optional>
 #include <span>
 
+#include "Engine/BitSet.h"
 #include "Engine/Scene.h"
 #include "Gfx/Image.h"
 #include "Math/Types.h"
@@ -36,6 +38,9 @@ public:
     void resize(VolumeBakingQuality quality);
     VolumeBakingQuality quality() const { return _quality; }
 
+    // Probes see the meshes of `meshes` whose dense index is set in `active` (copied).
+    void start(Data::MeshManager& meshes, ConstBitSetView active);
+
     // RGBA32F, faceSize*4 x faceSize*2, rows bottom-up. The view of `data` gives the clip planes
     // when it is valid. Nothing (logged) when no draw could be captured. Leaves the GL state, the
     // renderer's view slots included, as it found them.
@@ -45,6 +50,8 @@ private:
     WebGL2Renderer& _renderer;
     VolumeBakingQuality _quality = VolumeBakingQuality::Medium;
     unsigned _emptyVertexArray = 0;
+    Data::MeshManager* _meshes = nullptr;
+    BitSet _active;
 };
 
 }
