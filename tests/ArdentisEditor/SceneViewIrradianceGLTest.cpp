@@ -92,6 +92,26 @@ TEST_F(SceneViewIrradianceGLTest, StartingABakeDeletesTheCachedLight) {
     EXPECT_TRUE(fs::exists(light.string() + ".tmp"));
 }
 
+// Editing the volume while it bakes drops that bake and asks for a new one a second later.
+TEST_F(SceneViewIrradianceGLTest, VolumeEditCancelsTheRunningBake) {
+    setSetting(Model::Settings::ProbeVolumeEnabled, true);
+    smallVolume();
+    view().requestIrradianceVolumeBake(0.0);
+    frame();
+    ASSERT_TRUE(view().irradianceBakeProgress());
+    const ProgressHandle old{*view().irradianceBakeProgress()};
+    EXPECT_EQ(old->references(), 2u);
+    setSetting(Model::Settings::ProbeVolumeScale, Vector3{3.0f});
+    const double before = double(now());
+    frame();
+    EXPECT_TRUE(old->isFinished());
+    EXPECT_EQ(old->references(), 1u) << "the view let go of it";
+    EXPECT_FALSE(view().irradianceBakeProgress());
+    EXPECT_FALSE(app().isBaking());
+    EXPECT_GE(view().irradianceBakeDeadline(), before + 1e6);
+    EXPECT_LE(view().irradianceBakeDeadline(), double(now()) + 1e6);
+}
+
 // A uniform sky lights every probe alike: each baked probe holds that sky's L00 and no direction.
 TEST_F(SceneViewIrradianceGLTest, BakeRunsOverFramesCachesAndInstallsTheVolume) {
     const Vector3 sky{0.2f, 0.4f, 0.8f};

@@ -298,11 +298,16 @@ void SceneView::reloadRuntime() {
         renderMaterialThumbnails();
     }
 
-    // 13. Irradiance probe volume: changed volume settings are baked again a second later (edits in
-    // a row bake once); meanwhile the data the scene has is shown.
-    if(changed(Category::ProbeVolume) && probeVolume) {
-        requestIrradianceVolumeBake(1.0);
-        if(scene.probeVolume) _probeVolumeUploaded = renderer.uploadProbeVolume(*scene.probeVolume);
+    // 13. Irradiance probe volume: a bake of the old settings is dropped, and changed settings are
+    // baked again a second later (edits in a row bake once); meanwhile the scene's data is shown.
+    if(changed(Category::ProbeVolume)) {
+        _probeVolumeBaker.reset();
+        if(_irradianceJob && *_irradianceJob) (*_irradianceJob)->finish();
+        _irradianceJob.reset();
+        if(probeVolume) {
+            requestIrradianceVolumeBake(1.0);
+            if(scene.probeVolume) _probeVolumeUploaded = renderer.uploadProbeVolume(*scene.probeVolume);
+        }
     }
 
     // 15. Physics: bodies follow the edited poses unless the simulation owns them.
@@ -454,7 +459,7 @@ void SceneView::reloadPipelines() {
             instanced ? instanced : renderer.pipelineIndex("MeshVisualizer"));
     }
 
-    // The probe baker's pipelines come with the irradiance bake, a later piece.
+    // Probes are rendered with the scene's own pipelines (RasterProbeBaker), so they need none here.
     renderer.loadPostProcessShaders();
     if(const std::optional<Shaders::ShaderSource> picking = Shaders::ComponentId::defaultSource())
         _canvas->compileShaders(*picking);
