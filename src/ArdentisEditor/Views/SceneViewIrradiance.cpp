@@ -56,7 +56,12 @@ void SceneView::bakeIrradianceVolumeStep() {
     if(!_irradianceJob) return;
     if(!_probeVolumeBaker.done()) {
         _rasterProbeBaker->resize(_probeVolumeBaker.quality());
+        // Every mesh component, whatever the camera culls; armed only for the slice, so that
+        // environment bakes in between see the sky alone.
+        Data::MeshManager& meshes = _canvas->mainScene().meshes();
+        _rasterProbeBaker->start(meshes, BitSet{meshes.visibility().size(), true});
         const std::uint32_t n = _probeVolumeBaker.bake();
+        _rasterProbeBaker->stop();
         if(*_irradianceJob) (*_irradianceJob)->advance(n);
     }
     // A volume with no probes is done at once and finishes in its starting frame.
@@ -75,9 +80,6 @@ void SceneView::startIrradianceVolumeBake() {
 
     const Baking::VolumeBakingQuality quality = volumeBakingQuality(settings[Settings::ProbeVolumeQuality].value());
     _rasterProbeBaker->resize(quality);
-    // Every mesh component is active for the probes; the camera's culling does not apply to them.
-    const BitSet active{scene.meshes().visibility().size(), true};
-    _rasterProbeBaker->start(scene.meshes(), active);
     _probeVolumeBaker.setQuality(quality);
 
     if(!project.makeCachePath()) return;

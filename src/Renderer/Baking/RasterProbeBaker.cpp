@@ -83,6 +83,11 @@ void RasterProbeBaker::start(Data::MeshManager& meshes, ConstBitSetView active) 
     for(const std::size_t i: active) _active.set(i);
 }
 
+void RasterProbeBaker::stop() {
+    _meshes = nullptr;
+    _active = {};
+}
+
 std::optional<Image> RasterProbeBaker::bake(const RenderData& data, const Vector3& position, std::span<const Data::Draw> draws) {
     RendererState& state = _renderer.state();
     const PipelineRegistry& pipelines = _renderer.pipelines();

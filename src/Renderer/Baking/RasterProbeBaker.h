@@ -40,6 +40,8 @@ public:
 
     // Probes see the meshes of `meshes` whose dense index is set in `active` (copied).
     void start(Data::MeshManager& meshes, ConstBitSetView active);
+    // Back to skies only.
+    void stop();
 
     // RGBA32F, faceSize*4 x faceSize*2, rows bottom-up. The view of `data` gives the clip planes
     // when it is valid. Nothing (logged) when no draw could be captured. Leaves the GL state, the
