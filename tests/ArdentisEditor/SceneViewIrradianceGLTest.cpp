@@ -92,6 +92,18 @@ TEST_F(SceneViewIrradianceGLTest, StartingABakeDeletesTheCachedLight) {
     EXPECT_TRUE(fs::exists(light.string() + ".tmp"));
 }
 
+// A cache that cannot be written is reported; the baked volume is installed all the same.
+TEST_F(SceneViewIrradianceGLTest, FailedCacheWriteStillInstallsTheVolume) {
+    smallVolume();
+    view().requestIrradianceVolumeBake(0.0);
+    frame();
+    fs::create_directories(cache()/ProbeVolumeBaker::DefaulLightFilename/"blocked");
+    const Log::Capture errors{Log::Channel::Error};
+    for(int i = 0; i != 50 && view().irradianceBakeProgress(); ++i) frame();
+    EXPECT_TRUE(errors.contains("Failed to cache irradiance volume")) << errors.text();
+    EXPECT_TRUE(data().scene().main().probeVolume);
+}
+
 // Editing the volume while it bakes drops that bake and asks for a new one a second later.
 TEST_F(SceneViewIrradianceGLTest, VolumeEditCancelsTheRunningBake) {
     setSetting(Model::Settings::ProbeVolumeEnabled, true);

@@ -100,7 +100,7 @@ void SceneView::startIrradianceVolumeBake() {
                 bounds.push_back(b);
     _probeVolumeBaker.voxelize(bounds, voxelSettings, transform);
 
-    // Probes see what the environment bake sees: the sky material's draw.
+    // Probes see the scene's meshes and, as the environment bake does, the sky material's draw.
     std::optional<Data::Draw> sky;
     if(application().hasAssetCompiler())
         if(const ResourceId material = settings[Settings::SkyMaterial].value()) {
@@ -111,10 +111,10 @@ void SceneView::startIrradianceVolumeBake() {
     _probeVolumeBaker.setCallbacks(
         [this, sky](const Vector3& position) {
             Baking::ProbeResult result;
-            if(!sky) return result;
             const std::int64_t begin = now();
             const RenderData data{&_canvas->views(), Canvas::MainView};
-            if(const std::optional<Image> image = _rasterProbeBaker->bake(data, position, {&*sky, 1})) {
+            const std::span<const Data::Draw> draws = sky ? std::span<const Data::Draw>{&*sky, 1} : std::span<const Data::Draw>{};
+            if(const std::optional<Image> image = _rasterProbeBaker->bake(data, position, draws)) {
                 const SphericalHarmonics<2, Vector3> sh = sphericalHarmonicsFromPixels(image->view());
                 for(std::size_t c = 0; c != result.coefficients.size(); ++c) result.coefficients[c] = sh.coefficients[c];
             }
