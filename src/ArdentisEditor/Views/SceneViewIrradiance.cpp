@@ -50,7 +50,10 @@ void SceneView::requestIrradianceVolumeBake(double delay) {
 void SceneView::bakeIrradianceVolumeStep() {
     if(double(now()) >= _irradianceBakeDeadline) {
         _irradianceBakeDeadline = std::numeric_limits<double>::infinity();
+        // The bake being replaced goes first, so that a start that fails leaves nothing half-run.
         if(_irradianceJob && *_irradianceJob) (*_irradianceJob)->finish();
+        _irradianceJob.reset();
+        _probeVolumeBaker.reset();
         startIrradianceVolumeBake();
     }
     if(!_irradianceJob) return;
