@@ -85,7 +85,7 @@ protected:
     // One editor frame: every view's update and renderScene, the UI with the view's draw, and the
     // UI drawn into an off-screen target.
     void frame(float dt = 1.0f/60.0f) {
-        shell->buildFrame(dt, Vector2{WindowSize}, Vector2{1.0f});
+        shell->buildFrame(dt, Vector2{WindowSize}, contentScale);
         target->framebuffer.bind();
         shell->renderFrame(WindowSize);
     }
@@ -128,6 +128,8 @@ protected:
     void focusView();
 
     std::filesystem::path folder;
+    // Framebuffer pixels per window unit that the next frames report.
+    Vector2 contentScale{1.0f};
     std::unique_ptr<RenderTarget> target;
     std::unique_ptr<EditorShell> shell;
 

@@ -1,5 +1,8 @@
 // The scene view driven through the headless editor shell: its shortcut table and what the
-// shortcuts do, camera navigation by pointer, scroll and keys, and its per-frame bookkeeping.
+// shortcuts do, camera navigation by pointer, scroll and keys, selection by click and box, and its
+// per-frame bookkeeping.
+#include <algorithm>
+
 #include <imgui.h>
 
 #include "ArdentisEditor/Canvas.h"
@@ -212,43 +215,103 @@ TEST_F(SceneViewGLTest, SceneChangeReloadsOnceAndKeepsReloadOutOfTheFrameDelta) 
 }
 
 
-TEST_F(SceneViewGLTest, BoxAndClickSelectThroughThePickingImage) {
-    focusView();
-    // Below the toolbar, which takes the pointer where it floats.
-    const Vector2 corner = view().windowPosition() + Vector2{16.0f, 96.0f};
-    const Vector2 opposite = view().windowPosition() + view().windowSize() - Vector2{16.0f};
-    auto boxSelect = [&](Vector2 from, Vector2 to) {
-        chord(chordOf(view(), Shortcuts::BoxSelect));
-        EXPECT_TRUE(view().isBoxSelectArmed());
-        move(from);
-        frame();
-        press(PointerButton::Left, from);
-        move(to);
-        release(PointerButton::Left, to);
-        frame();
-        EXPECT_FALSE(view().isBoxSelectArmed()) << "one box per arming";
-        return selectedObjectRecords(data());
-    };
-    const std::vector<ResourceId> forward = boxSelect(corner, opposite);
-    EXPECT_GE(forward.size(), 2u);
-    EXPECT_EQ(boxSelect(opposite, corner), forward);
+// Clicks and boxes read the picking image; the canvas sizes it by the pixel density it had when
+// the view first got its size, so the dense variant sets it before the first frame.
+struct SceneViewSelectGLTest: Test::SceneViewFixture {
+    // Places as fractions of the view window: the crate, the label left of it, and bare sky.
+    static constexpr Vector2 Crate{0.4f, 0.5f}, Label{0.2f, 0.68f}, Sky{0.85f, 0.5f};
+    static constexpr Vector2 LabelBox[]{{0.05f, 0.6f}, {0.3f, 0.78f}}, SkyBox[]{{0.86f, 0.4f}, {0.97f, 0.6f}};
 
-    // A click selects what is under the pointer alone; with a pick pending it only names it.
-    move(viewCenter());
+    Vector2 at(Vector2 fraction) { return view().windowPosition() + view().windowSize()*fraction; }
+    std::vector<std::uint32_t> selected() {
+        std::vector<std::uint32_t> ids;
+        for(const ResourceId id: selectedObjectRecords(data())) ids.push_back(id.value);
+        std::sort(ids.begin(), ids.end());
+        return ids;
+    }
+    void gestures();
+};
+struct SceneViewSelectDenseGLTest: SceneViewSelectGLTest {
+    SceneViewSelectDenseGLTest() { contentScale = Vector2{2.0f}; }
+};
+
+void SceneViewSelectGLTest::gestures() {
+    focusView();
+    struct Case {
+        const char* name;
+        const Vector2* box;  // a click at `at` when null
+        Vector2 at;
+        int modifiers;
+        std::vector<std::uint32_t> before, after;
+    };
+    const Case cases[]{
+        {"click selects only what it hits", nullptr, Crate, 0, {4}, {1}},
+        {"Shift+click adds", nullptr, Crate, EventMod::Shift, {4}, {1, 4}},
+        {"Shift+click takes a selected object out", nullptr, Label, EventMod::Shift, {1, 4}, {1}},
+        {"Ctrl+Shift+click does not extend", nullptr, Label, EventMod::Ctrl|EventMod::Shift, {1}, {4}},
+        {"Alt+click orbits and selects nothing", nullptr, Crate, EventMod::Alt, {4}, {4}},
+        {"click on the sky clears", nullptr, Sky, 0, {4}, {}},
+        {"Shift+click on the sky keeps", nullptr, Sky, EventMod::Shift, {4}, {4}},
+        {"box over the sky clears", SkyBox, {}, 0, {4}, {}},
+        {"Ctrl+Shift box still extends", SkyBox, {}, EventMod::Ctrl|EventMod::Shift, {4}, {4}},
+        {"box takes what it covers", LabelBox, {}, 0, {1}, {4}},
+        {"Shift box adds it", LabelBox, {}, EventMod::Shift, {1}, {1, 4}},
+    };
+    for(const Case& c: cases) {
+        // Each way round: a box dragged up and left selects what the opposite drag does.
+        for(int reversed = 0; reversed != (c.box ? 2 : 1); ++reversed) {
+            SCOPED_TRACE(std::string{c.name} + (reversed ? ", reversed" : ""));
+            std::vector<ResourceId> records;
+            for(const std::uint32_t id: c.before) records.push_back(ResourceId{id});
+            selectObjects(data(), std::span<const ResourceId>{records}, false, false);
+            frames(2);
+            const Vector2 from = at(c.box ? c.box[reversed] : c.at), to = at(c.box ? c.box[1 - reversed] : c.at);
+            if(c.box) chord(chordOf(view(), Shortcuts::BoxSelect));
+            move(from, c.modifiers);
+            frame();
+            press(PointerButton::Left, from, c.modifiers);
+            move(to, c.modifiers);
+            release(PointerButton::Left, to, c.modifiers);
+            frame();
+            EXPECT_EQ(selected(), c.after);
+            EXPECT_FALSE(view().isBoxSelectArmed()) << "one box per arming";
+            EXPECT_EQ(view().keymap(), SceneView::KeyMapMode::Idle);
+        }
+    }
+}
+
+TEST_F(SceneViewSelectGLTest, ClicksAndBoxesFollowModifiers) { gestures(); }
+TEST_F(SceneViewSelectDenseGLTest, ClicksAndBoxesFollowModifiers) { gestures(); }
+
+TEST_F(SceneViewSelectGLTest, BoxIsOutlinedWhileDraggedAndAPendingPickTakesTheClick) {
+    focusView();
+    // The draw list's packed 0xcc9900ff: alpha 0.8 over the image.
+    const Vector2 from = at({0.1f, 0.2f}), to = at({0.9f, 0.9f});
+    const Vector2i edge{int((from.x + to.x)*0.5f), WindowSize.y - 1 - int(from.y)};
+    move(from);
+    frames(2);
+    const ArdentisEngine::Test::Rgba8 under = target->read().pixel<ArdentisEngine::Test::Rgba8>(edge.x, edge.y);
+    chord(chordOf(view(), Shortcuts::BoxSelect));
+    press(PointerButton::Left, from);
+    move(to);
     frame();
-    press(PointerButton::Left, viewCenter());
-    release(PointerButton::Left, viewCenter());
+    const auto blend = [&](int over, int image) { return std::uint8_t((over*0xcc + image*(0xff - 0xcc))/0xff); };
+    EXPECT_TRUE(ArdentisEngine::Test::pixelNear(target->read(), edge,
+                                {blend(0xff, under.r), blend(0x00, under.g), blend(0x99, under.b), 0xff}, 24));
+    release(PointerButton::Left, to);
     frame();
-    const std::vector<ResourceId> clicked = selectedObjectRecords(data());
-    ASSERT_EQ(clicked.size(), 1u);
+    EXPECT_GE(selected().size(), 2u);
+
+    // With a pick pending a click only names the object under the pointer.
+    selectObjects(data(), std::span<const ResourceId>{}, false, false);
     ui().requestObjectPick("test");
-    const std::vector<Data::Id> none;
-    view().canvas().selectObjects(none, false, false);
-    press(PointerButton::Left, viewCenter());
-    release(PointerButton::Left, viewCenter());
+    move(at(Crate));
     frame();
-    EXPECT_EQ(ui().takePickedObject("test"), object(clicked[0].value)[Model::Object::Name].value());
-    EXPECT_TRUE(selectedObjectRecords(data()).empty()) << "the pick leaves the selection alone";
+    press(PointerButton::Left, at(Crate));
+    release(PointerButton::Left, at(Crate));
+    frame();
+    EXPECT_EQ(ui().takePickedObject("test"), object(1)[Model::Object::Name].value());
+    EXPECT_TRUE(selected().empty()) << "the pick leaves the selection alone";
 }
 
 }
