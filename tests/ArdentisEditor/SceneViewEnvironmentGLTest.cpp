@@ -26,9 +26,6 @@ namespace {
 
 class SceneViewEnvironmentGLTest: public AT::SceneViewFixture {
 protected:
-    template<class T, class V> void setSetting(const Model::Field<T>& field, const V& value) {
-        edit(project().settings(), field, value);
-    }
     fs::path cache() { return project().cachePath(); }
     WebGL2Renderer& renderer() { return view().canvas().renderer(); }
     Vector3 coefficient(int i) { return Vector3{renderer().frameUniforms().data().shCoefficients[i]}; }
@@ -62,12 +59,9 @@ TEST_F(SceneViewEnvironmentGLTest, ReloadReadsTheDiffuseCache) {
     const char* const Corrupt = "[baker] Failed to load diffuse environment from disk, reason: Corrupted data";
     struct Case { const char* name; UnsignedInt before; int bytes; UnsignedInt count; const char* message; };
     const Case cases[]{
-        {"one coefficient", 9, 12, 1, Specular},
-        {"more than nine", 9, 120, 9, Specular},
-        {"between bands", 9, 24, 1, Specular},
-        {"setting asks for fewer", 4, 108, 4, Specular},
-        {"not whole triples", 9, 100, 9, Corrupt},
-        {"empty", 9, 0, 9, Corrupt},
+        {"one coefficient", 9, 12, 1, Specular}, {"more than nine", 9, 120, 9, Specular},
+        {"between bands", 9, 24, 1, Specular}, {"setting asks for fewer", 4, 108, 4, Specular},
+        {"not whole triples", 9, 100, 9, Corrupt}, {"empty", 9, 0, 9, Corrupt},
         {"missing", 9, -1, 9, "[baker] Failed to load diffuse environment from disk"},
     };
     for(const Case& c: cases) {
@@ -157,16 +151,10 @@ TEST_F(SceneViewEnvironmentGLTest, SkyBakeWritesTheCacheAndLoadsIt) {
             const float h = equirectToDirection({(float(x) + 0.5f)/128.0f, (float(y) + 0.5f)/64.0f}).y;
             gradient.setPixel(x, y, h >= 0.0f ? glm::mix(horizon, zenith, std::sqrt(h)) : glm::mix(horizon, ground, std::sqrt(-h)));
         }
-    const auto setJson = [&](const char* path, const char* json) {
-        JsonDocument document;
-        std::string error;
-        ASSERT_TRUE(parseJson(json, document, error)) << error;
-        changes().pushChange(ValueAccess<void>{RecordAccess{project(), path}}, document);
-    };
-    edit(project().settings(), Model::Settings::EnvironmentAutoBake, false);
-    setJson("/pipelines/2", R"({"name": "Sky"})");
-    setJson("/images/1", R"({"file": "quarters.png"})");
-    setJson("/textures/1", R"({"image": 1, "filter": false})");
+    setSetting(Model::Settings::EnvironmentAutoBake, false);
+    pushJson("/pipelines/2", R"({"name": "Sky"})");
+    pushJson("/images/1", R"({"file": "quarters.png"})");
+    pushJson("/textures/1", R"({"image": 1, "filter": false})");
 
     struct Case { const char* name; const char* material; const Image& expected; };
     const Case cases[]{
@@ -176,7 +164,7 @@ TEST_F(SceneViewEnvironmentGLTest, SkyBakeWritesTheCacheAndLoadsIt) {
     };
     for(const Case& c: cases) {
         SCOPED_TRACE(c.name);
-        setJson("/materials/2", c.material);
+        pushJson("/materials/2", c.material);
         changes().commit();
         setSetting(Model::Settings::SkyMaterial, ResourceId{2});
         frame();
@@ -194,14 +182,10 @@ TEST_F(SceneViewEnvironmentGLTest, SkyBakeWritesTheCacheAndLoadsIt) {
             for(int k = 0; k != 3; ++k) EXPECT_NEAR(coefficient(i)[k], sh.coefficients[i][k], 0.03f) << i << " " << k;
     }
 
-    ASSERT_TRUE(shell->saveProject());
-    shell = std::make_unique<EditorShell>(EditorShell::Configuration{});
-    ASSERT_TRUE(shell->openProject(folder.string()));
-    ASSERT_TRUE(shell->initGraphics(1.0f));
-    SceneView& reopened = shell->addView<SceneView>();
+    ASSERT_NO_FATAL_FAILURE(reopen());
     frame();
-    EXPECT_EQ(reopened.canvas().renderer().frameUniforms().data().environmentLevels, 5u);
-    EXPECT_EQ(reopened.environmentBakeDeadline(), std::numeric_limits<double>::infinity());
+    EXPECT_EQ(renderer().frameUniforms().data().environmentLevels, 5u);
+    EXPECT_EQ(view().environmentBakeDeadline(), std::numeric_limits<double>::infinity());
 }
 
 }

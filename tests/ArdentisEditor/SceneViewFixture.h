@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #define GLFW_INCLUDE_NONE
 #include <GLFW/glfw3.h>
@@ -22,6 +23,8 @@
 #include "Editor/App/ThumbnailManager.h"
 #include "Editor/Compiler/AssetCompiler.h"
 #include "Editor/Data/EditorData.h"
+#include "Editor/Data/ObjectCommands.h"
+#include "Editor/Project/Json.h"
 #include "Editor/Project/ProjectFile.h"
 #include "Editor/Undo/ChangeManager.h"
 #include "Gfx/GLTestFixture.h"
@@ -106,6 +109,32 @@ protected:
     template<class T, class V> void edit(const RecordAccess& record, const Model::Field<T>& field, const V& value) {
         changes().pushChange(record[field], value);
         changes().commit();
+    }
+    template<class T, class V> void setSetting(const Model::Field<T>& field, const V& value) {
+        edit(project().settings(), field, value);
+    }
+    // A value of the project (or a record by its path) replaced by a JSON text, left uncommitted.
+    void pushJson(const ValueAccess<void>& at, std::string_view json) {
+        JsonDocument document;
+        std::string error;
+        ASSERT_TRUE(parseJson(json, document, error)) << error;
+        changes().pushChange(at, document);
+    }
+    void pushJson(const std::string& path, std::string_view json) { pushJson(RecordAccess{project(), path}, json); }
+    // Saves the project and opens it in a fresh shell with a new scene view, as a restart would.
+    void reopen() {
+        ASSERT_TRUE(shell->saveProject());
+        shell = std::make_unique<EditorShell>(EditorShell::Configuration{});
+        ASSERT_TRUE(shell->openProject(folder.string()));
+        ASSERT_TRUE(shell->initGraphics(1.0f));
+        _view = &shell->addView<SceneView>();
+    }
+    // Selects the objects of these records alone, then runs the frames that show it.
+    void select(std::initializer_list<std::uint32_t> ids) {
+        std::vector<ResourceId> records;
+        for(std::uint32_t id: ids) records.push_back(ResourceId{id});
+        selectObjects(data(), std::span<const ResourceId>{records}, false, false);
+        frames(2);
     }
 
     // Input, delivered as the platform would between frames.

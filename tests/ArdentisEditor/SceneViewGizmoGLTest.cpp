@@ -4,7 +4,6 @@
 #include <functional>
 
 #include "ArdentisEditor/Canvas.h"
-#include "Editor/Data/ObjectCommands.h"
 #include "Gizmo/Gizmo.h"
 #include "SceneViewFixture.h"
 
@@ -14,13 +13,6 @@ namespace {
 
 struct SceneViewGizmoGLTest: Test::SceneViewFixture {
     Vector3 translation(std::uint32_t id) { return object(id)[Model::Object::Translation].value(); }
-
-    void select(std::initializer_list<std::uint32_t> ids) {
-        std::vector<ResourceId> records;
-        for(std::uint32_t id: ids) records.push_back(ResourceId{id});
-        selectObjects(data(), std::span<const ResourceId>{records}, false, false);
-        frames(2);
-    }
 
     // A point two thirds along the X arrow and the arrow's direction on screen.
     std::pair<Vector2, Vector2> xArrow() {
@@ -62,8 +54,7 @@ TEST_F(SceneViewGizmoGLTest, EachDragAlongXIsOneUndoStep) {
     dragX(60.0f);
     const Vector3 once = translation(1);
     EXPECT_GT(once.x, before.x + 0.05f) << "the crate follows the arrow";
-    EXPECT_NEAR(once.y, before.y, 1e-4f);
-    EXPECT_NEAR(once.z, before.z, 1e-4f);
+    for(int i: {1, 2}) EXPECT_NEAR(once[i], before[i], 1e-4f) << i;
     EXPECT_TRUE(data().isSelected(instance(1))) << "releasing on the gizmo selects nothing else";
     EXPECT_EQ(changes().undoCount(), 1u);
     EXPECT_FALSE(view().isManipulating());
@@ -150,10 +141,8 @@ TEST_F(SceneViewGizmoGLTest, SelectedChildMovesOnlyThroughItsParent) {
 }
 
 TEST_F(SceneViewGizmoGLTest, SimulatedBodiesStayOutOfTheDrag) {
-    JsonDocument body;
-    std::string error;
-    ASSERT_TRUE(parseJson(R"({"type": 6, "bodyType": 1, "shape": 0, "halfExtents": [0.5, 0.5, 0.5]})", body, error)) << error;
-    changes().pushChange(object(1).access("components").access(std::size_t{1}), body);
+    pushJson(object(1).access("components").access(std::size_t{1}),
+             R"({"type": 6, "bodyType": 1, "shape": 0, "halfExtents": [0.5, 0.5, 0.5]})");
     changes().commit();
     focusView();
     select({1, 4});

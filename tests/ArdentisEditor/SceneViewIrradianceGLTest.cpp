@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "ArdentisEditor/Canvas.h"
-#include "Editor/Project/Json.h"
 #include "Engine/Clock.h"
 #include "Renderer/SphericalHarmonics.h"
 #include "Renderer/WebGL2Renderer.h"
@@ -20,9 +19,6 @@ namespace {
 
 class SceneViewIrradianceGLTest: public AT::SceneViewFixture {
 protected:
-    template<class T, class V> void setSetting(const Model::Field<T>& field, const V& value) {
-        edit(project().settings(), field, value);
-    }
     fs::path cache() { return project().cachePath(); }
     // A 4x4x4-cell volume around the crate, so that a bake takes a few slices.
     void smallVolume(const char* quality = "low") {
@@ -31,23 +27,13 @@ protected:
         setSetting(Model::Settings::ProbeVolumeQuality, std::string{quality});
         frame();
     }
-    void setJson(const char* path, const char* json) {
-        JsonDocument document;
-        std::string error;
-        ASSERT_TRUE(parseJson(json, document, error)) << error;
-        changes().pushChange(ValueAccess<void>{RecordAccess{project(), path}}, document);
-    }
 };
 
 TEST_F(SceneViewIrradianceGLTest, RequestsKeepTheEarliestDeadline) {
     // `from`: the call whose clock and delay set the deadline.
     struct Case { const char* name; std::vector<double> delays; std::size_t from; double seconds; };
-    const Case cases[]{
-        {"shorter delay wins", {5.0, 1.0}, 1, 1.0},
-        {"longer delay does not postpone", {1.0, 5.0}, 0, 1.0},
-        {"negative counts as zero", {-3.0}, 0, 0.0},
-    };
-    for(const Case& c: cases) {
+    for(const Case& c: {Case{"shorter delay wins", {5.0, 1.0}, 1, 1.0}, Case{"longer delay does not postpone", {1.0, 5.0}, 0, 1.0},
+                        Case{"negative counts as zero", {-3.0}, 0, 0.0}}) {
         SCOPED_TRACE(c.name);
         // A fresh view: its deadline starts at infinity.
         SceneView& fresh = shell->addView<SceneView>();
@@ -64,13 +50,10 @@ TEST_F(SceneViewIrradianceGLTest, RequestsKeepTheEarliestDeadline) {
 }
 
 TEST_F(SceneViewIrradianceGLTest, QualityTextMapsToTheEnumeration) {
-    struct Case { const char* text; Baking::VolumeBakingQuality expected; };
-    const Case cases[]{
-        {"low", Baking::VolumeBakingQuality::Low}, {"high", Baking::VolumeBakingQuality::High},
-        {"medium", Baking::VolumeBakingQuality::Medium}, {"", Baking::VolumeBakingQuality::Other},
-        {"Low", Baking::VolumeBakingQuality::Other},
-    };
-    for(const Case& c: cases) {
+    // Names match exactly; anything else is Other.
+    using Q = Baking::VolumeBakingQuality;
+    struct Case { const char* text; Q expected; };
+    for(const Case& c: {Case{"high", Q::High}, Case{"", Q::Other}, Case{"Low", Q::Other}}) {
         SCOPED_TRACE(c.text);
         smallVolume(c.text);
         view().requestIrradianceVolumeBake(0.0);
@@ -127,8 +110,8 @@ TEST_F(SceneViewIrradianceGLTest, VolumeEditCancelsTheRunningBake) {
 // A uniform sky lights every probe alike: each baked probe holds that sky's L00 and no direction.
 TEST_F(SceneViewIrradianceGLTest, BakeRunsOverFramesCachesAndInstallsTheVolume) {
     const Vector3 sky{0.2f, 0.4f, 0.8f};
-    setJson("/pipelines/2", R"({"name": "Sky"})");
-    setJson("/materials/2", R"({"name": "Sky", "pipeline": 2, "Sky": {"zenithColor": [0.2, 0.4, 0.8, 1],
+    pushJson("/pipelines/2", R"({"name": "Sky"})");
+    pushJson("/materials/2", R"({"name": "Sky", "pipeline": 2, "Sky": {"zenithColor": [0.2, 0.4, 0.8, 1],
         "horizonColor": [0.2, 0.4, 0.8, 1], "groundColor": [0.2, 0.4, 0.8, 1]}})");
     changes().commit();
     setSetting(Model::Settings::SkyMaterial, ResourceId{2});

@@ -33,17 +33,6 @@ protected:
         ASSERT_TRUE(png && png->convertToFile(image, (folder/file).string()));
         changes().pushChange(project().section<ImageRecord>()[ResourceId{id}][Model::Image::File], file);
     }
-    // A record (or a part of one) replaced by a JSON text, as one undo step.
-    void setJson(const ValueAccess<void>& target, const char* json) {
-        JsonDocument document;
-        std::string error;
-        ASSERT_TRUE(parseJson(json, document, error)) << error;
-        changes().pushChange(target, document);
-        changes().commit();
-    }
-    template<class T, class V> void setSetting(const Model::Field<T>& field, const V& value) {
-        edit(project().settings(), field, value);
-    }
     Image canvasImage() {
         Canvas& canvas = view().canvas();
         return canvas.framebuffer().read(Range2Di{{0, 0}, canvas.framebufferSize()}, PixelFormat::RGBA8);
@@ -53,47 +42,29 @@ protected:
 
 // Thumbnails of what a reload rebuilt come back after being dropped: images ("1"), meshes ("m1"),
 // materials ("ma1"); rebuilt pipelines get new shader programs.
-struct RebuildCase {
-    const char* name;
-    // The edit as one undo step: a value of the project, and what it becomes.
-    std::function<ValueAccess<void>(ProjectFile&)> target;
-    std::function<void(ChangeManager&, const ValueAccess<void>&)> push;
-    bool reloads, images, meshes, materials, pipelines;
-};
-
-template<class T> auto pushing(T value) {
-    return [value](ChangeManager& changes, const ValueAccess<void>& target) { changes.pushChange(target, value); };
-}
-ValueAccess<void> record(ProjectFile& project, const char* section, std::uint32_t id) {
-    return RecordAccess{project, std::string{"/"} + section + "/" + std::to_string(id)};
-}
-
 TEST_F(SceneViewRuntimeGLTest, OnlyChangedCategoriesAreRebuilt) {
     addImage(1, {8, 8});
     changes().commit();
     frame();
     ASSERT_TRUE(thumbnails().contains("1"));
 
-    const RebuildCase cases[]{
+    // The edit as one undo step: a value of the project and what it becomes.
+    struct Case { const char* name; const char* path; const char* json; bool reloads, images, meshes, materials, pipelines; };
+    const Case cases[]{
         {"nothing changed", nullptr, nullptr, false, false, false, false, false},
-        {"clear colour", [](ProjectFile& p) -> ValueAccess<void> { return p.settings()[Model::Settings::ClearColor]; },
-         pushing(Vector4{0.0f, 0.0f, 1.0f, 1.0f}), true, false, false, false, false},
-        {"image record", [](ProjectFile& p) { return record(p, "images", 1).access("name"); },
-         pushing(std::string{"Renamed"}), true, true, false, false, false},
-        {"material colour", [](ProjectFile& p) { return record(p, "materials", 1).access("Phong").access("diffuseColor"); },
-         pushing(Vector4{0.0f, 1.0f, 0.0f, 1.0f}), true, false, false, true, false},
-        {"object moved", [](ProjectFile& p) { return record(p, "objects", 1).access("translation"); },
-         pushing(Vector3{1.0f, 0.5f, 0.0f}), true, false, true, true, false},
-        {"pipeline made transparent", [](ProjectFile& p) { return record(p, "pipelines", 1).access("transparent"); },
-         pushing(true), true, false, false, true, true},
+        {"clear colour", "/settings/render/clearColor", "[0, 0, 1, 1]", true, false, false, false, false},
+        {"image record", "/images/1/name", R"("Renamed")", true, true, false, false, false},
+        {"material colour", "/materials/1/Phong/diffuseColor", "[0, 1, 0, 1]", true, false, false, true, false},
+        {"object moved", "/objects/1/translation", "[1, 0.5, 0]", true, false, true, true, false},
+        {"pipeline made transparent", "/pipelines/1/transparent", "true", true, false, false, true, true},
     };
-    for(const RebuildCase& c: cases) {
+    for(const Case& c: cases) {
         SCOPED_TRACE(c.name);
         for(const char* key: {"1", "m1", "ma1"}) thumbnails().remove(key);
         const Shaders::ShaderProgram* shader = renderer().shader(1);
         const std::uint64_t reloads = view().reloadCount();
-        if(c.push) {
-            c.push(changes(), c.target(project()));
+        if(c.path) {
+            pushJson(std::string{c.path}, c.json);
             changes().commit();
         }
         frame();
@@ -153,22 +124,21 @@ TEST_F(SceneViewRuntimeGLTest, TexturesAndSkyReachTheFrame) {
     const Range2Di middle{{35, 30}, {65, 70}}, top{{0, 85}, {100, 100}};
     const Case cases[]{
         {"textured plane", [&] {
-            setJson(record(project(), "meshes", 1), R"({"name": "Plane", "primitive": "plane"})");
-            setJson(record(project(), "textures", 1), R"({"image": 1})");
-            setJson(record(project(), "pipelines", 2), R"({"name": "Phong Opaque Textured"})");
-            setJson(record(project(), "materials", 1),
-                    R"({"name": "Red", "pipeline": 2, "Phong": {"diffuseColor": [1, 1, 1, 1], "diffuseTexture": 1}})");
+            pushJson("/meshes/1", R"({"name": "Plane", "primitive": "plane"})");
+            pushJson("/textures/1", R"({"image": 1})");
+            pushJson("/pipelines/2", R"({"name": "Phong Opaque Textured"})");
+            pushJson("/materials/1", R"({"name": "Red", "pipeline": 2, "Phong": {"diffuseColor": [1, 1, 1, 1], "diffuseTexture": 1}})");
         }, {isGreen, isBlue}, isRed, middle},
         {"sky material", [&] {
-            setJson(record(project(), "pipelines", 3), R"({"name": "Sky"})");
-            setJson(record(project(), "materials", 2),
-                    R"({"name": "Sky", "pipeline": 3, "Sky": {"zenithColor": [0, 0, 1, 1], "horizonColor": [0, 0, 1, 1]}})");
+            pushJson("/pipelines/3", R"({"name": "Sky"})");
+            pushJson("/materials/2", R"({"name": "Sky", "pipeline": 3, "Sky": {"zenithColor": [0, 0, 1, 1], "horizonColor": [0, 0, 1, 1]}})");
             setSetting(Model::Settings::SkyMaterial, ResourceId{2});
         }, {isBlue}, isBlack, top},
     };
     for(const Case& c: cases) {
         SCOPED_TRACE(c.name);
         c.edit();
+        changes().commit();
         frame();
         const Image image = canvasImage();
         const Range2Di region{image.size()*c.region.min/100, image.size()*c.region.max/100};
@@ -180,9 +150,9 @@ TEST_F(SceneViewRuntimeGLTest, TexturesAndSkyReachTheFrame) {
 
 // Texts name no material: they draw white in their font.
 TEST_F(SceneViewRuntimeGLTest, TextsDrawInTheirFont) {
-    setJson(record(project(), "pipelines", 2), R"({"name": "Text"})");
-    setJson(record(project(), "objects", 1), R"({"name": "Crate"})");
-    setJson(record(project(), "objects", 2), R"({"name": "Lid", "parent": 1})");
+    pushJson("/pipelines/2", R"({"name": "Text"})");
+    pushJson("/objects/1", R"({"name": "Crate"})");
+    pushJson("/objects/2", R"({"name": "Lid", "parent": 1})");
     setSetting(Model::Settings::ClearColor, Vector4{0.0f, 0.0f, 0.0f, 1.0f});
     // Nothing else white in view: no grid, no light arrow.
     app().viewSwitch(ArdentisEditor::Grid) = false;
@@ -194,9 +164,9 @@ TEST_F(SceneViewRuntimeGLTest, TextsDrawInTheirFont) {
 
 // With the sun gone, the red crate is lit only by the environment baked from a white sky.
 TEST_F(SceneViewRuntimeGLTest, EnvironmentLightingComesFromTheSky) {
-    setJson(record(project(), "objects", 3), R"({"name": "Sun"})");
-    setJson(record(project(), "pipelines", 2), R"({"name": "Sky"})");
-    setJson(record(project(), "materials", 2), R"({"name": "White sky", "pipeline": 2,
+    pushJson("/objects/3", R"({"name": "Sun"})");
+    pushJson("/pipelines/2", R"({"name": "Sky"})");
+    pushJson("/materials/2", R"({"name": "White sky", "pipeline": 2,
         "Sky": {"zenithColor": [1, 1, 1, 1], "horizonColor": [1, 1, 1, 1], "groundColor": [1, 1, 1, 1]}})");
     setSetting(Model::Settings::SkyMaterial, ResourceId{2});
     view().canvas().cameraTransform(DualQuaternion::translation({0.0f, 0.7f, 3.0f}));
@@ -217,11 +187,8 @@ TEST_F(SceneViewRuntimeGLTest, EnvironmentLightingComesFromTheSky) {
 TEST_F(SceneViewRuntimeGLTest, OpeningAProjectFramesItsWholeSceneFromAbove) {
     // Far from the origin, where the editor camera starts out.
     edit(object(1), Model::Object::Translation, Vector3{12.0f, 0.5f, -20.0f});
-    ASSERT_TRUE(shell->saveProject());
-    shell = std::make_unique<EditorShell>(EditorShell::Configuration{});
-    ASSERT_TRUE(shell->openProject(folder.string()));
-    ASSERT_TRUE(shell->initGraphics(1.0f));
-    Canvas& canvas = shell->addView<SceneView>().canvas();
+    ASSERT_NO_FATAL_FAILURE(reopen());
+    Canvas& canvas = view().canvas();
     frames(2);
 
     const Matrix4 viewProjection = canvas.views().viewProjectionMatrix(Canvas::MainView);
@@ -304,10 +271,7 @@ TEST_F(SceneViewRuntimeGLTest, GridDrawsBehindTheSceneOnlyWhenSwitchedOn) {
 
 TEST_F(SceneViewRuntimeGLTest, CollisionShapesShowOnlyWhenSwitchedOn) {
     // A static sphere of radius 3 around the crate, seen from above: it covers more than the crate.
-    JsonDocument body;
-    std::string error;
-    ASSERT_TRUE(parseJson(R"({"type": 6, "bodyType": 0, "shape": 1, "radius": 3})", body, error)) << error;
-    changes().pushChange(object(1).access("components").access(std::size_t{1}), body);
+    pushJson(object(1).access("components").access(std::size_t{1}), R"({"type": 6, "bodyType": 0, "shape": 1, "radius": 3})");
     // Collider shapes draw with the mesh visualiser's shader.
     changes().pushChange(project().section<PipelineRecord>()[ResourceId{2}][Model::Pipeline::Name], "MeshVisualizer");
     changes().commit();

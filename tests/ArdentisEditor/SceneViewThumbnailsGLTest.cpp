@@ -27,16 +27,11 @@ Data::FontData fontWith(std::u32string characters) {
 }
 
 TEST(SceneViewThumbnailText, PicksAESampleOrFirstPrintableCharacters) {
-    const struct {
-        const char* name;
-        std::u32string glyphs;
-        std::string expected;
-    } cases[]{
+    const struct { const char* name; std::u32string glyphs; std::string expected; } cases[]{
         {"both A and E", U"zEA ", "AE"},
         {"lacking E: first two in code-point order", U"cbA ", "Ab"},
         {"spaces, no-break spaces and controls skipped", U" \u00a0\t\u0001\u00adzy", "yz"},
         {"zero-width and format characters skipped", U"\u200b\u2060\ufeffq", "q"},
-        {"one printable glyph", U" \u3000x", "x"},
         {"beyond the classified range skipped", U"\U00030000k", "k"},
         {"multi-byte characters encoded", U"\U0001F600\u4e2d", "\xe4\xb8\xad\xf0\x9f\x98\x80"},
         {"nothing printable", U" \u00a0", ""},
@@ -89,10 +84,8 @@ protected:
 
 TEST_F(SceneViewThumbnailsGLTest, MeshesFillTheSameAreaWhateverTheirSize) {
     const MeshData sphere = Primitives::uvSphereSolid(16, 32);
-    const struct {
-        const char* name;
-        std::vector<Matrix4> meshes;  // placement of a unit sphere per mesh index from 1
-    } cases[]{
+    // Placement of a unit sphere per mesh index from 1.
+    const struct { const char* name; std::vector<Matrix4> meshes; } cases[]{
         {"only the reserved mesh 0", {}},
         {"radius 2 off centre and radius 0.5",
          {glm::scale(glm::translate(Matrix4{1.0f}, Vector3{5.0f, -3.0f, 2.0f}), Vector3{2.0f}),
@@ -117,7 +110,6 @@ TEST_F(SceneViewThumbnailsGLTest, MeshesFillTheSameAreaWhateverTheirSize) {
         EXPECT_GT(area, 128*128*0.7);
         EXPECT_LT(area, 128*128*0.85);
         EXPECT_NEAR(covered(small), area, area*0.02);
-        // Lit from the upper right, in front: brighter there than at the lower left, never black.
         // Lit from the upper right in front: full there (diffuse and ambient saturate), the ambient
         // 0.75 alone on the lower left, which faces away from the light.
         EXPECT_TRUE(AT::pixelNear(large, {106, 106}, Rgba8(255, 255, 255, 255), 8));
@@ -136,11 +128,7 @@ TEST_F(SceneViewThumbnailsGLTest, FontsShowTheirSampleWithTheTextPipeline) {
     std::erase_if(digits.glyphs, [](const auto& g) { return g.first < U'0' || g.first > U'9'; });
     const Data::FontData onlySpace = fontWith(U" ");
 
-    const struct {
-        const char* name;
-        bool textPipeline;
-        std::vector<std::string> expected;
-    } cases[]{
+    const struct { const char* name; bool textPipeline; std::vector<std::string> expected; } cases[]{
         {"no Text pipeline", false, {}},
         {"with the Text pipeline; the font without printable glyphs skipped", true, {"font1", "font2"}},
     };
@@ -190,13 +178,8 @@ TEST_F(SceneViewThumbnailsGLTest, MaterialsShowTheirColourOnASphere) {
     const std::optional<Shaders::ShaderSource> phong = Shaders::loadPipelineShader(*Shaders::findDefaultPipeline("Phong Opaque"));
     ASSERT_TRUE(phong);
     ASSERT_TRUE(renderer().addPipeline(Data::Pipeline{}, "Skinned Phong", *phong, {"NORMAL", "PRIMARY_JOINTS"}));
-    const struct {
-        const char* name;
-        const char* pipeline;
-        const char* parameter;
-        Vector4 color;
-        int channel;  // the one that must dominate at the centre
-    } cases[]{
+    // `channel` must dominate at the centre.
+    const struct { const char* name; const char* pipeline; const char* parameter; Vector4 color; int channel; } cases[]{
         {"red Phong", "Phong Opaque", "diffuseColor", {1.0f, 0.0f, 0.0f, 1.0f}, 0},
         {"blue Physical", "Physical Opaque", "baseColor", {0.0f, 0.0f, 1.0f, 1.0f}, 2},
         {"green textured Phong without a texture", "Phong Opaque Textured", "diffuseColor", {0.0f, 1.0f, 0.0f, 1.0f}, 1},
