@@ -17,6 +17,7 @@
 #define GLFW_INCLUDE_NONE
 #include <GLFW/glfw3.h>
 
+#include "ArdentisEditor/Canvas.h"
 #include "ArdentisEditor/Views/SceneView.h"
 #include "Editor/App/EditorShell.h"
 #include "Editor/App/InputEvent.h"
@@ -121,6 +122,12 @@ protected:
         changes().pushChange(at, document);
     }
     void pushJson(const std::string& path, std::string_view json) { pushJson(RecordAccess{project(), path}, json); }
+    // A rigid body component on the crate, left uncommitted.
+    void addBody(std::string_view json) { pushJson(object(1).access("components").access(std::size_t{1}), json); }
+    Image canvasImage() {
+        Canvas& canvas = view().canvas();
+        return canvas.framebuffer().read(Range2Di{{0, 0}, canvas.framebufferSize()}, PixelFormat::RGBA8);
+    }
     // Saves the project and opens it in a fresh shell with a new scene view, as a restart would.
     void reopen() {
         ASSERT_TRUE(shell->saveProject());

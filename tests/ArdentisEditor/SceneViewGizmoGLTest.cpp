@@ -55,7 +55,6 @@ TEST_F(SceneViewGizmoGLTest, EachDragAlongXIsOneUndoStep) {
     const Vector3 once = translation(1);
     EXPECT_GT(once.x, before.x + 0.05f) << "the crate follows the arrow";
     for(int i: {1, 2}) EXPECT_NEAR(once[i], before[i], 1e-4f) << i;
-    EXPECT_TRUE(data().isSelected(instance(1))) << "releasing on the gizmo selects nothing else";
     EXPECT_EQ(changes().undoCount(), 1u);
     EXPECT_FALSE(view().isManipulating());
 
@@ -141,8 +140,7 @@ TEST_F(SceneViewGizmoGLTest, SelectedChildMovesOnlyThroughItsParent) {
 }
 
 TEST_F(SceneViewGizmoGLTest, SimulatedBodiesStayOutOfTheDrag) {
-    pushJson(object(1).access("components").access(std::size_t{1}),
-             R"({"type": 6, "bodyType": 1, "shape": 0, "halfExtents": [0.5, 0.5, 0.5]})");
+    addBody(R"({"type": 6, "bodyType": 1, "shape": 0, "halfExtents": [0.5, 0.5, 0.5]})");
     changes().commit();
     focusView();
     select({1, 4});

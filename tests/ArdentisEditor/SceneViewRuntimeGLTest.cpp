@@ -33,10 +33,6 @@ protected:
         ASSERT_TRUE(png && png->convertToFile(image, (folder/file).string()));
         changes().pushChange(project().section<ImageRecord>()[ResourceId{id}][Model::Image::File], file);
     }
-    Image canvasImage() {
-        Canvas& canvas = view().canvas();
-        return canvas.framebuffer().read(Range2Di{{0, 0}, canvas.framebufferSize()}, PixelFormat::RGBA8);
-    }
     WebGL2Renderer& renderer() { return view().canvas().renderer(); }
 };
 
@@ -266,25 +262,6 @@ TEST_F(SceneViewRuntimeGLTest, GridDrawsBehindTheSceneOnlyWhenSwitchedOn) {
                 if(b == Rgba8{0, 0, 0, 255} && a.r > 20 && a.r < 90 && a.r == a.g && a.g == a.b) ++lines;
             }
         EXPECT_GT(lines, on.size().x*2) << "too few grid pixels";
-    }
-}
-
-TEST_F(SceneViewRuntimeGLTest, CollisionShapesShowOnlyWhenSwitchedOn) {
-    // A static sphere of radius 3 around the crate, seen from above: it covers more than the crate.
-    pushJson(object(1).access("components").access(std::size_t{1}), R"({"type": 6, "bodyType": 0, "shape": 1, "radius": 3})");
-    // Collider shapes draw with the mesh visualiser's shader.
-    changes().pushChange(project().section<PipelineRecord>()[ResourceId{2}][Model::Pipeline::Name], "MeshVisualizer");
-    changes().commit();
-    setSetting(Model::Settings::ClearColor, Vector4{0.0f, 0.0f, 0.0f, 1.0f});
-    view().canvas().cameraTransform(DualQuaternion::translation({0.0f, 12.0f, 0.0f})*
-                                    DualQuaternion::rotation(glm::angleAxis(-Pi/2.0f, Vector3{1.0f, 0.0f, 0.0f})));
-    const auto isCollider = [](Rgba8 p) { return p.g > p.r + 30 && p.g > p.b; };
-    for(const bool shown: {false, true, false}) {
-        app().viewSwitch(ArdentisEditor::CollisionShapes) = shown;
-        frame();
-        const Image image = canvasImage();
-        // The crate covers about 60 pixels square; the sphere about three times as wide.
-        EXPECT_EQ(AT::countPixelsIf(image, isCollider) > 90*90, shown) << shown;
     }
 }
 

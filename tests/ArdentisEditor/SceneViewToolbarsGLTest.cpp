@@ -3,6 +3,7 @@
 #include <string>
 
 #include <fmt/format.h>
+#include <glm/gtc/quaternion.hpp>
 #include <imgui.h>
 #include <imgui_internal.h>
 
@@ -67,13 +68,6 @@ protected:
     // Of what the window holds this frame (its content size is the last frame's).
     static float contentWidth(const ImGuiWindow* in) { return in->DC.CursorMaxPos.x - in->DC.CursorStartPos.x; }
     static float textWidth(const std::string& text) { return ImGui::CalcTextSize(text.c_str()).x; }
-    // A rigid body component on the crate, left uncommitted.
-    void addBody(const char* json) {
-        JsonDocument body;
-        std::string error;
-        ASSERT_TRUE(parseJson(json, body, error)) << error;
-        changes().pushChange(object(1).access("components").access(std::size_t{1}), body);
-    }
     Vector3 crateTranslation() { return data().scene().main().graph().absoluteTransformation(instance(1)).translation(); }
 };
 
@@ -124,9 +118,15 @@ TEST_F(SceneViewToolbarsGLTest, CollisionShapesOffAndOnRebuildTheShapes) {
     addBody(R"({"type": 6, "bodyType": 0, "shape": 1, "radius": 3})");
     changes().pushChange(project().section<PipelineRecord>()[ResourceId{2}][Model::Pipeline::Name], "MeshVisualizer");
     changes().commit();
+    edit(project().settings(), Model::Settings::ClearColor, Vector4{0.0f, 0.0f, 0.0f, 1.0f});
+    // A static sphere of radius 3 around the crate, seen from above: it covers more than the crate,
+    // which is about 60 pixels square.
+    view().canvas().cameraTransform(DualQuaternion::translation({0.0f, 12.0f, 0.0f})*
+                                    DualQuaternion::rotation(glm::angleAxis(-Pi/2.0f, Vector3{1.0f, 0.0f, 0.0f})));
     frame();
     ASSERT_TRUE(view().colliderBatch());
     const MeshBatch& batch = view().canvas().renderer().batch(*view().colliderBatch());
+    const auto isCollider = [](ArdentisEngine::Test::Rgba8 p) { return p.g > p.r + 30 && p.g > p.b; };
     for(const bool shown: {true, false, true}) {
         debugItem("Collision Shapes");
         // The menu acts after this frame's render; the next one packs the shapes.
@@ -134,6 +134,8 @@ TEST_F(SceneViewToolbarsGLTest, CollisionShapesOffAndOnRebuildTheShapes) {
         EXPECT_EQ(app().switches()[ArdentisEditor::CollisionShapes], shown);
         EXPECT_EQ(batch.views().size(), shown ? 1u : 0u) << shown;
         EXPECT_EQ(batch.meshCount() > 0, shown) << shown;
+        frame();
+        EXPECT_EQ(ArdentisEngine::Test::countPixelsIf(canvasImage(), isCollider) > 90*90, shown) << shown;
     }
     EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }

@@ -20,27 +20,16 @@ Frame frameFor(const Matrix4& matrix, int mode = World) {
 
 Ray rayAt(const Frame& f, const Vector3& world) { return pointerRay(f, toScreen(f, world)); }
 
-TEST(GizmoMathTest, LineAngleAndSnapHelpers) {
-    const Vector3 x{1.0f, 0.0f, 0.0f};
-    struct Line { const char* name; Vector3 direction; Ray ray; float expected; };
-    for(const Line& c: {
-        Line{"crossing ray", x, {{3.0f, 5.0f, 0.0f}, {0.0f, -1.0f, 0.0f}}, 3.0f},
-        Line{"skew ray", x, {{2.0f, 1.0f, 1.0f}, {0.0f, 0.0f, -1.0f}}, 2.0f},
-        Line{"longer direction", 2.0f*x, {{4.0f, 1.0f, 1.0f}, {0.0f, 0.0f, -1.0f}}, 2.0f},
-        Line{"parallel ray", x, {{0.0f, 1.0f, 0.0f}, x}, 0.0f}})
-        EXPECT_NEAR(closestOnLine(Vector3{0.0f}, c.direction, c.ray), c.expected, 1e-5f) << c.name;
-
-    const Vector3 y{0.0f, 1.0f, 0.0f}, z{0.0f, 0.0f, 1.0f};
-    EXPECT_NEAR(glm::degrees(signedAngle(x, y, z)), 90.0f, 1e-4f);
+// The drags below go through these helpers; here only their degenerate inputs.
+TEST(GizmoMathTest, HelpersAtTheirEdges) {
+    const Vector3 x{1.0f, 0.0f, 0.0f}, y{0.0f, 1.0f, 0.0f}, z{0.0f, 0.0f, 1.0f};
+    EXPECT_NEAR(closestOnLine(Vector3{0.0f}, 2.0f*x, {{4.0f, 1.0f, 1.0f}, -z}), 2.0f, 1e-5f) << "longer direction";
+    EXPECT_NEAR(closestOnLine(Vector3{0.0f}, x, {{0.0f, 1.0f, 0.0f}, x}), 0.0f, 1e-5f) << "parallel ray";
     EXPECT_NEAR(glm::degrees(signedAngle(y, x, z)), -90.0f, 1e-4f);
     EXPECT_NEAR(std::abs(glm::degrees(signedAngle(x, -x, z))), 180.0f, 1e-4f);
-
     struct Snap { float value, step, expected; };
-    for(const Snap& c: {Snap{0.74f, 0.5f, 0.5f}, Snap{0.76f, 0.5f, 1.0f}, Snap{-0.26f, 0.5f, -0.5f},
-                        Snap{44.0f, 30.0f, 30.0f}, Snap{0.3f, 0.0f, 0.3f}})
+    for(const Snap& c: {Snap{0.74f, 0.5f, 0.5f}, Snap{-0.26f, 0.5f, -0.5f}, Snap{0.3f, 0.0f, 0.3f}})
         EXPECT_FLOAT_EQ(snapped(c.value, c.step), c.expected) << c.value << " by " << c.step;
-
-    EXPECT_FLOAT_EQ(distanceToSegment({5.0f, 3.0f}, {0.0f, 0.0f}, {10.0f, 0.0f}), 3.0f);
     EXPECT_FLOAT_EQ(distanceToSegment({14.0f, 3.0f}, {0.0f, 0.0f}, {10.0f, 0.0f}), 5.0f) << "past the end";
 }
 
@@ -82,7 +71,6 @@ TEST(GizmoMathTest, DraggingAHandleGivesTheSnappedMatrix) {
     for(const Case& c: {
         Case{"translate X", {Kind::Translate, 0}, {0.6f*l, 0, 0}, {0.6f*l + 1.3f, 0, 0}, nullptr, {2.3f, 0, 0}, {1, 0, 0}},
         Case{"translate X snapped up", {Kind::Translate, 0}, {0.6f*l, 0, 0}, {0.6f*l + 1.3f, 0, 0}, translate05, {2.5f, 0, 0}, {1, 0, 0}},
-        Case{"translate X snapped down", {Kind::Translate, 0}, {0.6f*l, 0, 0}, {0.6f*l + 1.2f, 0, 0}, translate05, {2.0f, 0, 0}, {1, 0, 0}},
         Case{"translate XY plane", {Kind::TranslatePlane, 2}, {0.3f*l, 0.3f*l, 0}, {0.3f*l + 1.2f, 0.3f*l - 0.7f, 0}, nullptr, {2.2f, -0.7f, 0}, {1, 0, 0}},
         Case{"translate XY plane snapped", {Kind::TranslatePlane, 2}, {0.3f*l, 0.3f*l, 0}, {0.3f*l + 1.2f, 0.3f*l - 0.7f, 0}, translate05, {2.0f, -0.5f, 0}, {1, 0, 0}},
         Case{"rotate Z a quarter", {Kind::Rotate, 2}, {l, 0, 0}, {0, l, 0}, nullptr, pivot, {0, 1, 0}},
