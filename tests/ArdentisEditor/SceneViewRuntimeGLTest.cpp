@@ -110,13 +110,8 @@ TEST_F(SceneViewRuntimeGLTest, TexturesAndSkyReachTheFrame) {
     const auto isRed = [](Rgba8 p) { return p.r > p.g + 30 && p.r > p.b + 30; };
     using Predicate = std::function<bool(Rgba8)>;
     const Predicate isBlack = [](Rgba8 p) { return p == Rgba8{0, 0, 0, 255}; };
-    struct Case {
-        const char* name;
-        std::function<void()> edit;
-        std::vector<Predicate> expected;
-        Predicate unexpected;
-        Range2Di region;  // in hundredths of the view
-    };
+    // The region in hundredths of the view.
+    struct Case { const char* name; std::function<void()> edit; std::vector<Predicate> expected; Predicate unexpected; Range2Di region; };
     const Range2Di middle{{35, 30}, {65, 70}}, top{{0, 85}, {100, 100}};
     const Case cases[]{
         {"textured plane", [&] {
@@ -220,14 +215,9 @@ TEST_F(SceneViewRuntimeGLTest, EditorCameraKeepsNinetyDegreesAndTheProjectsClipP
     }
 }
 
-struct GridCase {
-    const char* name;
-    Data::ProjectionType projection;
-    DualQuaternion camera;
-};
-
 TEST_F(SceneViewRuntimeGLTest, GridDrawsBehindTheSceneOnlyWhenSwitchedOn) {
     const Quaternion down = glm::angleAxis(-Pi/2.0f, Vector3{1.0f, 0.0f, 0.0f});
+    struct GridCase { const char* name; Data::ProjectionType projection; DualQuaternion camera; };
     const GridCase cases[]{
         {"perspective ground grid", Data::ProjectionType::Perspective,
          DualQuaternion::translation({0.0f, 6.0f, 3.0f})*DualQuaternion::rotation(glm::angleAxis(-1.1f, Vector3{1.0f, 0.0f, 0.0f}))},
