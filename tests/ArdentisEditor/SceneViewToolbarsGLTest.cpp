@@ -111,7 +111,6 @@ TEST_F(SceneViewToolbarsGLTest, GizmoButtonsSetOperationAndSpace) {
     const Vector3 step = view().translationSnap();
     EXPECT_GT(step.x, 0.6f);
     EXPECT_EQ(step, Vector3{step.x});
-    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
 
 TEST_F(SceneViewToolbarsGLTest, CollisionShapesOffAndOnRebuildTheShapes) {
@@ -137,7 +136,6 @@ TEST_F(SceneViewToolbarsGLTest, CollisionShapesOffAndOnRebuildTheShapes) {
         frame();
         EXPECT_EQ(ArdentisEngine::Test::countPixelsIf(canvasImage(), isCollider) > 90*90, shown) << shown;
     }
-    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
 
 TEST_F(SceneViewToolbarsGLTest, SimulationNeedsPhysicsAndStoppingRestoresTheScene) {
@@ -166,7 +164,6 @@ TEST_F(SceneViewToolbarsGLTest, SimulationNeedsPhysicsAndStoppingRestoresTheScen
     EXPECT_FALSE(app().isSimulating());
     EXPECT_NEAR(glm::distance(crateTranslation(), edited), 0.0f, 1e-4f);
     EXPECT_EQ(info.text(), "Started simulating physics\nStopped simulating physics\n");
-    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
 
 TEST_F(SceneViewToolbarsGLTest, LegendNamesWhatIsUnderThePointer) {
@@ -186,7 +183,6 @@ TEST_F(SceneViewToolbarsGLTest, LegendNamesWhatIsUnderThePointer) {
         if(c.text) { EXPECT_NEAR(contentWidth(window("##legend")), textWidth(c.text), 1.0f) << c.name; }
         EXPECT_EQ(window("##legend_overdraw_gradient") != nullptr, c.overdraw) << c.name;
     }
-    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
 
 }
