@@ -167,4 +167,37 @@ TEST_F(SceneViewIrradianceGLTest, BakeRunsOverFramesCachesAndInstallsTheVolume) 
     EXPECT_TRUE(renderer.probeVolume().isEnabled());
 }
 
+// A reopened project shows the volume its cache holds without baking again; a light file that
+// does not match the saved state is reported and baked anew.
+TEST_F(SceneViewIrradianceGLTest, ReopenRestoresTheCachedVolume) {
+    setSetting(Model::Settings::ProbeVolumeEnabled, true);
+    smallVolume();
+    view().requestIrradianceVolumeBake(0.0);
+    for(int i = 0; i != 50 && (i == 0 || view().irradianceBakeProgress()); ++i) frame();
+    ASSERT_TRUE(data().scene().main().probeVolume);
+    const Data::ProbeVolumeData baked = *data().scene().main().probeVolume;
+
+    reopen();
+    frame();
+    const std::optional<Data::ProbeVolumeData>& restored = data().scene().main().probeVolume;
+    ASSERT_TRUE(restored);
+    EXPECT_EQ(restored->header.resolution, baked.header.resolution);
+    EXPECT_EQ(restored->header.size, baked.header.size);
+    EXPECT_EQ(restored->indirection, baked.indirection);
+    EXPECT_EQ(restored->probes, baked.probes);
+    EXPECT_TRUE(view().isProbeVolumeUploaded());
+    EXPECT_EQ(view().irradianceBakeDeadline(), std::numeric_limits<double>::infinity());
+    EXPECT_FALSE(view().irradianceBakeProgress());
+
+    const fs::path light = cache()/ProbeVolumeBaker::DefaulLightFilename;
+    fs::resize_file(light, fs::file_size(light) - 8);
+    const Log::Capture errors{Log::Channel::Error};
+    reopen();
+    frame();
+    EXPECT_EQ(std::count(errors.text().begin(), errors.text().end(), '\n'), 1) << errors.text();
+    EXPECT_TRUE(errors.contains(ProbeVolumeBaker::DefaulLightFilename)) << errors.text();
+    EXPECT_FALSE(data().scene().main().probeVolume);
+    EXPECT_TRUE(std::isfinite(view().irradianceBakeDeadline()));
+}
+
 }

@@ -216,6 +216,8 @@ private:
     bool reloadEnvironment();
     // On a project's first reload: the environment its cache holds, instead of a bake.
     void loadCachedEnvironment();
+    // SceneViewIrradiance.cpp: a reopened project's cached volume instead of a bake.
+    void loadCachedIrradianceVolume();
 
     // SceneViewIrradiance.cpp: starts a requested bake, then runs one slice per frame; the result
     // goes to the project cache and into the scene.

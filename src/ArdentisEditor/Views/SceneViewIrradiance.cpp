@@ -174,4 +174,22 @@ void SceneView::finishIrradianceVolumeBake() {
     _probeVolumeBaker.reset();
 }
 
+void SceneView::loadCachedIrradianceVolume() {
+    const fs::path cache = editorData().projectFile().cachePath();
+    const fs::path state = cache/Baking::ProbeVolumeBaker::DefaultFilename;
+    const fs::path light = cache/Baking::ProbeVolumeBaker::DefaulLightFilename;
+    // A cache that was never finished is no error: the requested bake makes it.
+    if(!fs::is_regular_file(state) || !fs::is_regular_file(light)) return;
+    Baking::ProbeVolumeBaker cached;
+    if(!cached.load(state.string(), light.string())) return;
+
+    const RecordAccess settings = editorData().projectFile().settings();
+    const Vector3 tint = settings[Settings::ProbeVolumeTint].value()*settings[Settings::ProbeVolumeTintScale].value();
+    Data::Scene& scene = _canvas->mainScene();
+    scene.probeVolume = volumeData(cached, tint);
+    WebGL2Renderer& renderer = _canvas->renderer();
+    if(renderer.probeVolumeEnabled()) _probeVolumeUploaded = renderer.uploadProbeVolume(*scene.probeVolume);
+    _irradianceBakeDeadline = std::numeric_limits<double>::infinity();
+}
+
 }

@@ -336,6 +336,7 @@ void SceneView::reloadRuntime() {
     if(_lastRevision == std::numeric_limits<std::uint32_t>::max() && editorData().hasProject()) {
         frameScene();
         loadCachedEnvironment();
+        if(probeVolume) loadCachedIrradianceVolume();
     }
     stampReloaded(scene);
 }

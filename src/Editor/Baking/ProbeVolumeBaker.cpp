@@ -28,6 +28,10 @@ template<class T> void put(std::ofstream& out, const T& value) {
     out.write(reinterpret_cast<const char*>(&value), sizeof(T));
 }
 
+template<class T> bool get(std::ifstream& in, T& value) {
+    return bool(in.read(reinterpret_cast<char*>(&value), sizeof(T)));
+}
+
 }
 
 void ProbeVolumeBaker::setCallbacks(RenderProbe render, UploadPreview preview) {
@@ -116,6 +120,58 @@ bool ProbeVolumeBaker::save(std::string_view path) const {
         Log::error("ProbeVolumeBaker: cannot write {}", path);
         return false;
     }
+    return true;
+}
+
+bool ProbeVolumeBaker::load(std::string_view statePath, std::string_view lightPath) {
+    std::ifstream state{std::string{statePath}, std::ios::binary};
+    std::ifstream light{std::string{lightPath}, std::ios::binary | std::ios::ate};
+    if(!state || !light) {
+        Log::error("ProbeVolumeBaker: cannot read {}", !state ? statePath : lightPath);
+        return false;
+    }
+    char magic[4]{};
+    std::uint32_t version = 0, probeCount = 0;
+    Vector3i size{0};
+    Vector3 origin{0.0f};
+    float voxel = 0.0f;
+    state.read(magic, 4);
+    if(!state || std::memcmp(magic, "APVB", 4) != 0 || !get(state, version) || version != 1 || !get(state, size) ||
+       !get(state, origin) || !get(state, voxel) || !get(state, probeCount) || glm::any(glm::lessThan(size, Vector3i{1})) ||
+       std::int64_t(size.x)*size.y*size.z > (std::int64_t(1) << 30) || !(voxel > 0.0f)) {
+        Log::error("ProbeVolumeBaker: {} is not a probe volume state", statePath);
+        return false;
+    }
+    std::vector<std::uint32_t> indirection(std::size_t(size.x)*size.y*size.z);
+    std::vector<Vector3> positions(probeCount);
+    state.read(reinterpret_cast<char*>(indirection.data()), std::streamsize(indirection.size()*sizeof(std::uint32_t)));
+    state.read(reinterpret_cast<char*>(positions.data()), std::streamsize(positions.size()*sizeof(Vector3)));
+    const bool indicesValid = std::all_of(indirection.begin(), indirection.end(),
+        [&](std::uint32_t i) { return i == NoProbe || i < probeCount; });
+    if(!state || state.peek() != std::ifstream::traits_type::eof() || !indicesValid) {
+        Log::error("ProbeVolumeBaker: {} is truncated or inconsistent", statePath);
+        return false;
+    }
+    const std::size_t items = std::size_t(probeCount)*CoefficientsPerProbe;
+    if(std::uint64_t(light.tellg()) != items*sizeof(std::uint64_t)) {
+        Log::error("ProbeVolumeBaker: {} holds {} bytes, expected {} for {} probes", lightPath,
+                   std::int64_t(light.tellg()), items*sizeof(std::uint64_t), probeCount);
+        return false;
+    }
+    std::vector<std::uint64_t> data(items);
+    light.seekg(0);
+    light.read(reinterpret_cast<char*>(data.data()), std::streamsize(items*sizeof(std::uint64_t)));
+    if(!light) {
+        Log::error("ProbeVolumeBaker: cannot read {}", lightPath);
+        return false;
+    }
+    _indirectionSize = size;
+    _origin = origin;
+    _voxelSize = voxel;
+    _indirection = std::move(indirection);
+    _positions = std::move(positions);
+    _data = std::move(data);
+    _next = _positions.size();
     return true;
 }
 

@@ -62,6 +62,9 @@ public:
     bool start();
     // Grid, indirection and probe positions; false (logged) when the file cannot be written.
     bool save(std::string_view path) const;
+    // Restores a finished bake from a saved state and its light file (data() as raw items); false,
+    // with one error line, when either cannot be read or their sizes disagree.
+    bool load(std::string_view statePath, std::string_view lightPath);
     // Renders the next slice of probes; returns how many were done.
     std::uint32_t bake();
     bool done() const { return _next >= _positions.size(); }
