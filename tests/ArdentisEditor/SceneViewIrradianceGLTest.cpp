@@ -1,6 +1,7 @@
 // Irradiance volume bakes driven by the scene view: when they start, what they cache, and what
 // reaches the scene and the renderer.
 #include <filesystem>
+#include <cstring>
 #include <fstream>
 #include <vector>
 
@@ -198,6 +199,50 @@ TEST_F(SceneViewIrradianceGLTest, ReopenRestoresTheCachedVolume) {
     EXPECT_TRUE(errors.contains(ProbeVolumeBaker::DefaulLightFilename)) << errors.text();
     EXPECT_FALSE(data().scene().main().probeVolume);
     EXPECT_TRUE(std::isfinite(view().irradianceBakeDeadline()));
+}
+
+// The "Probes" switch draws each baked probe in its L0 colour: under a uniform sky tinted green,
+// the probe nearest the camera shows the green share of the sky where the switch is off shows none.
+TEST_F(SceneViewIrradianceGLTest, ProbesSwitchDrawsBakedProbesInTheirColour) {
+    pushJson("/pipelines/2", R"({"name": "Sky"})");
+    pushJson("/materials/2", R"({"name": "Sky", "pipeline": 2, "Sky": {"zenithColor": [0.2, 0.4, 0.8, 1],
+        "horizonColor": [0.2, 0.4, 0.8, 1], "groundColor": [0.2, 0.4, 0.8, 1]}})");
+    changes().commit();
+    setSetting(Model::Settings::SkyMaterial, ResourceId{2});
+    setSetting(Model::Settings::ProbeVolumeTint, Vector3{0.0f, 1.0f, 0.0f});
+    setSetting(Model::Settings::ProbeVolumeEnabled, true);
+    smallVolume();
+    view().requestIrradianceVolumeBake(0.0);
+    for(int i = 0; i != 50 && (i == 0 || view().irradianceBakeProgress()); ++i) frame();
+    ASSERT_TRUE(data().scene().main().probeVolume);
+    const Data::ProbeVolumeData& volume = *data().scene().main().probeVolume;
+
+    // The probe nearest the camera: nothing else of the volume covers its centre.
+    const Matrix4 viewProjection = view().canvas().views().viewProjectionMatrix(Canvas::MainView);
+    const Vector3i n = volume.header.resolution;
+    const Vector3 spacing = volume.header.size/Vector3{n - 1};
+    std::size_t nearest = 0;
+    Vector4 nearestClip{0.0f, 0.0f, 0.0f, std::numeric_limits<float>::max()};
+    for(std::size_t i = 0; i != volume.indirection.size(); ++i) {
+        if(volume.indirection[i] == ProbeVolumeBaker::NoProbe) continue;
+        const Vector3 corner{float(i%n.x), float(i/n.x%n.y), float(i/(std::size_t(n.x)*n.y))};
+        const Vector4 clip = viewProjection*Vector4{volume.header.origin + corner*spacing, 1.0f};
+        if(clip.w > 0.0f && clip.w < nearestClip.w) { nearest = i; nearestClip = clip; }
+    }
+    ASSERT_LT(nearestClip.w, std::numeric_limits<float>::max());
+    Vector3 l00;
+    std::memcpy(&l00, volume.probes.data() + nearest*4*sizeof(Vector3), sizeof(Vector3));
+    ASSERT_EQ(l00.r, 0.0f);
+    const auto byte = [](float v) { return std::uint8_t(std::clamp(v, 0.0f, 1.0f)*255.0f + 0.5f); };
+    const AT::Rgba8 expected{0, byte(l00.g*0.282095f), 0, 255};
+    ASSERT_GT(expected.g, 40);
+
+    const Image off = canvasImage();
+    const Vector2i at{(Vector2{nearestClip}/nearestClip.w*0.5f + 0.5f)*Vector2{off.size()}};
+    app().viewSwitch(ArdentisEditor::Probes) = true;
+    frame();
+    EXPECT_TRUE(AT::pixelNear(canvasImage(), at, expected, 6));
+    EXPECT_FALSE(AT::pixelNear(off, at, expected, 30));
 }
 
 }

@@ -198,6 +198,8 @@ private:
     // SceneViewRender.cpp
     void gridPass();
     void probeDebugPass();
+    // The baked probes as small spheres in the colour of their L0 irradiance ("Probes" switch).
+    void probeSpheresPass();
     void frustumCullingDebugPass();
     void drawWireBox(const Matrix4& transformation, const Color4& color);
     // Draw state of the debug passes: the canvas's multisampled target, depth tested, blended.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <optional>
 
@@ -86,6 +87,7 @@ void SceneView::renderScene() {
     if(options.colliders) colliderPass();
     if(switches[ArdentisEditor::Grid]) gridPass();
     if(canvas.renderer().probeVolumeEnabled()) probeDebugPass();
+    if(switches[ArdentisEditor::Probes] && scene.probeVolume) probeSpheresPass();
     if(_frustumFrozen) frustumCullingDebugPass();
     canvas.endFrame();
     // Leave the default state for whoever draws next in this context (the UI, thumbnails).
@@ -290,6 +292,35 @@ void SceneView::probeDebugPass() {
         glm::mat4_cast(settings[Model::Settings::ProbeVolumeRotation].value())*
         glm::scale(Matrix4{1.0f}, settings[Model::Settings::ProbeVolumeScale].value());
     drawWireBox(_canvas->views().viewProjectionMatrix(Canvas::MainView)*volume, ProbeVolumeColor);
+    _canvas->renderer().state().apply();
+}
+
+void SceneView::probeSpheresPass() {
+    const Data::ProbeVolumeData& volume = *_canvas->mainScene().probeVolume;
+    const Vector3i resolution = volume.header.resolution;
+    constexpr std::size_t PerProbe = Baking::ProbeVolumeBaker::CoefficientsPerProbe;
+    const std::size_t corners = std::size_t(glm::max(resolution.x, 0))*glm::max(resolution.y, 0)*glm::max(resolution.z, 0);
+    if(corners == 0 || volume.indirection.size() != corners || volume.probes.size() != corners*PerProbe*sizeof(Vector3))
+        return;
+    const GL::DebugGroup group{"SceneView probes"};
+    bindDebugPassTarget();
+    const Vector3 spacing = volume.header.size/Vector3{glm::max(resolution - 1, Vector3i{1})};
+    const float radius = 0.15f*std::max({spacing.x, spacing.y, spacing.z});
+    const Matrix4 viewProjection = _canvas->views().viewProjectionMatrix(Canvas::MainView);
+    // Y00 turns the L00 coefficient back into the radiance of the sky that would give it.
+    constexpr float Y00 = 0.282095f;
+    for(int z = 0; z != resolution.z; ++z)
+        for(int y = 0; y != resolution.y; ++y)
+            for(int x = 0; x != resolution.x; ++x) {
+                const std::size_t i = (std::size_t(z)*resolution.y + y)*resolution.x + x;
+                if(volume.indirection[i] == Baking::ProbeVolumeBaker::NoProbe) continue;
+                Vector3 l00;
+                std::memcpy(&l00, volume.probes.data() + i*PerProbe*sizeof(Vector3), sizeof(Vector3));
+                const Vector3 center = volume.header.origin + Vector3{float(x), float(y), float(z)}*spacing;
+                const Matrix4 model = glm::translate(Matrix4{1.0f}, center)*glm::scale(Matrix4{1.0f}, Vector3{radius});
+                _flat->setColor(Color4{glm::max(l00*Y00, Vector3{0.0f}), 1.0f}).setTransformationProjectionMatrix(viewProjection*model);
+                _flat->draw(_sphereMesh);
+            }
     _canvas->renderer().state().apply();
 }
 
