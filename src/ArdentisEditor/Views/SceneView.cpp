@@ -8,8 +8,6 @@
 
 #include <imgui.h>
 #include <imgui_internal.h>
-#define GLFW_INCLUDE_NONE
-#include <GLFW/glfw3.h>
 
 #include "ArdentisEditor/Canvas.h"
 #include "Editor/App/ArdentisEditor.h"
@@ -217,12 +215,6 @@ void SceneView::draw() {
     drawDropTarget();
 
     ImGui::End();
-}
-
-void SceneView::focusEvent(bool focused) {
-    if(!focused || _keymap != KeyMapMode::Fly) return;
-    const Vector2i center = windowCenter();
-    if(GLFWwindow* window = application().window()) glfwSetCursorPos(window, center.x, center.y);
 }
 
 

@@ -7,8 +7,8 @@
 // Host call order per frame: update(), renderScene(), draw(); events go to the view in between.
 //
 // The implementation is split by concern:
-//   SceneView.cpp            construction, init, update, draw, focus, shortcuts
-//   SceneViewNavigation.cpp  keymap modes, orbit/fly input, view directions
+//   SceneView.cpp            construction, init, update, draw, shortcuts
+//   SceneViewNavigation.cpp  keymap modes, orbit/fly input, focus, view directions
 //   SceneViewRuntime.cpp     reloadRuntime and the mesh layout
 //   SceneViewRender.cpp      renderScene, drawScene and the debug passes
 //   SceneViewThumbnails.cpp  mesh, font and material thumbnails
@@ -186,6 +186,10 @@ public:
     std::optional<UnsignedInt> colliderBatch() const { return _colliderBatch; }
 
 private:
+    // A deadline `delaySeconds` from now (negative counts as now), or `deadline` when that is sooner:
+    // a later request never postpones an earlier one.
+    static double nearerDeadline(double deadline, double delaySeconds);
+
     // SceneViewToolbars.cpp: the gizmo, snapping, physics, projection and speed controls over the
     // image's top left; the render type and debug menus at its top right; what is under the pointer.
     void toolbar();

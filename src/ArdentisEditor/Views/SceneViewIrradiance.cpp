@@ -43,8 +43,7 @@ Data::ProbeVolumeData volumeData(const Baking::ProbeVolumeBaker& baker, const Ve
 }
 
 void SceneView::requestIrradianceVolumeBake(double delay) {
-    const double at = double(now()) + std::max(0.0, delay*1e6);
-    _irradianceBakeDeadline = std::min(_irradianceBakeDeadline, at);
+    _irradianceBakeDeadline = nearerDeadline(_irradianceBakeDeadline, delay);
 }
 
 void SceneView::bakeIrradianceVolumeStep() {

@@ -123,6 +123,10 @@ void SceneView::pointerMoveEvent(PointerMoveEvent& event) {
     event.accepted = true;
 }
 
+void SceneView::focusEvent(bool focused) {
+    if(focused && _keymap == KeyMapMode::Fly) warpCursor(application(), Vector2{windowCenter()});
+}
+
 void SceneView::pointerPressEvent(PointerEvent& event) {
     if(!_hovered) return;
     if(_keymap == KeyMapMode::Idle && event.button == PointerButton::Right) {

@@ -84,9 +84,12 @@ bool SceneView::updateMeshLayout() {
     return _canvas->renderer().setLayoutFlags(flags, flags | 0x60);
 }
 
+double SceneView::nearerDeadline(double deadline, double delaySeconds) {
+    return std::min(deadline, double(now()) + std::max(0.0, delaySeconds*1e6));
+}
+
 void SceneView::requestEnvironmentBake(double delay) {
-    const double at = double(now()) + std::max(0.0, delay*1e6);
-    _environmentBakeDeadline = std::min(_environmentBakeDeadline, at);
+    _environmentBakeDeadline = nearerDeadline(_environmentBakeDeadline, delay);
 }
 
 void SceneView::reloadRuntime() {
